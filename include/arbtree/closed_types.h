@@ -1,0 +1,50 @@
+/*
+ * The types that pass between arbtree and the closed libraries, in one definition for the library and for the hosts of
+ * the stand-ins. Only the members named here are relied on; everything else in these records is the closed library's.
+ */
+#ifndef ARBTREE_CLOSED_TYPES_H
+#define ARBTREE_CLOSED_TYPES_H
+
+#include "arbtree/arbtree.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* elemdefs: the element-definition context of a document, a handle that only elemdefs interprets; null is none. */
+typedef struct ElemDefsContext *ElemDefsHandle;
+
+/*
+ * srcaccess: what is known of a format. The extension, without a dot, is a zero-terminated 8-bit string that starts at
+ * the record's ninth byte; the fields before it are srcaccess's own.
+ */
+typedef struct SrcFormatInfo {
+  uint32_t ownFields[2];
+  char extension[248];
+} SrcFormatInfo;
+
+/* baseutil: a path name. The path comes from the process heap and is taken over by the caller. */
+typedef struct BasePathName {
+  uint32_t ownField;
+  char16_t *path;
+} BasePathName;
+
+/* baseutil: transfers up to byteCount bytes, stores how many through transferred, and returns an I/O result. */
+typedef uint32_t(ARB_CALL *BaseStreamTransfer)(struct BaseStream *stream, void *buffer, uint32_t byteCount,
+                                               uint32_t *transferred);
+
+/* baseutil: a stream is a handle whose first word points at its functions; arbtree uses the second and the third. */
+typedef struct BaseStreamFunctions {
+  void(ARB_CALL *ownFirst)(struct BaseStream *stream);
+  BaseStreamTransfer read;
+  BaseStreamTransfer write;
+} BaseStreamFunctions;
+typedef struct BaseStream {
+  const BaseStreamFunctions *functions;
+} BaseStream;
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* ARBTREE_CLOSED_TYPES_H */

@@ -1,0 +1,59 @@
+/*
+ * The rtcore stand-in: turns the code of an exception that left a producer into a status, and names the exception type
+ * and the codes with which a C++ producer and arbtree's guard around it understand each other.
+ *
+ * A translated status is read like a producer's own result: 0, ARB_STATUS_BREAK and ARB_STATUS_END leave the document
+ * healthy, any other is kept as its failure. A translation holds for the whole process, so hosts that share a process
+ * choose different codes. All calls may be made from any thread at any time; the registry is guarded by a lock.
+ */
+#ifndef ARBTREE_RTCORE_H
+#define ARBTREE_RTCORE_H
+
+#include "arbtree/arbtree.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+#define RT_STATUS_EXCEPTION 3401u /* the status of every code that has no translation */
+
+/* The codes under which the guard reports exceptions that carry none. */
+#define RT_CODE_CPP_EXCEPTION 0xE0000001u /* any C++ exception but the next one and RtCodedException */
+#define RT_CODE_NOMEMORY 0xE0000002u      /* std::bad_alloc */
+
+/* ------------------------------------------------------------------------------------------------------------------
+ * For hosts
+ * ------------------------------------------------------------------------------------------------------------------ */
+
+/*
+ * Makes a code translate to a status from now on, in place of what it translated to before. Every code and every status
+ * is allowed. ARB_OK, or ARB_ERR_NOMEMORY (nothing has changed).
+ */
+uint32_t ARB_CALL RtSetTranslation(uint32_t exceptionCode, uint32_t status);
+
+/* Takes a code's translation back. ARB_OK, or ARB_ERR_NOTFOUND when none has been set. */
+uint32_t ARB_CALL RtRemoveTranslation(uint32_t exceptionCode);
+
+/* ------------------------------------------------------------------------------------------------------------------
+ * What arbtree calls
+ * ------------------------------------------------------------------------------------------------------------------ */
+
+/* The status set for a code; without one ARB_ERR_NOMEMORY for RT_CODE_NOMEMORY, else RT_STATUS_EXCEPTION. */
+uint32_t ARB_CALL RtTranslateException(uint32_t exceptionCode);
+
+#ifdef __cplusplus
+}
+
+#if defined(_WIN32)
+#define RT_EXCEPTION_TYPE
+#else
+#define RT_EXCEPTION_TYPE __attribute__((visibility("default")))
+#endif
+
+/* What a C++ producer throws to leave a run with a code of its own. */
+struct RT_EXCEPTION_TYPE RtCodedException {
+  uint32_t code;
+};
+#endif
+
+#endif /* ARBTREE_RTCORE_H */

@@ -1,0 +1,123 @@
+#include "nodetypes/builtin_kinds.h"
+
+#include <initializer_list>
+
+#include "nodetypes/kind_operations.h"
+#include "nodetypes/text_value.h"
+
+namespace arbtree {
+namespace {
+
+// Kind flags that the library carries for readers of the descriptors and does not interpret.
+constexpr std::uint32_t kRootFlags = 0x11;
+constexpr std::uint32_t kValueFlags = 0x22;
+static_assert((kValueFlags & ARB_TYPE_ATTR_FUNCTIONS) != 0);
+
+constexpr ArbAttributeDef kValueAttribute = {ARB_ATTR_VALUE, 0};
+
+using StreamOperation = decltype(ArbNodeType::write);
+
+constexpr ArbNodeType textBearingType(std::uint32_t elementId, StreamOperation write, StreamOperation read) {
+  ArbNodeType type = {};
+  type.elementId = elementId;
+  type.typeFlags = kValueFlags;
+  type.attributeCount = 1;
+  type.attributes = &kValueAttribute;
+  type.getAttribute = text_operations::getAttribute;
+  type.setAttribute = text_operations::setAttribute;
+  type.hasAttribute = text_operations::hasAttribute;
+  type.hash = text_operations::hash;
+  type.isEqual = text_operations::isEqual;
+  type.write = write;
+  type.read = read;
+  return type;
+}
+
+constexpr ArbNodeType textType(std::uint32_t elementId) {
+  return textBearingType(elementId, stream_form::writeText, stream_form::readText);
+}
+
+constexpr ArbNodeType encodedBytesType() {
+  return textBearingType(ARB_ELEM_ENCODED_BYTES, stream_form::writeEncodedBytes, stream_form::readEncodedBytes);
+}
+
+constexpr ArbNodeType externalReferenceType() {
+  ArbNodeType type = {};
+  type.elementId = ARB_ELEM_EXTERNAL_REFERENCE;
+  type.typeFlags = kValueFlags;
+  type.hash = external_reference_operations::hash;
+  type.isEqual = external_reference_operations::isEqual;
+  type.write = stream_form::writeExternalReference;
+  type.read = stream_form::readExternalReference;
+  return type;
+}
+
+constexpr ArbNodeType rootType() {
+  ArbNodeType type = {};
+  type.elementId = ARB_ELEM_ROOT;
+  type.typeFlags = kRootFlags;
+  return type;
+}
+
+// A built-in kind: its descriptor, its record's size, and the tree's cache of such records.
+struct Kind {
+  ArbNodeType type;
+  std::uint16_t size;
+  std::uint8_t cache;
+};
+
+constexpr Kind kRoot = {rootType(), sizeof(ArbNode), 0};
+constexpr Kind kText = {textType(ARB_ELEM_TEXT), sizeof(ArbTextNode), 1};
+constexpr Kind kText3 = {textType(ARB_ELEM_TEXT_3), sizeof(ArbTextNode), 1};
+constexpr Kind kText4 = {textType(ARB_ELEM_TEXT_4), sizeof(ArbTextNode), 1};
+constexpr Kind kEncodedBytes = {encodedBytesType(), sizeof(ArbEncodedBytesNode), 2};
+constexpr Kind kExternalReference = {externalReferenceType(), sizeof(ArbExternalReferenceNode), 3};
+
+const Kind* findKind(std::uint32_t elementId) {
+  switch (elementId) {
+    case ARB_ELEM_ROOT:
+      return &kRoot;
+    case ARB_ELEM_TEXT:
+      return &kText;
+    case ARB_ELEM_TEXT_3:
+      return &kText3;
+    case ARB_ELEM_TEXT_4:
+      return &kText4;
+    case ARB_ELEM_ENCODED_BYTES:
+      return &kEncodedBytes;
+    case ARB_ELEM_EXTERNAL_REFERENCE:
+      return &kExternalReference;
+    default:
+      return nullptr;
+  }
+}
+
+}  // namespace
+
+std::uint32_t ARB_CALL createBuiltinNode(ArbTree* tree, std::uint32_t elementId, ArbNode** node) {
+  const Kind* const kind = findKind(elementId);
+  if (!kind) return ARB_OK;
+  if (kind == &kExternalReference && documentOf(*tree).runCount == 0) return ARB_OK;
+  auto* const created = static_cast<ArbNode*>(tree->recordCaches[kind->cache].take(kind->size));
+  if (!created) return ARB_OK;
+  created->size = kind->size;
+  created->nodeType = &kind->type;
+  if (kind == &kRoot) created->flags = ARB_NODE_LINKED | ARB_NODE_IN_TREE;
+  *node = created;
+  return ARB_OK;
+}
+
+std::uint32_t ARB_CALL destroyBuiltinNode(ArbNode* node) {
+  const Kind* const kind = findKind(elementIdOf(*node));
+  if (isTextBearing(kind->type.elementId)) dropValue(*node);
+  node->tree->recordCaches[kind->cache].giveBack(node, kind->size);
+  return ARB_OK;
+}
+
+void destroyBuiltinRecords(ArbTree& tree) {
+  for (const Kind* const kind : {&kRoot, &kText, &kEncodedBytes, &kExternalReference}) {
+    tree.recordCaches[kind->cache].destroy(kind->size);
+  }
+}
+
+}  // namespace arbtree

@@ -1,0 +1,153 @@
+// Copying nodes and subtrees, within a tree or into another.
+#include <algorithm>
+#include <cstring>
+#include <iterator>
+#include <limits>
+
+#include "nodetypes/attribute_area.h"
+#include "nodetypes/text_value.h"
+#include "platform/heap.h"
+#include "tree/metadata.h"
+
+namespace arbtree {
+namespace {
+
+constexpr std::uint32_t kUncopiedAttribute = 0x37;  // top byte of the id of an attribute that stays with its node
+
+// The copy keeps encodingFlags 0. Without memory it has no value.
+void copyEncodedBytes(const ArbNode& source, ArbNode& copy) {
+  const auto& from = reinterpret_cast<const ArbEncodedBytesNode&>(source);
+  auto& to = reinterpret_cast<ArbEncodedBytesNode&>(copy);
+  to.info = from.info;
+  to.encoding = from.encoding;
+  if (!from.text) return;
+  const std::size_t held = valueBytes(source);
+  if (held > std::numeric_limits<std::size_t>::max() - sizeof(char16_t)) return;
+  auto* const buffer = static_cast<std::uint8_t*>(heap::allocateZeroed(held + sizeof(char16_t)));
+  if (!buffer) return;
+  std::memcpy(buffer, from.text, held);
+  adoptValue(copy, buffer, from.textLength);
+}
+
+// The kind has no attributes that would carry these over.
+void copyExternalReference(const ArbNode& source, ArbNode& copy) {
+  const auto& from = reinterpret_cast<const ArbExternalReferenceNode&>(source);
+  auto& to = reinterpret_cast<ArbExternalReferenceNode&>(copy);
+  to.target = from.target;
+  std::copy(std::begin(from.entityName), std::end(from.entityName), std::begin(to.entityName));
+}
+
+void copyAttributes(ArbNode& source, ArbNode& copy) {
+  const ArbNodeType& type = *source.nodeType;
+  for (std::uint32_t i = 0; i < type.attributeCount; ++i) {
+    if (type.attributes[i].attributeId >> 24 == kUncopiedAttribute || !type.hasAttribute(&source, i)) continue;
+    copy.nodeType->setAttribute(&copy, i, type.getAttribute(&source, i));
+  }
+}
+
+void copyArea(ArbNode& source, ArbNode& copy) {
+  std::copy_n(areaOf(source), std::min(areaSize(source), areaSize(copy)), areaOf(copy));
+}
+
+void copyContent(ArbNode& source, ArbNode& copy) {
+  switch (elementIdOf(source)) {
+    case ARB_ELEM_TEXT:
+    case ARB_ELEM_TEXT_3:
+    case ARB_ELEM_TEXT_4:
+      ArbAbstractTextNodeSetValue(&copy, asText(source).text, asText(source).textLength);
+      return;
+    case ARB_ELEM_ENCODED_BYTES:
+      return copyEncodedBytes(source, copy);
+    case ARB_ELEM_EXTERNAL_REFERENCE:
+      return copyExternalReference(source, copy);
+    case ARB_ELEM_ROOT:
+      return;
+    default:
+      return hasAttributeFunctions(source) ? copyAttributes(source, copy) : copyArea(source, copy);
+  }
+}
+
+ArbStatus cloneNode(ArbNode& source, ArbTree& tree, ArbNode** out) {
+  const ArbStatus status = ArbTreeCreateNode(&tree, elementIdOf(source), nullptr, out);
+  if (status != ARB_OK) return status;
+  copyContent(source, **out);
+  (*out)->metadata = metadata::copy(source.metadata);
+  return ARB_OK;
+}
+
+// A subtree's copy, made like a recursion: a node is copied, then its children with all that is below them, each linked
+// when it is complete. Until then a copy's parent link, which nobody looks at before it is linked, holds the way back.
+class SubtreeCopy {
+ public:
+  SubtreeCopy(ArbNode& source, ArbTree& tree) : start_(source), tree_(tree) {}
+
+  ArbStatus run(ArbNode** out) {
+    const ArbStatus status = cloneNode(start_, tree_, out);
+    if (status != ARB_OK) return status;
+    source_ = &start_;
+    top_ = copy_ = *out;
+    const ArbStatus failure = copyDescendants();
+    if (failure != ARB_OK) linkUnfinished();
+    return failure;
+  }
+
+ private:
+  ArbStatus copyDescendants() {
+    ArbNode* next = firstChildOf(start_);
+    while (next) {
+      if (const ArbStatus status = descend(*next)) return status;
+      next = firstChildOf(*source_);
+      while (!next && source_ != &start_) {
+        if (const ArbStatus status = linkCopy()) return status;
+        next = nextSiblingOf(*source_);
+        source_ = parentOf(*source_);
+      }
+    }
+    return ARB_OK;
+  }
+
+  ArbStatus descend(ArbNode& source) {
+    ArbNode* made = nullptr;
+    const ArbStatus status = cloneNode(source, tree_, &made);
+    if (status != ARB_OK) return status;
+    made->parentCell = copy_->cell;
+    source_ = &source;
+    copy_ = made;
+    return ARB_OK;
+  }
+
+  // Links the current copy under the one it belongs to, which becomes the current one.
+  ArbStatus linkCopy() {
+    ArbNode* const finished = copy_;
+    copy_ = parentOf(*finished);
+    finished->parentCell = nullptr;
+    return ArbNodeAppendChild(copy_, finished);
+  }
+
+  // After a failure the copies on the way down are linked as they are: nothing made is undone, and the top copy leads
+  // to all of it.
+  void linkUnfinished() {
+    while (copy_ != top_) linkCopy();
+  }
+
+  ArbNode& start_;
+  ArbTree& tree_;
+  ArbNode* source_ = nullptr;
+  ArbNode* copy_ = nullptr;
+  ArbNode* top_ = nullptr;
+};
+
+}  // namespace
+}  // namespace arbtree
+
+using namespace arbtree;
+
+ArbStatus ARB_CALL ArbNodeClone(ArbNode* node, ArbTree* tree, ArbNode** copy) {
+  if (!node || !copy) return ARB_ERR_BADARG;
+  return cloneNode(*node, tree ? *tree : *node->tree, copy);
+}
+
+ArbStatus ARB_CALL ArbNodeCloneSubtree(ArbNode* node, ArbTree* tree, ArbNode** copy) {
+  if (!node || !copy) return ARB_ERR_BADARG;
+  return SubtreeCopy(*node, tree ? *tree : *node->tree).run(copy);
+}

@@ -1,0 +1,130 @@
+// The layout of every record that crosses the interface, frozen. On 32-bit targets the byte positions are part of the
+// interface; on 64-bit targets the order stays and pointers widen, and hosts built there depend on that layout too.
+#include <cstddef>
+
+#include "document/document.h"
+#include "tree/cell_pool.h"
+#include "tree/metadata.h"
+#include "tree/tree.h"
+
+namespace arbtree {
+namespace {
+
+constexpr bool kIs32Bit = sizeof(void*) == 4;
+
+// A size or position on 32-bit targets and on 64-bit targets.
+constexpr std::size_t at(std::size_t on32Bit, std::size_t on64Bit) { return kIs32Bit ? on32Bit : on64Bit; }
+
+static_assert(sizeof(ArbNodeRef) == at(8, 16));
+static_assert(offsetof(ArbNodeRef, value) == at(4, 8));
+
+static_assert(offsetof(ArbNode, tree) == 0);
+static_assert(offsetof(ArbNode, number) == at(4, 8));
+static_assert(offsetof(ArbNode, idString) == at(8, 16));
+static_assert(offsetof(ArbNode, nodeType) == at(12, 24));
+static_assert(offsetof(ArbNode, parentCell) == at(16, 32));
+static_assert(offsetof(ArbNode, prevSiblingCell) == at(20, 40));
+static_assert(offsetof(ArbNode, nextSiblingCell) == at(24, 48));
+static_assert(offsetof(ArbNode, childCount) == at(28, 56));
+static_assert(offsetof(ArbNode, freedChildCount) == at(32, 60));
+static_assert(offsetof(ArbNode, firstChildCell) == at(36, 64));
+static_assert(offsetof(ArbNode, lastChildCell) == at(40, 72));
+static_assert(offsetof(ArbNode, size) == at(44, 80));
+static_assert(offsetof(ArbNode, flags) == at(46, 82));
+static_assert(offsetof(ArbNode, flags2) == at(47, 83));
+static_assert(offsetof(ArbNode, cell) == at(48, 88));
+static_assert(offsetof(ArbNode, metadata) == at(52, 96));
+static_assert(sizeof(ArbNode) == at(56, 104));
+
+static_assert(offsetof(ArbTextNode, text) == at(56, 104));
+static_assert(offsetof(ArbTextNode, textLength) == at(60, 112));
+static_assert(sizeof(ArbTextNode) == at(64, 120));
+
+static_assert(offsetof(ArbEncodedBytesNode, text) == offsetof(ArbTextNode, text));
+static_assert(offsetof(ArbEncodedBytesNode, textLength) == offsetof(ArbTextNode, textLength));
+static_assert(offsetof(ArbEncodedBytesNode, info) == at(64, 116));
+static_assert(offsetof(ArbEncodedBytesNode, encoding) == at(68, 120));
+static_assert(offsetof(ArbEncodedBytesNode, encodingFlags) == at(72, 124));
+static_assert(sizeof(ArbEncodedBytesNode) == at(76, 128));
+
+static_assert(offsetof(ArbExternalReferenceNode, target) == at(56, 104));
+static_assert(offsetof(ArbExternalReferenceNode, entityName) == at(60, 112));
+static_assert(sizeof(ArbExternalReferenceNode) == at(188, 240));
+
+static_assert(offsetof(ArbNodeType, elementId) == 0);
+static_assert(offsetof(ArbNodeType, typeFlags) == 4);
+static_assert(offsetof(ArbNodeType, attributeCount) == 16);
+static_assert(offsetof(ArbNodeType, attributes) == at(20, 24));
+static_assert(offsetof(ArbNodeType, getAttribute) == at(24, 32));
+static_assert(offsetof(ArbNodeType, setAttribute) == at(28, 40));
+static_assert(offsetof(ArbNodeType, hasAttribute) == at(32, 48));
+static_assert(offsetof(ArbNodeType, hash) == at(36, 56));
+static_assert(offsetof(ArbNodeType, isEqual) == at(40, 64));
+static_assert(offsetof(ArbNodeType, write) == at(44, 72));
+static_assert(offsetof(ArbNodeType, read) == at(48, 80));
+static_assert(sizeof(ArbNodeType) == at(52, 88));
+static_assert(sizeof(ArbAttributeDef) == 8);
+
+static_assert(offsetof(ArbHostContext, startEntry) == at(236, 240));
+static_assert(offsetof(ArbHostContext, continueEntry) == at(240, 248));
+static_assert(offsetof(ArbHostContext, producerArg3) == at(280, 292));
+static_assert(offsetof(ArbHostContext, producerArg1) == at(312, 324));
+static_assert(offsetof(ArbHostContext, producerArg2) == at(316, 328));
+static_assert(sizeof(ArbHostContext) == at(320, 336));
+
+static_assert(offsetof(ArbForestChild, kind) == 0);
+static_assert(offsetof(ArbForestChild, id) == 4);
+static_assert(offsetof(ArbForestChild, name) == 8);
+static_assert(offsetof(ArbForestChild, formatId) == 528);
+static_assert(offsetof(ArbForestChild, parent) == at(532, 536));
+static_assert(offsetof(ArbForestChild, document) == at(536, 544));
+static_assert(offsetof(ArbForestChild, prevSibling) == at(540, 552));
+static_assert(offsetof(ArbForestChild, nextSibling) == at(544, 560));
+static_assert(offsetof(ArbForestChild, flags) == at(548, 568));
+static_assert(offsetof(ArbForestChild, metadata) == at(552, 576));
+static_assert(sizeof(ArbForestChild) == at(556, 584));
+
+static_assert(offsetof(ArbForest, childCount) == at(556, 584));
+static_assert(offsetof(ArbForest, firstChild) == at(560, 592));
+static_assert(offsetof(ArbForest, lastChild) == at(564, 600));
+static_assert(offsetof(ArbForest, archiveType) == at(568, 608));
+static_assert(offsetof(ArbFile, hostContext) == at(556, 584));
+static_assert(offsetof(ArbTree, rootCell) == at(556, 584));
+
+static_assert(offsetof(ArbString, length) == 0);
+static_assert(offsetof(ArbString, boundRef) == at(4, 8));
+static_assert(offsetof(ArbString, greater) == at(8, 16));
+static_assert(offsetof(ArbString, less) == at(12, 20));
+static_assert(offsetof(ArbString, text) == at(16, 24));
+
+static_assert(sizeof(ArbTraverserCallbacks) == 9 * sizeof(void*));
+
+// What passes between the library and the closed ones.
+static_assert(offsetof(SrcFormatInfo, extension) == 8);
+static_assert(offsetof(BasePathName, path) == at(4, 8) && sizeof(BasePathName) == at(8, 16));
+static_assert(offsetof(BaseStream, functions) == 0);
+static_assert(offsetof(BaseStreamFunctions, read) == at(4, 8) && offsetof(BaseStreamFunctions, write) == at(8, 16));
+
+// Hosts read the head of a document through a record of its own.
+static_assert(offsetof(ArbDocumentHead, source) == 0 && offsetof(ArbDocument, source) == 0);
+static_assert(offsetof(ArbDocumentHead, hostContext) == at(4, 8));
+static_assert(offsetof(ArbDocument, hostContext) == at(4, 8));
+static_assert(offsetof(ArbDocumentHead, flags) == at(8, 16) && offsetof(ArbDocument, flags) == at(8, 16));
+static_assert(offsetof(ArbDocumentHead, producerError) == at(12, 20));
+static_assert(offsetof(ArbDocument, producerError) == at(12, 20));
+static_assert(offsetof(ArbDocumentHead, childCounter) == at(16, 24));
+static_assert(offsetof(ArbDocument, childCounter) == at(16, 24));
+static_assert(offsetof(ArbDocumentHead, rootForest) == at(20, 32) && offsetof(ArbDocument, rootForest) == at(20, 32));
+
+// Opaque to hosts, but the positions of their given fields are fixed all the same.
+static_assert(offsetof(ArbTree, factories) == at(560, 592));
+static_assert(sizeof(FactoryEntry) == at(12, 24));
+static_assert(offsetof(ArbTree, cursorStack) + sizeof(ArbTree::cursorStack) == offsetof(ArbTree, cursorDepth));
+static_assert(offsetof(CellBlock, occupancy) == kCellsPerBlock * sizeof(ArbNodeRef));
+static_assert(offsetof(CellBlock, usedCount) == offsetof(CellBlock, occupancy) + 512);
+static_assert(offsetof(CellBlock, wordHint) == offsetof(CellBlock, usedCount) + 4);
+static_assert(offsetof(ArbMetadataEntry, value) == 8);
+static_assert(offsetof(ArbMetadataEntry, next) == at(12, 16));
+
+}  // namespace
+}  // namespace arbtree

@@ -1,0 +1,8 @@
+// The load entry of the Windows library. It asks not to be told of threads, which the library has no use for, and does
+// nothing else: no state exists before the first document.
+#include <windows.h>
+
+extern "C" BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID) {
+  if (reason == DLL_PROCESS_ATTACH) DisableThreadLibraryCalls(module);
+  return TRUE;
+}

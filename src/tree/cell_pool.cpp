@@ -1,0 +1,149 @@
+#include "tree/cell_pool.h"
+
+#include <algorithm>
+#include <bit>
+#include <iterator>
+
+#include "platform/heap.h"
+#include "tree/growing_array.h"
+
+namespace arbtree {
+namespace {
+
+constexpr std::uint32_t kFirstBlockCapacity = 16;
+constexpr std::uint32_t kNoBlock = 0xFFFFFFFF;
+
+// Blocks are found by address through ranges as long as a block's cells: no two blocks start in one range, and a cell
+// lies in the range its block starts in or in the one after it.
+std::uintptr_t rangeOf(const void* address) {
+  return reinterpret_cast<std::uintptr_t>(address) / sizeof(CellBlock::cells);
+}
+
+std::uint32_t hashSlot(std::uintptr_t range, std::uint32_t capacity) {
+  return static_cast<std::uint32_t>(range * 2654435761u) & (capacity - 1);
+}
+
+void enterByAddress(ArbTree& tree, std::uint32_t index) {
+  const std::uint32_t mask = tree.blockByAddressCapacity - 1;
+  std::uint32_t slot = hashSlot(rangeOf(tree.cellBlocks[index]), tree.blockByAddressCapacity);
+  while (tree.blockByAddress[slot] != 0) slot = (slot + 1) & mask;
+  tree.blockByAddress[slot] = index + 1;
+}
+
+std::uint32_t blockStartingIn(const ArbTree& tree, std::uintptr_t range) {
+  const std::uint32_t mask = tree.blockByAddressCapacity - 1;
+  for (std::uint32_t slot = hashSlot(range, tree.blockByAddressCapacity); tree.blockByAddress[slot] != 0;
+       slot = (slot + 1) & mask) {
+    const std::uint32_t index = tree.blockByAddress[slot] - 1;
+    if (rangeOf(tree.cellBlocks[index]) == range) return index;
+  }
+  return kNoBlock;
+}
+
+bool holds(const CellBlock* block, const ArbNodeRef* cell) {
+  const auto start = reinterpret_cast<std::uintptr_t>(block->cells);
+  const auto address = reinterpret_cast<std::uintptr_t>(cell);
+  return address >= start && address - start < sizeof block->cells;
+}
+
+std::uint32_t indexOfBlock(const ArbTree& tree, const ArbNodeRef* cell) {
+  if (tree.cellBlockCount == 0) return kNoBlock;
+  const std::uintptr_t range = rangeOf(cell);
+  std::uint32_t index = blockStartingIn(tree, range);
+  if (index == kNoBlock || !holds(tree.cellBlocks[index], cell)) index = blockStartingIn(tree, range - 1);
+  return index != kNoBlock && holds(tree.cellBlocks[index], cell) ? index : kNoBlock;
+}
+
+// Keeps the address table at most half full.
+bool growAddressTable(ArbTree& tree) {
+  const std::uint32_t capacity = 2 * tree.cellBlockCapacity;
+  if (tree.blockByAddressCapacity >= capacity) return true;
+  auto* const grown = heap::allocateArray<std::uint32_t>(capacity);
+  if (!grown) return false;
+  heap::release(tree.blockByAddress);
+  tree.blockByAddress = grown;
+  tree.blockByAddressCapacity = capacity;
+  for (std::uint32_t i = 0; i < tree.cellBlockCount; ++i) enterByAddress(tree, i);
+  return true;
+}
+
+// Appends a block whose cells are all free.
+bool addBlock(ArbTree& tree) {
+  if (!reserveOne(tree.cellBlocks, tree.cellBlockCapacity, tree.cellBlockCount, kFirstBlockCapacity) ||
+      !growAddressTable(tree) || !tree.blocksWithRoom.reserve(tree.cellBlockCapacity)) {
+    return false;
+  }
+  auto* const block = heap::allocateRecord<CellBlock>();
+  if (!block) return false;
+  std::fill(std::begin(block->wordsWithRoom), std::end(block->wordsWithRoom), ~std::uint64_t{0});
+  const std::uint32_t index = tree.cellBlockCount++;
+  tree.cellBlocks[index] = block;
+  enterByAddress(tree, index);
+  tree.blocksWithRoom.insert(index);
+  return true;
+}
+
+// The first word with room from the hint upwards and round. REQUIRES: the block has a free cell.
+std::uint32_t findWord(const CellBlock& block) {
+  const std::uint32_t hint = block.wordHint;
+  if (block.occupancy[hint] != 0xFFFFFFFF) return hint;
+  constexpr std::uint32_t kWords = kOccupancyWords / 64;
+  const std::uint64_t fromHint = ~std::uint64_t{0} << (hint % 64);
+  for (std::uint32_t i = 0; i <= kWords; ++i) {
+    const std::uint32_t at = (hint / 64 + i) % kWords;
+    std::uint64_t room = block.wordsWithRoom[at];
+    if (i == 0) room &= fromHint;
+    if (i == kWords) room &= ~fromHint;
+    if (room != 0) return at * 64 + static_cast<std::uint32_t>(std::countr_zero(room));
+  }
+  return hint;  // not reached while the block has a free cell
+}
+
+}  // namespace
+
+ArbNodeRef* takeCell(ArbTree& tree) {
+  if (tree.firstBlockWithRoom == tree.cellBlockCount && !addBlock(tree)) return nullptr;
+  CellBlock& block = *tree.cellBlocks[tree.firstBlockWithRoom];
+  const std::uint32_t w = findWord(block);
+  std::uint32_t& word = block.occupancy[w];
+  const auto place = static_cast<std::uint32_t>(std::countl_one(word));
+  word |= 0x80000000u >> place;
+  if (word == 0xFFFFFFFF) block.wordsWithRoom[w / 64] &= ~(std::uint64_t{1} << (w % 64));
+  block.wordHint = w;
+  if (++block.usedCount == kCellsPerBlock) {
+    tree.blocksWithRoom.erase(tree.firstBlockWithRoom);
+    tree.firstBlockWithRoom = std::min(tree.blocksWithRoom.lowest(), tree.cellBlockCount);
+  }
+  return &block.cells[w * 32 + place];
+}
+
+void giveBackCell(ArbTree& tree, ArbNodeRef* cell) {
+  const std::uint32_t index = indexOfBlock(tree, cell);
+  if (index == kNoBlock) return;
+  CellBlock& block = *tree.cellBlocks[index];
+  const auto at = static_cast<std::uint32_t>(cell - block.cells);
+  const std::uint32_t bit = 0x80000000u >> (at % 32);
+  std::uint32_t& word = block.occupancy[at / 32];
+  if ((word & bit) == 0) return;  // already free
+  word &= ~bit;
+  block.wordsWithRoom[at / 32 / 64] |= std::uint64_t{1} << (at / 32 % 64);
+  if (block.usedCount-- == kCellsPerBlock) tree.blocksWithRoom.insert(index);
+  tree.firstBlockWithRoom = std::min(tree.firstBlockWithRoom, index);
+}
+
+CellBlock* blockOf(const ArbTree& tree, const ArbNodeRef* cell) {
+  const std::uint32_t index = indexOfBlock(tree, cell);
+  return index == kNoBlock ? nullptr : tree.cellBlocks[index];
+}
+
+void destroyCells(ArbTree& tree) {
+  for (std::uint32_t i = 0; i < tree.cellBlockCount; ++i) {
+    heap::release(tree.cellBlocks[i]->pendingSlots);
+    heap::release(tree.cellBlocks[i], sizeof(CellBlock));
+  }
+  heap::release(tree.cellBlocks);
+  heap::release(tree.blockByAddress);
+  tree.blocksWithRoom.destroy();
+}
+
+}  // namespace arbtree

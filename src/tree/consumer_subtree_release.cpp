@@ -1,0 +1,83 @@
+// The consumer's release of a subtree, which runs the producer until the whole subtree is known.
+//
+// It behaves like a recursion that waits for the first child, and for each child waits for its next sibling before it
+// enters the child, so that the child is no longer the last of an open list when it is released. A bail-out may leave
+// at any of these waits, so the walk keeps its place in the tree itself and owns nothing:
+//  - a node on the path from the start to the current node has not been released by the consumer (else its first child
+//    could not have been waited for), so none of them is freed under the walk;
+//  - the next sibling that a wait has answered is still the one in the node's link when the node is left;
+//  - that a wait for the next sibling failed, and the node is thus the last to be visited in its list, is noted in a
+//    flag of the node, which every walk sets anew when it comes to the node.
+#include "tree/node.h"
+
+namespace arbtree {
+namespace {
+
+constexpr std::uint8_t kLastVisited = 0x80;  // in flags2, beyond the public marks
+
+void noteLastVisited(ArbNode& node, bool last) {
+  node.flags2 = static_cast<std::uint8_t>(last ? node.flags2 | kLastVisited : node.flags2 & ~kLastVisited);
+}
+
+ArbNode* nextToVisit(const ArbNode& node) { return node.flags2 & kLastVisited ? nullptr : nextSiblingOf(node); }
+
+class ConsumerWalk {
+ public:
+  explicit ConsumerWalk(ArbNode& start) : start_(start) {}
+
+  ArbStatus run() {
+    ArbNode* node = &start_;
+    while (node) {
+      ArbNode* const child = waitFirstChild(*node);
+      node = child ? child : leaveUpwards(*node);
+      if (node) waitNextSibling(*node);
+    }
+    return status_;
+  }
+
+ private:
+  // The status of the call is that of the last wait made for the start itself or for one of its children.
+  void note(ArbStatus status, const ArbNode* list) {
+    if (list == &start_) status_ = status;
+  }
+
+  ArbNode* waitFirstChild(ArbNode& node) {
+    ArbNode* child = nullptr;
+    const ArbStatus status = ArbNodeWaitFirstChild(&node, &child);
+    note(status, &node);
+    return status == ARB_OK ? child : nullptr;
+  }
+
+  void waitNextSibling(ArbNode& node) {
+    ArbNode* next = nullptr;
+    const ArbStatus status = ArbNodeWaitNextSibling(&node, &next);
+    note(status, parentOf(node));
+    noteLastVisited(node, status != ARB_OK);
+  }
+
+  // Releases the node and each ancestor whose last child is thereby done. Gives the next node to enter, or null.
+  ArbNode* leaveUpwards(ArbNode& first) {
+    for (ArbNode* node = &first;;) {
+      const bool isStart = node == &start_;
+      ArbNode* const next = isStart ? nullptr : nextToVisit(*node);
+      ArbNode* const parent = parentOf(*node);
+      ArbNodeConsumerRelease(node);  // refused, without effect, for a node that was released before
+      if (isStart || next) return next;
+      node = parent;
+    }
+  }
+
+  ArbNode& start_;
+  ArbStatus status_ = ARB_OK;
+};
+
+}  // namespace
+}  // namespace arbtree
+
+using namespace arbtree;
+
+ArbStatus ARB_CALL ArbNodeConsumerReleaseSubtree(ArbNode* node) {
+  if (!node) return ARB_ERR_BADARG;
+  if (isProducerOnly(documentOf(*node))) return ARB_ERR_MODE;
+  return ConsumerWalk(*node).run();
+}

@@ -1,0 +1,42 @@
+// Reading nodes: what a cell resolves to, and the questions that every subsystem asks about a node.
+#ifndef ARBTREE_TREE_NODE_H
+#define ARBTREE_TREE_NODE_H
+
+#include "tree/tree.h"
+
+namespace arbtree {
+
+// The node at the end of a link or reference, or null: a cell is resolved when its state is ARB_REF_NODE.
+inline ArbNode* resolve(const ArbNodeRef* cell) {
+  return cell && cell->state == ARB_REF_NODE ? reinterpret_cast<ArbNode*>(cell->value) : nullptr;
+}
+
+inline ArbNode* parentOf(const ArbNode& node) { return resolve(node.parentCell); }
+inline ArbNode* firstChildOf(const ArbNode& node) { return resolve(node.firstChildCell); }
+inline ArbNode* lastChildOf(const ArbNode& node) { return resolve(node.lastChildCell); }
+inline ArbNode* nextSiblingOf(const ArbNode& node) { return resolve(node.nextSiblingCell); }
+inline ArbNode* prevSiblingOf(const ArbNode& node) { return resolve(node.prevSiblingCell); }
+
+inline ArbNodeRef* cellOf(const ArbNode* node) { return node ? node->cell : nullptr; }
+inline ArbDocument& documentOf(const ArbNode& node) { return documentOf(*node.tree); }
+inline std::uint32_t elementIdOf(const ArbNode& node) { return node.nodeType->elementId; }
+
+inline bool has(const ArbNode& node, std::uint32_t flags) { return (node.flags & flags) == flags; }
+inline void give(ArbNode& node, std::uint32_t flags) { node.flags = static_cast<std::uint8_t>(node.flags | flags); }
+inline void take(ArbNode& node, std::uint32_t flags) { node.flags = static_cast<std::uint8_t>(node.flags & ~flags); }
+
+// The node after `node` in document order within the subtree of `start` once `node`'s children are done or passed over;
+// null when the subtree is done.
+inline ArbNode* followingInSubtree(ArbNode* node, const ArbNode& start) {
+  while (node && node != &start) {
+    if (ArbNode* const next = nextSiblingOf(*node)) return next;
+    node = parentOf(*node);
+  }
+  return nullptr;
+}
+
+inline bool hasLiveChildren(const ArbNode& node) { return node.freedChildCount < node.childCount; }
+
+}  // namespace arbtree
+
+#endif

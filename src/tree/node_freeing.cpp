@@ -1,0 +1,148 @@
+// Freeing without recursion.
+//
+// Settling a node has two halves. Detaching takes it out of its list and applies the free rule to its parent, which may
+// go in turn and is then freed completely before the node's own record is: on a chain of released ancestors the halves
+// nest like brackets,
+//
+//     detach leaf, [ event parent, detach parent, [ event grandparent, ... ], destroy parent ], destroy leaf
+//
+// so the climb has to find its way back down. It turns the parent link of each node it leaves into a link to the child
+// it came from, and turns it back before the node is destroyed.
+#include "tree/node_freeing.h"
+
+#include "document/events.h"
+#include "nodetypes/factory_table.h"
+#include "tree/cell_pool.h"
+#include "tree/metadata.h"
+#include "tree/node.h"
+
+namespace arbtree {
+namespace {
+
+bool isLastOfOpenList(const ArbNode& node) {
+  const ArbNode* const parent = parentOf(node);
+  return parent && lastChildOf(*parent) == &node && !has(*parent, ARB_NODE_CHILDREN_DONE);
+}
+
+// Moving children between nodes leaves the counters of freed children behind, so a node whose counters say that all its
+// children are gone may still have one in its list; that one keeps it.
+bool hasNoChildren(const ArbNode& node) { return !hasLiveChildren(node) && !firstChildOf(node); }
+
+bool freeRuleHolds(const ArbNode& node) {
+  return has(node, ARB_NODE_PRODUCER_RELEASED) &&
+         (has(node, ARB_NODE_CONSUMER_RELEASED) || isProducerOnly(documentOf(node))) && hasNoChildren(node) &&
+         resolve(node.tree->rootCell) != &node && !isLastOfOpenList(node);
+}
+
+bool isBeingFreed(const ArbNode& node) { return (node.flags2 & ARB_NODE_FREEING) != 0; }
+
+void markFreeing(ArbNode& node) { node.flags2 = static_cast<std::uint8_t>(node.flags2 | ARB_NODE_FREEING); }
+
+void unlinkFromSiblings(ArbNode& node) {
+  ArbNode* const previous = prevSiblingOf(node);
+  ArbNode* const next = nextSiblingOf(node);
+  if (previous) previous->nextSiblingCell = cellOf(next);
+  if (next) next->prevSiblingCell = cellOf(previous);
+}
+
+void unlinkFromParent(ArbNode& node, ArbNode& parent) {
+  ++parent.freedChildCount;
+  if (parent.firstChildCell == node.cell) parent.firstChildCell = node.nextSiblingCell;
+  if (parent.lastChildCell == node.cell) parent.lastChildCell = node.prevSiblingCell;
+}
+
+// First half: out of its list. Gives the parent when it has to be freed now.
+ArbNode* detach(ArbNode& node) {
+  unlinkFromSiblings(node);
+  ArbNode* const parent = parentOf(node);
+  if (!parent) return nullptr;
+  unlinkFromParent(node, *parent);
+  return freeRuleHolds(*parent) && !isBeingFreed(*parent) ? parent : nullptr;
+}
+
+// The cell tells from now on which node it was; whether it returns to the pool is up to those who may refer to it.
+void settleCell(ArbNode& node) {
+  ArbNodeRef* const cell = node.cell;
+  if (!cell) return;
+  if (node.idString) {
+    *cell = {ARB_REF_FREED_ID, reinterpret_cast<std::uintptr_t>(node.idString)};
+  } else {
+    *cell = {ARB_REF_FREED, node.number};
+  }
+  const bool kept = has(node, ARB_NODE_HAS_ID) || (node.flags2 & ARB_NODE_SEPARATE_STREAM) != 0;
+  if (kept) return;
+  // The cell's next node is not the one that the string names.
+  if (node.idString && node.idString->boundRef == cell) node.idString->boundRef = nullptr;
+  giveBackCell(*node.tree, cell);
+}
+
+// Second half: the cell, the metadata and the record.
+ArbStatus destroy(ArbNode& node) {
+  settleCell(node);
+  metadata::clear(node.metadata);
+  const FactoryEntry* const entry = findFactory(*node.tree, ARB_ELEMENT_NAMESPACE(elementIdOf(node)));
+  if (!entry) return ARB_ERR_NOTFOUND;
+  entry->destroy(&node);
+  return ARB_OK;
+}
+
+// Settles a node whose children are all freed, with the ancestors that go because of it.
+ArbStatus settle(ArbNode& node) {
+  ArbNode* top = &node;
+  ArbNode* below = nullptr;
+  while (ArbNode* const parent = detach(*top)) {
+    markFreeing(*parent);
+    raiseEvent(documentOf(*parent), ARB_EVENT_NODE_FREED, parent);
+    top->parentCell = cellOf(below);  // the way back
+    below = top;
+    top = parent;
+  }
+  for (;;) {
+    ArbNodeRef* const topCell = top->cell;
+    const ArbStatus status = destroy(*top);
+    if (!below) return status;
+    top = below;
+    below = parentOf(*top);
+    top->parentCell = topCell;
+  }
+}
+
+// Settles all descendants, children before their parents. Every node on the way down is marked, so that no free rule
+// reaches it.
+void settleDescendants(ArbNode& start) {
+  ArbNode* node = &start;
+  while (firstChildOf(start)) {
+    markFreeing(*node);
+    if (ArbNode* const child = firstChildOf(*node)) {
+      node = child;
+      continue;
+    }
+    ArbNode* const parent = parentOf(*node);
+    settle(*node);
+    node = parent;
+  }
+}
+
+}  // namespace
+
+void applyFreeRule(ArbNode& node) {
+  if (freeRuleHolds(node)) freeNode(node);
+}
+
+ArbStatus freeNode(ArbNode& node) {
+  if (isBeingFreed(node)) return ARB_OK;
+  markFreeing(node);
+  raiseEvent(documentOf(node), ARB_EVENT_NODE_FREED, &node);
+  settleDescendants(node);
+  return settle(node);
+}
+
+}  // namespace arbtree
+
+using namespace arbtree;
+
+ArbStatus ARB_CALL ArbNodeDestroy(ArbNode* node) {
+  if (!node) return ARB_ERR_BADARG;
+  if (has(*node, ARB_NODE_IN_TREE)) return ARB_ERR_ATTACHED;
+  return freeNode(*node);
+}

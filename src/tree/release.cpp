@@ -1,0 +1,64 @@
+// Releasing nodes: a node has two owners, and goes when both have released it and no child of it is alive.
+//
+//   open -> attributes done -> producer done -> producer released --+
+//                                                                   +--> freed, by the free rule
+//   (any producer state) -> consumer released ----------------------+
+//
+// The rule is applied to a node when a side releases it and when a child of it is settled, at no other time: a leaf
+// that both sides released while it was the last child of an open list stays until its tree is destroyed.
+#include "document/events.h"
+#include "tree/completion.h"
+#include "tree/node_freeing.h"
+#include "tree/producer_walk.h"
+
+namespace arbtree {
+namespace {
+
+ArbStatus producerRelease(ArbNode& node) {
+  if (has(node, ARB_NODE_PRODUCER_RELEASED)) return ARB_ERR_RELEASED;
+  raiseEvent(documentOf(node), ARB_EVENT_PRODUCER_RELEASE, &node);
+  const ArbStatus status =
+      ArbTreeCallProducerNodeHook(node.tree, ARB_HOOK_PRODUCER_RELEASE, elementIdOf(node), &node, nullptr);
+  if (!has(node, ARB_NODE_LINKED)) return ARB_ERR_DETACHED;
+  completeAttributes(node);
+  if (!has(node, ARB_NODE_CHILDREN_DONE)) closeChildren(node);
+  give(node, ARB_NODE_PRODUCER_RELEASED);
+  applyFreeRule(node);
+  return status;
+}
+
+struct ProducerReleasing {
+  static bool isDone(const ArbNode& node) { return has(node, ARB_NODE_PRODUCER_RELEASED); }
+  static bool mayBeFreed(const ArbNode& node) { return isDone(node); }
+  static void finish(ArbNode& node) { producerRelease(node); }
+};
+
+ArbStatus consumerRelease(ArbNode& node) {
+  if (has(node, ARB_NODE_CONSUMER_RELEASED)) return ARB_ERR_RELEASED;
+  raiseEvent(documentOf(node), ARB_EVENT_CONSUMER_RELEASE, &node);
+  give(node, ARB_NODE_CONSUMER_RELEASED);
+  applyFreeRule(node);
+  return ARB_OK;
+}
+
+}  // namespace
+}  // namespace arbtree
+
+using namespace arbtree;
+
+ArbStatus ARB_CALL ArbNodeProducerRelease(ArbNode* node) {
+  if (!node) return ARB_ERR_BADARG;
+  return producerRelease(*node);
+}
+
+ArbStatus ARB_CALL ArbNodeProducerReleaseSubtree(ArbNode* node) {
+  if (!node) return ARB_ERR_BADARG;
+  ProducerWalk<ProducerReleasing>(*node).run();
+  return ARB_OK;
+}
+
+ArbStatus ARB_CALL ArbNodeConsumerRelease(ArbNode* node) {
+  if (!node) return ARB_ERR_BADARG;
+  if (isProducerOnly(documentOf(*node))) return ARB_ERR_MODE;
+  return consumerRelease(*node);
+}

@@ -1,0 +1,147 @@
+// Destruction of child documents: the order, what is left in the parent, and forests nested deeper than any stack.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "platform/heap.h"
+#include "support/host.h"
+#include "support/small_stack.h"
+
+namespace arbtree::test {
+namespace {
+
+ArbForest* makeForest(Host& host, ArbForest* parent) {
+  ArbForest* forest = nullptr;
+  EXPECT_EQ(ARB_OK, ArbDocumentCreateForest(host.document, u"f", &forest));
+  if (parent) {
+    EXPECT_EQ(ARB_OK, ArbForestAppendChild(parent, asChild(forest)));
+  }
+  return forest;
+}
+
+// A file record as the library makes them; freed by ArbFileDestroy.
+ArbFile* makeFile(Host& host, ArbForest* parent) {
+  auto* const file = heap::allocateRecord<ArbFile>();
+  file->child.kind = ARB_CHILD_FILE;
+  file->child.id = ++host.document->childCounter;
+  file->child.document = host.document;
+  if (parent) {
+    EXPECT_EQ(ARB_OK, ArbForestAppendChild(parent, asChild(file)));
+  }
+  return file;
+}
+
+std::string list(const ArbForest* forest) {
+  std::string text;
+  const ArbForestChild* previous = nullptr;
+  for (const ArbForestChild* child = forest->firstChild; child; child = child->nextSibling) {
+    EXPECT_EQ(previous, child->prevSibling);
+    EXPECT_EQ(forest, child->parent);
+    text += std::to_string(child->id) + " ";
+    previous = child;
+  }
+  EXPECT_EQ(previous, forest->lastChild);
+  return text;
+}
+
+ArbStatus destroy(ArbForestChild* child) {
+  if (child->kind == ARB_CHILD_FOREST) return ArbForestDestroy(reinterpret_cast<ArbForest*>(child));
+  if (child->kind == ARB_CHILD_FILE) return ArbFileDestroy(reinterpret_cast<ArbFile*>(child));
+  return ArbTreeDestroy(reinterpret_cast<ArbTree*>(child));
+}
+
+TEST(ChildDestruction, EachKindLeavesTheListAndTheCount) {
+  const std::uint64_t before = heap::testing::liveBlocks();
+  for (std::size_t gone = 0; gone < 3; ++gone) {
+    for (std::size_t order = 0; order < 3; ++order) {
+      SCOPED_TRACE(testing::Message() << "kind " << gone << " at " << order);
+      Host host;
+      ArbForest* const root = host.document->rootForest;
+      std::vector<ArbForestChild*> children(3);
+      for (std::size_t i = 0; i < 3; ++i) {
+        const std::size_t kind = (gone + 3 + i - order) % 3;  // kind `gone` stands at place `order`
+        children[i] = kind == 0   ? asChild(makeForest(host, root))
+                      : kind == 1 ? asChild(makeFile(host, root))
+                                  : asChild(host.makeTree());
+      }
+      EXPECT_EQ(ARB_OK, ArbForestChildSetMetadata(children[order], 1, "0123456789", 10));
+      EXPECT_EQ("2 3 4 ", list(root));
+      EXPECT_EQ(ARB_OK, destroy(children[order]));
+      EXPECT_EQ(order == 0 ? "3 4 " : order == 1 ? "2 4 " : "2 3 ", list(root));
+      EXPECT_EQ(3u, root->childCount);
+      makeForest(host, root);
+      EXPECT_EQ(4u, root->childCount);
+      EXPECT_EQ(order == 0 ? "3 4 5 " : order == 1 ? "2 4 5 " : "2 3 5 ", list(root));
+    }
+  }
+  EXPECT_EQ(before, heap::testing::liveBlocks());
+}
+
+TEST(ChildDestruction, OneThatWasNeverAppendedTouchesNoForest) {
+  Host host;
+  ArbForest* const root = host.document->rootForest;
+  makeForest(host, root);
+  EXPECT_EQ(ARB_OK, ArbFileDestroy(makeFile(host, nullptr)));
+  EXPECT_EQ(ARB_OK, ArbForestDestroy(makeForest(host, nullptr)));
+  EXPECT_EQ("2 ", list(root));
+}
+
+TEST(ChildDestruction, DepthFirstInOrderOfAppending) {
+  Host host;
+  ArbForest* const root = host.document->rootForest;
+  const auto tree = [&](ArbForest* parent, const char* name) {
+    host.events.setName(host.document->nodeCounter + 1, name);
+    ArbTree* made = nullptr;
+    EXPECT_EQ(ARB_OK, ArbDocumentCreateTree(host.document, nullptr, &made));
+    EXPECT_EQ(ARB_OK, ArbForestAppendChild(parent, asChild(made)));
+  };
+  ArbForest* const outer = makeForest(host, root);
+  tree(outer, "1");
+  ArbForest* const inner = makeForest(host, outer);
+  tree(inner, "2");
+  makeFile(host, inner);
+  tree(inner, "3");
+  tree(outer, "4");
+  tree(root, "5");
+  host.record();
+  EXPECT_EQ(ARB_OK, ArbForestDestroy(outer));
+  EXPECT_EQ((Lines{"freed 1", "freed 2", "freed 3", "freed 4"}), host.events.take());
+  EXPECT_EQ(2u, root->childCount);
+  ArbForestChild* const last = root->lastChild;
+  EXPECT_EQ(last, root->firstChild);
+  EXPECT_EQ(ARB_CHILD_TREE, last->kind);
+  ArbDocument* const document = std::exchange(host.document, nullptr);
+  EXPECT_EQ(ARB_OK, ArbDocumentDestroy(document));
+  EXPECT_EQ((Lines{"freed 5"}), host.events.take());
+}
+
+TEST(ChildDestruction, ForestsAHundredThousandDeep) {
+  const std::uint64_t before = heap::testing::liveBlocks();
+  for (const bool release : {false, true}) {
+    Host host;
+    ArbForest* forest = host.document->rootForest;
+    ArbForest* top = nullptr;
+    for (int level = 0; level < 100'000; ++level) {
+      if (level % 1000 == 0) host.makeTree();
+      forest = makeForest(host, forest);
+      if (!top) top = forest;
+    }
+    onSmallStack([&] {
+      if (release) {
+        EXPECT_EQ(ARB_OK, ArbForestProducerReleaseSubtree(host.document->rootForest));
+        EXPECT_EQ(ARB_OK, ArbForestConsumerReleaseSubtree(host.document->rootForest));
+        EXPECT_EQ(ARB_CHILD_ATTACHED | ARB_CHILD_CLOSED | ARB_CHILD_PRODUCER_DONE | ARB_CHILD_PRODUCER_RELEASED |
+                      ARB_CHILD_CONSUMER_RELEASED,
+                  forest->child.flags);
+        EXPECT_EQ(ARB_OK, ArbForestDestroy(top));
+      }
+      host.destroy();
+    });
+    EXPECT_EQ(before, heap::testing::liveBlocks());
+  }
+}
+
+}  // namespace
+}  // namespace arbtree::test

@@ -1,0 +1,322 @@
+// One run of the producer: its entries and results, budgets and breaks, exceptions, and the host's say afterwards.
+#include <gtest/gtest.h>
+
+#include <new>
+#include <stdexcept>
+
+#include "support/host.h"
+#include "support/standins.h"
+
+namespace arbtree::test {
+namespace {
+
+std::uint32_t breakDue(const Host& host) {
+  std::uint32_t due = 99;
+  EXPECT_EQ(ARB_OK, ArbDocumentQueryBreak(host.document, &due));
+  return due;
+}
+
+// A run that finds a break due, or not, and pauses.
+Host::Step findsDue(const Host& host, std::uint32_t due) {
+  return [&host, due] {
+    EXPECT_EQ(due, breakDue(host));
+    return kPause;
+  };
+}
+
+TEST(ReadAhead, ResultsOfTheProducer) {
+  struct Row {
+    ArbStatus result;
+    ArbStatus first;        // answer of the run
+    std::uint32_t flags;    // after it
+    std::uint32_t error;    // kept by the document
+    ArbStatus second;       // answer of the next run, whose producer would answer 0
+    Lines runs;
+  };
+  const Row rows[] = {
+      {kPause, ARB_OK, 0, 0, ARB_OK, {"start", "continue"}},
+      {451, ARB_OK, ARB_DOC_START_PENDING, 0, ARB_OK, {"start", "start"}},
+      {452, 452, ARB_DOC_ENDED, 0, 452, {"start"}},
+      {13, 13, 0, 13, 13, {"start"}},
+      {145, 145, 0, 145, 145, {"start"}},
+      {1, 1, 0, 1, 1, {"start"}},
+      {0xFFFFFFFF, 0xFFFFFFFF, 0, 0xFFFFFFFF, 0xFFFFFFFF, {"start"}},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.result);
+    Host host;
+    host.then([&] {
+      EXPECT_EQ(ARB_DOC_RUNNING, host.document->flags);
+      return row.result;
+    });
+    host.then([] { return kPause; });
+    EXPECT_EQ(row.first, ArbDocumentReadAhead(host.document));
+    EXPECT_EQ(row.flags, host.document->flags);
+    EXPECT_EQ(row.error, host.document->producerError);
+    EXPECT_EQ(1u, host.document->runCount);
+    EXPECT_EQ(row.second, ArbDocumentReadAhead(host.document));
+    EXPECT_EQ(row.runs, host.runs);
+    EXPECT_EQ(row.runs.size(), host.document->runCount);
+  }
+}
+
+TEST(ReadAhead, AnEndedOrFailedDocumentStillAnswersFromWhatExists) {
+  for (const ArbStatus result : {ARB_STATUS_END, ARB_ERR_NOMEMORY}) {
+    SCOPED_TRACE(result);
+    Host host;
+    ArbNode* root = rootOf(host.makeTree());
+    host.then([&] { return host.append(root, "a"), result; });
+    EXPECT_EQ(result, ArbDocumentReadAhead(host.document));
+    ArbNode* child = nullptr;
+    EXPECT_EQ(ARB_OK, ArbNodeWaitFirstChild(root, &child));
+    EXPECT_EQ("a", host.events.nameOf(child));
+    EXPECT_EQ(result == ARB_STATUS_END ? ARB_OK : result, ArbNodeWaitAllChildrenAttached(root));
+    EXPECT_EQ(1u, host.runs.size());
+  }
+}
+
+// Every call that would have to run the producer, made inside its run.
+TEST(ReadAhead, ReentryIsRefusedAndDisturbsNothing) {
+  Host host;
+  ArbTree* const tree = host.makeTree();
+  ArbForest* const forest = host.document->rootForest;
+  ArbNode* const root = rootOf(tree);
+  ArbNode* node = nullptr;
+  ArbForestChild* child = nullptr;
+  std::uint32_t count = 0;
+  const auto refuseAll = [&] {
+    EXPECT_EQ(ARB_ERR_NOTREADY, ArbDocumentReadAhead(host.document));
+    EXPECT_EQ(ARB_ERR_NOTREADY, ArbNodeWaitFirstChild(root, &node));
+    EXPECT_EQ(ARB_ERR_NOTREADY, ArbNodeWaitLastChild(root, &node));
+    EXPECT_EQ(ARB_ERR_NOTREADY, ArbNodeWaitChildCount(root, &count));
+    EXPECT_EQ(ARB_ERR_NOTREADY, ArbNodeWaitAllChildrenAttached(root));
+    EXPECT_EQ(ARB_ERR_NOTREADY, ArbNodeWaitAttributesDone(root));
+    EXPECT_EQ(ARB_ERR_NOTREADY, ArbNodeWaitProducerDone(root));
+    EXPECT_EQ(ARB_ERR_NOTREADY, ArbNodeWaitFirstChildByElementId(root, 1, &node));
+    EXPECT_EQ(ARB_ERR_NOTREADY, ArbNodeConsumerReleaseSubtree(root));
+    EXPECT_EQ(ARB_ERR_NOTREADY, ArbForestWaitAllChildrenAttached(forest));
+    EXPECT_EQ(ARB_ERR_NOTREADY, ArbForestWaitChildCount(forest, &count));
+    EXPECT_EQ(ARB_ERR_NOTREADY, ArbForestWaitLastChild(forest, &child));
+    EXPECT_EQ(ARB_ERR_NOTREADY, ArbForestChildWaitNextSibling(asChild(tree), &child));
+    EXPECT_EQ(ARB_OK, ArbForestWaitFirstChild(forest, &child));
+    EXPECT_EQ(ARB_DOC_RUNNING, host.document->flags);
+    return ARB_OK;
+  };
+  host.then(refuseAll).then([] { return kPause; });
+  EXPECT_EQ(ARB_OK, ArbDocumentReadAhead(host.document));
+  EXPECT_EQ(0u, host.document->flags);
+  EXPECT_EQ(1u, host.document->runCount);
+  EXPECT_EQ(ARB_STATUS_END, ArbDocumentReadAhead(host.document));
+  EXPECT_EQ((Lines{"start", "continue"}), host.runs);
+}
+
+TEST(ReadAhead, NodeBudgetIsFullAtThe4097thNode) {
+  Host host;
+  ArbTree* const tree = host.makeTree();
+  host.then([&] {
+    for (int i = 0; i < 4096; ++i) host.make(tree, "n");
+    EXPECT_EQ(0u, breakDue(host));
+    ArbNode* none = nullptr;
+    EXPECT_EQ(ARB_ERR_NOTFOUND, ArbTreeCreateNode(tree, elementId(kFirstUnmade), nullptr, &none));
+    EXPECT_EQ(0u, breakDue(host)) << "a failed creation counts nothing";
+    host.make(tree, "n");
+    EXPECT_EQ(1u, breakDue(host));
+    return kPause;
+  });
+  host.then(findsDue(host, 0));
+  EXPECT_EQ(ARB_OK, ArbDocumentReadAhead(host.document));
+  EXPECT_EQ(ARB_OK, ArbDocumentReadAhead(host.document));
+}
+
+TEST(ReadAhead, ChildBudgetIsFullAtThe33rdChild) {
+  Host host;
+  host.then([&] {
+    for (int i = 0; i < 33; ++i) {
+      EXPECT_EQ(0u, breakDue(host)) << i;
+      ArbForest* forest = nullptr;
+      if (i % 2) {
+        host.makeTree();
+      } else {
+        EXPECT_EQ(ARB_OK, ArbDocumentCreateForest(host.document, nullptr, &forest));
+        EXPECT_EQ(ARB_OK, ArbForestAppendChild(host.document->rootForest, asChild(forest)));
+      }
+    }
+    EXPECT_EQ(1u, breakDue(host));
+    return kPause;
+  });
+  host.then(findsDue(host, 0));
+  EXPECT_EQ(ARB_OK, ArbDocumentReadAhead(host.document));
+  EXPECT_EQ(ARB_OK, ArbDocumentReadAhead(host.document));
+}
+
+TEST(ReadAhead, ByteBudgetIsFullWhenReached) {
+  Host host;
+  ArbNode* const root = rootOf(host.makeTree());
+  const std::uint32_t element = sizeof(ElementNode);
+  EXPECT_EQ(ARB_OK, ArbDocumentSetChunkBreakSize(host.document, 3 * element));
+  host.then([&] {
+    host.append(root, "a");
+    host.append(root, "b");
+    EXPECT_EQ(0u, breakDue(host));
+    EXPECT_EQ(ARB_OK, ArbDocumentSetChunkBreakSize(host.document, 2 * element));
+    EXPECT_EQ(1u, breakDue(host)) << "a new size takes effect at once";
+    EXPECT_EQ(ARB_OK, ArbDocumentSetChunkBreakSize(host.document, 3 * element));
+    host.append(root, "c");
+    EXPECT_EQ(1u, breakDue(host));
+    EXPECT_EQ(ARB_OK, ArbDocumentSetChunkBreakSize(host.document, 0));
+    EXPECT_EQ(0u, breakDue(host)) << "0 switches the budget off";
+    return ARB_OK;
+  });
+  EXPECT_EQ(ARB_STATUS_END, ArbDocumentReadAhead(host.document));
+}
+
+TEST(ReadAhead, AForcedBreakHoldsToTheEndOfTheRun) {
+  Host host;
+  host.then([&] {
+    EXPECT_EQ(0u, breakDue(host));
+    EXPECT_EQ(ARB_OK, ArbDocumentForceBreak(host.document));
+    EXPECT_EQ(1u, breakDue(host));
+    EXPECT_EQ(1u, breakDue(host));
+    return kPause;
+  });
+  host.then(findsDue(host, 0)).then(findsDue(host, 1)).then(findsDue(host, 0));
+  EXPECT_EQ(ARB_OK, ArbDocumentReadAhead(host.document));
+  EXPECT_EQ(ARB_OK, ArbDocumentReadAhead(host.document));
+  EXPECT_EQ(ARB_OK, ArbDocumentForceBreak(host.document));
+  EXPECT_EQ(ARB_OK, ArbDocumentReadAhead(host.document));
+  EXPECT_EQ(ARB_OK, ArbDocumentReadAhead(host.document));
+}
+
+TEST(ReadAhead, AnExceptionOfTheProducerIsARunWithItsTranslatedStatus) {
+  struct Row {
+    const char* name;
+    Host::Step raise;
+    ArbStatus first;
+    ArbStatus second;
+    Lines runs;
+  };
+  const auto coded = [](std::uint32_t status) {
+    return [status]() -> ArbStatus { throw RtCodedException{codeTranslatedTo(status)}; };
+  };
+  const Row rows[] = {
+      {"translated to 0", coded(0), ARB_OK, ARB_OK, {"start", "continue"}},
+      {"translated to 451", coded(451), ARB_OK, ARB_OK, {"start", "start"}},
+      {"translated to 452", coded(452), 452, 452, {"start"}},
+      {"translated to another status", coded(2051), 2051, 2051, {"start"}},
+      {"out of memory", []() -> ArbStatus { throw std::bad_alloc(); }, ARB_ERR_NOMEMORY, ARB_ERR_NOMEMORY, {"start"}},
+      {"any C++ exception",
+       []() -> ArbStatus { throw std::runtime_error("x"); },
+       RtTranslateException(RT_CODE_CPP_EXCEPTION),
+       RtTranslateException(RT_CODE_CPP_EXCEPTION),
+       {"start"}},
+      {"no exception class",
+       []() -> ArbStatus { throw 5; },
+       RtTranslateException(RT_CODE_CPP_EXCEPTION),
+       RtTranslateException(RT_CODE_CPP_EXCEPTION),
+       {"start"}},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.name);
+    Host host;
+    ArbNode* const root = rootOf(host.makeTree());
+    host.then([&] { return host.append(root, "a"), ARB_OK; }).then(row.raise).then([] { return kPause; });
+    EXPECT_EQ(row.first, ArbDocumentReadAhead(host.document));
+    EXPECT_EQ(0u, host.document->flags & ARB_DOC_RUNNING);
+    EXPECT_EQ(1u, host.document->runCount);
+    EXPECT_EQ("root(a)", host.shape(root));
+    EXPECT_EQ(row.second, ArbDocumentReadAhead(host.document));
+    EXPECT_EQ(row.runs, host.runs);
+  }
+}
+
+TEST(StatusCallback, IsAskedOnceAfterEveryRunThatAttachedANode) {
+  StatusAnswer answer(0);
+  Host host;
+  ArbTree* const tree = host.makeTree();
+  ArbNode* const root = rootOf(tree);
+  const std::size_t before = answer.contexts().size();
+  host.then([&] { return host.make(tree, "not attached"), kPause; });
+  host.then([&] { return host.append(root, "a"), host.append(root, "b"), kPause; });
+  host.then([&] { return host.append(root, "c"), ARB_ERR_NOMEMORY; });
+  EXPECT_EQ(ARB_OK, ArbDocumentReadAhead(host.document));
+  EXPECT_EQ(before, answer.contexts().size());
+  EXPECT_EQ(ARB_OK, ArbDocumentReadAhead(host.document));
+  EXPECT_EQ(before + 1, answer.contexts().size());
+  EXPECT_EQ(host.document->statusContext, answer.contexts().back());
+  EXPECT_EQ(ARB_ERR_NOMEMORY, ArbDocumentReadAhead(host.document));
+  EXPECT_EQ(before + 2, answer.contexts().size());
+  EXPECT_EQ(ARB_ERR_NOMEMORY, ArbDocumentReadAhead(host.document));
+  EXPECT_EQ(before + 2, answer.contexts().size()) << "no run, no question";
+}
+
+TEST(StatusCallback, OnlyTwentyAndThirtyTwoAbandonAndNothingIsLost) {
+  struct Row {
+    std::uint32_t answer;
+    bool abandons;
+  };
+  for (const Row& row : {Row{0, false}, Row{1, false}, Row{19, false}, Row{20, true}, Row{21, false}, Row{31, false},
+                         Row{32, true}, Row{33, false}, Row{0xFFFFFFFF, false}}) {
+    SCOPED_TRACE(row.answer);
+    StatusAnswer answer(row.answer);
+    Host host;
+    ArbNode* const root = rootOf(host.makeTree());
+    host.then([&] { return host.append(root, "a"), kPause; });
+    host.then([&] { return host.append(root, "b"), ArbNodeAllChildrenAttached(root); });
+    bool abandoned = false;
+    try {
+      EXPECT_EQ(ARB_OK, ArbNodeWaitAllChildrenAttached(root));
+    } catch (const BaseBailOutException& exception) {
+      abandoned = true;
+      EXPECT_EQ(20u, exception.code);
+      EXPECT_EQ(0u, host.document->flags);
+      EXPECT_EQ(1u, host.document->runCount);
+      EXPECT_EQ("root(a)", host.shape(root));
+    }
+    EXPECT_EQ(row.abandons, abandoned);
+
+    // The document goes on where it was left.
+    answer.set(0);
+    std::uint32_t count = 0;
+    EXPECT_EQ(ARB_OK, ArbNodeWaitChildCount(root, &count));
+    EXPECT_EQ(2u, count);
+    EXPECT_EQ("root(a b)", host.shape(root));
+    EXPECT_EQ((Lines{"start", "continue"}), host.runs);
+  }
+}
+
+TEST(StatusCallback, ABailOutThatReturnsLeavesTheRunItsStatus) {
+  StatusAnswer answer(20, true);
+  Host host;
+  ArbNode* const root = rootOf(host.makeTree());
+  host.then([&] { return host.append(root, "a"), kPause; }).then([&] { return host.append(root, "b"), 13u; });
+  EXPECT_EQ(ARB_OK, ArbDocumentReadAhead(host.document));
+  EXPECT_EQ(13u, ArbNodeWaitAllChildrenAttached(root));
+  EXPECT_EQ(2u, answer.bailOuts());
+}
+
+TEST(StatusCallback, AbandoningInsideASubtreeReleaseLeavesAReleasableTree) {
+  StatusAnswer answer(20);
+  const std::uint64_t elements = liveElements();
+  Host host;
+  ArbNode* const root = rootOf(host.makeTree());
+  ArbNode* a = nullptr;
+  host.then([&] { return a = host.append(root, "a"), host.append(a, "b"), kPause; });
+  host.then([&] { return host.append(a, "c"), kPause; });
+  host.then([&] { return ArbNodeProducerReleaseSubtree(root); });
+  int abandoned = 0;
+  for (bool finished = false; !finished && abandoned < 10;) {
+    try {
+      EXPECT_EQ(ARB_OK, ArbNodeConsumerReleaseSubtree(root));
+      finished = true;
+    } catch (const BaseBailOutException&) {
+      ++abandoned;
+    }
+  }
+  EXPECT_EQ(2, abandoned);
+  EXPECT_TRUE(root->flags & ARB_NODE_CONSUMER_RELEASED);
+  host.destroy();
+  EXPECT_EQ(elements, liveElements());
+}
+
+}  // namespace
+}  // namespace arbtree::test

@@ -1,0 +1,160 @@
+// Waiting while the producer works: how many runs a wait takes, what a failing run leaves, waits on single references.
+#include <gtest/gtest.h>
+
+#include <functional>
+
+#include "support/host.h"
+#include "tree/cell_pool.h"
+
+namespace arbtree::test {
+namespace {
+
+// root(a(b) c), one thing a run: a linked, b linked, a closed, c linked, root closed, attributes of a.
+class Waiting : public testing::Test {
+ protected:
+  Waiting() {
+    host.stepsPerRun = 1;
+    host.then([this] { return a = host.append(root, "a"), ARB_OK; });
+    host.then([this] { return b = host.append(a, "b"), ARB_OK; });
+    host.then([this] { return ArbNodeAllChildrenAttached(a); });
+    host.then([this] { return c = host.append(root, "c"), ARB_OK; });
+    host.then([this] { return ArbNodeAllChildrenAttached(root); });
+    host.then([this] { return ArbNodeAttributesDone(a); });
+  }
+  void run(int times) {
+    for (int i = 0; i < times; ++i) EXPECT_EQ(ARB_OK, ArbDocumentReadAhead(host.document));
+  }
+
+  Host host;
+  ArbTree* const tree = host.makeTree();
+  ArbNode* const root = rootOf(tree);
+  ArbNode* a = nullptr;
+  ArbNode* b = nullptr;
+  ArbNode* c = nullptr;
+};
+
+TEST_F(Waiting, AWaitRunsTheProducerAsOftenAsItsAnswerNeeds) {
+  ArbNode* node = nullptr;
+  std::uint32_t count = 0;
+  struct Row {
+    const char* name;
+    std::function<ArbStatus()> wait;
+    const char* answer;
+    std::size_t runs;
+  };
+  const Row rows[] = {
+      {"first child of the root", [&] { return ArbNodeWaitFirstChild(root, &node); }, "a", 1},
+      {"first child of a", [&] { return ArbNodeWaitFirstChild(a, &node); }, "b", 2},
+      {"next of b", [&] { return ArbNodeWaitNextSibling(b, &node); }, "null", 3},
+      {"next of a", [&] { return ArbNodeWaitNextSibling(a, &node); }, "c", 4},
+      {"parent of c", [&] { return ArbNodeWaitParent(c, &node); }, "root", 4},
+      {"last child of the root", [&] { return ArbNodeWaitLastChild(root, &node); }, "c", 5},
+      {"children of the root", [&] { return ArbNodeWaitChildCount(root, &count); }, "c", 5},
+      {"attributes of a", [&] { return ArbNodeWaitAttributesDone(a); }, "c", 6},
+      {"producer's end of a", [&] { return ArbNodeWaitProducerDone(a); }, "c", 6},
+      {"first child of c", [&] { return ArbNodeWaitFirstChild(c, &node); }, "null", 6},
+      {"first child of c again", [&] { return ArbNodeWaitFirstChild(c, &node); }, "null", 6},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.name);
+    EXPECT_EQ(ARB_OK, row.wait());
+    EXPECT_EQ(row.answer, host.events.nameOf(node));
+    EXPECT_EQ(row.runs, host.runs.size());
+  }
+  EXPECT_EQ(2u, count);
+}
+
+TEST_F(Waiting, AFailingRunsWorkIsThereForTheNextQuestion) {
+  Host failing;
+  ArbNode* const top = rootOf(failing.makeTree());
+  failing.then([&] { return failing.append(top, "x"), 13u; });
+  ArbNode* node = untouchedNode();
+  EXPECT_EQ(13u, ArbNodeWaitFirstChild(top, &node));
+  EXPECT_EQ(untouchedNode(), node);
+  EXPECT_EQ(ARB_OK, ArbNodeWaitFirstChild(top, &node));
+  EXPECT_EQ("x", failing.events.nameOf(node));
+  EXPECT_EQ(13u, ArbNodeWaitNextSibling(resolve(top->firstChildCell), &node));
+}
+
+TEST_F(Waiting, InsideARunOnlyWhatExistsIsAnswered) {
+  run(2);
+  ArbNode* node = untouchedNode();
+  host.then([&] {
+    EXPECT_EQ(ARB_OK, ArbNodeWaitFirstChild(a, &node));
+    EXPECT_EQ(b, node);
+    node = untouchedNode();
+    EXPECT_EQ(ARB_ERR_NOTREADY, ArbNodeWaitFirstChild(b, &node));
+    EXPECT_EQ(untouchedNode(), node);
+    EXPECT_EQ(ARB_OK, ArbNodeWaitAttributesDone(a));
+    EXPECT_EQ(ARB_ERR_NOTREADY, ArbNodeWaitAttributesDone(b));
+    return ARB_OK;
+  });
+  EXPECT_EQ(ARB_OK, ArbNodeWaitAttributesDone(b));
+  EXPECT_TRUE(host.document->flags & ARB_DOC_ENDED);
+}
+
+// A callback during a run asks as the producer does.
+std::uint32_t ARB_CALL waitDuringEvent(ArbDocument* document, std::uint32_t event, void* argument, void* context) {
+  if (event == ARB_EVENT_NODE_LINKED && (document->flags & ARB_DOC_RUNNING)) {
+    *static_cast<ArbStatus*>(context) = ArbNodeWaitAllChildrenAttached(static_cast<ArbNode*>(argument));
+  }
+  return 0;
+}
+
+TEST_F(Waiting, InsideAnEventOfARunNothingIsRun) {
+  ArbStatus status = 0;
+  EXPECT_EQ(ARB_OK, ArbDocumentRegisterCallback(host.document, waitDuringEvent, &status));
+  run(1);
+  EXPECT_EQ(ARB_ERR_NOTREADY, status);
+  EXPECT_EQ(1u, host.document->runCount);
+}
+
+TEST_F(Waiting, OnAReferenceUntilItsNodeIsMade) {
+  ArbNodeRef* const named = takeCell(*tree);
+  *named = {ARB_REF_FLOATING, 50};
+  host.then([&] { return host.make(tree, "d", elementId(1), named), ARB_OK; });
+  ArbNode* node = untouchedNode();
+  EXPECT_EQ(ARB_OK, ArbNodeRefWaitNode(named, host.document, &node));
+  EXPECT_EQ("d", host.events.nameOf(node));
+  EXPECT_EQ(7u, host.runs.size());
+  EXPECT_EQ(ARB_OK, ArbNodeRefWaitNode(named, host.document, nullptr));
+  EXPECT_EQ(ARB_OK, ArbNodeDestroy(node));
+}
+
+TEST_F(Waiting, OnAReferenceThatAFailingRunResolves) {
+  for (const bool resolved : {true, false}) {
+    Host failing;
+    ArbTree* const other = failing.makeTree();
+    ArbNodeRef* const cell = takeCell(*other);
+    *cell = {ARB_REF_FLOATING, 50};
+    ArbNode* made = nullptr;
+    failing.then([&] {
+      if (resolved) made = failing.make(other, "d", elementId(1), cell);
+      return 13u;
+    });
+    ArbNode* node = untouchedNode();
+    EXPECT_EQ(13u, ArbNodeRefWaitNode(cell, failing.document, &node));
+    EXPECT_EQ(made, node);
+    EXPECT_EQ(resolved ? ARB_OK : 13u, ArbNodeRefWaitNode(cell, failing.document, &node));
+    EXPECT_EQ(made, node);
+    if (made) {
+      EXPECT_EQ(ARB_OK, ArbNodeDestroy(made));
+    }
+  }
+}
+
+TEST_F(Waiting, OnAReferenceThatNeverResolves) {
+  ArbNode* node = untouchedNode();
+  EXPECT_EQ(ARB_OK, ArbNodeRefWaitNode(nullptr, host.document, &node));
+  EXPECT_EQ(nullptr, node);
+  EXPECT_EQ(0u, host.runs.size());
+  ArbNodeRef freed{ARB_REF_FREED, 7};
+  node = untouchedNode();
+  EXPECT_EQ(ARB_OK, ArbNodeRefWaitNode(&freed, host.document, &node));
+  EXPECT_EQ(nullptr, node);
+  EXPECT_EQ(6u, host.runs.size());
+  EXPECT_TRUE(host.document->flags & ARB_DOC_ENDED);
+}
+
+}  // namespace
+}  // namespace arbtree::test

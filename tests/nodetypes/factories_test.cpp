@@ -1,0 +1,101 @@
+// Registration of namespaces with a tree: refusals, the full table, overwriting, the default namespace.
+#include <gtest/gtest.h>
+
+#include "support/host.h"
+#include "support/standins.h"
+#include "tree/tree.h"
+
+namespace arbtree::test {
+namespace {
+
+class Factories : public testing::Test {
+ protected:
+  Factories() { EXPECT_EQ(ARB_OK, ArbDocumentCreateTree(host.document, nullptr, &tree)); }
+  ~Factories() override { EXPECT_EQ(ARB_OK, ArbTreeDestroy(tree)); }
+  Factories(const Factories&) = delete;
+  Factories& operator=(const Factories&) = delete;
+
+  bool makes(std::uint32_t ns) {
+    ArbNode* node = nullptr;
+    const ArbStatus status = ArbTreeCreateNode(tree, elementId(1, ns), nullptr, &node);
+    EXPECT_EQ(status == ARB_OK, node != nullptr);
+    if (node) {
+      EXPECT_EQ(ARB_OK, ArbNodeDestroy(node));
+      return true;
+    }
+    EXPECT_EQ(ARB_ERR_NOTFOUND, status);
+    return false;
+  }
+
+  Host host;
+  ArbTree* tree = nullptr;
+};
+
+TEST_F(Factories, Registration) {
+  struct Row {
+    const char* name;
+    std::uint32_t ns;
+    ArbStatus status;
+    std::uint32_t count;
+  };
+  for (const Row& row : {Row{"built in", 2, ARB_ERR_NAMESPACE, 0},
+                         Row{"low half built in", 0x10002, ARB_ERR_NAMESPACE, 0},
+                         Row{"unknown", 99, ELEMDEFS_ERR_UNKNOWN_NAMESPACE, 0},
+                         Row{"known", kTestNamespace, ARB_OK, 1},
+                         Row{"again", kTestNamespace, ARB_OK, 1},
+                         Row{"low half known", 0x10000 + kTestNamespace, ARB_OK, 1},
+                         Row{"another", kManyNamespaces, ARB_OK, 2}}) {
+    SCOPED_TRACE(row.name);
+    EXPECT_EQ(row.status, ArbTreeAddNodeFactory(tree, row.ns));
+    EXPECT_EQ(row.count, tree->factoryCount);
+  }
+  EXPECT_TRUE(makes(kTestNamespace));
+  EXPECT_TRUE(makes(kManyNamespaces));
+  EXPECT_FALSE(makes(kManyNamespaces + 1));
+}
+
+TEST_F(Factories, TheFullTableTakesNoOtherNamespaceAndSaysNothing) {
+  for (std::uint32_t i = 0; i < 32; ++i) {
+    EXPECT_EQ(ARB_OK, ArbTreeAddNodeFactory(tree, kManyNamespaces + i));
+    EXPECT_TRUE(makes(kManyNamespaces + i));
+  }
+  EXPECT_EQ(32u, tree->factoryCount);
+  EXPECT_EQ(ARB_OK, ArbTreeAddNodeFactory(tree, kManyNamespaces + 32));
+  EXPECT_EQ(32u, tree->factoryCount);
+  EXPECT_FALSE(makes(kManyNamespaces + 32));
+  EXPECT_EQ(ARB_OK, ArbTreeAddNodeFactory(tree, kManyNamespaces + 31)) << "an entry of its own is taken again";
+  EXPECT_EQ(32u, tree->factoryCount);
+  for (std::uint32_t i = 0; i < 32; ++i) EXPECT_TRUE(makes(kManyNamespaces + i));
+  ArbNodeDestroyer destroyer = destroyElement;
+  EXPECT_EQ(ARB_ERR_NOTFOUND,
+            ArbTreeGetNodeDestroyer(tree, static_cast<std::uint16_t>(kManyNamespaces + 32), &destroyer));
+  EXPECT_EQ(nullptr, destroyer);
+}
+
+TEST_F(Factories, TheDefaultNamespaceIsChosenOnce) {
+  EXPECT_EQ(1u, tree->defaultNamespace);
+  EXPECT_EQ(ARB_ERR_NAMESPACE, ArbTreeSetDefaultNamespace(tree, 2));
+  EXPECT_EQ(ELEMDEFS_ERR_UNKNOWN_NAMESPACE, ArbTreeSetDefaultNamespace(tree, 99));
+  EXPECT_EQ(1u, tree->defaultNamespace);
+  EXPECT_EQ(ARB_OK, ArbTreeSetDefaultNamespace(tree, kTestNamespace));
+  EXPECT_EQ(kTestNamespace, tree->defaultNamespace);
+  EXPECT_TRUE(makes(kTestNamespace));
+  EXPECT_EQ(ARB_ERR_LOCKED, ArbTreeSetDefaultNamespace(tree, kManyNamespaces));
+  EXPECT_EQ(ARB_ERR_LOCKED, ArbTreeSetDefaultNamespace(tree, 2));
+  EXPECT_EQ(kTestNamespace, tree->defaultNamespace);
+}
+
+TEST(FactoriesOfAFinishedTree, AreLocked) {
+  Host host;
+  ArbTree* const tree = host.makeTree();
+  EXPECT_EQ(ARB_OK, ArbForestChildProducerDone(asChild(tree)));
+  for (const std::uint32_t ns : {kManyNamespaces, 2u, 99u}) {
+    EXPECT_EQ(ARB_ERR_LOCKED, ArbTreeAddNodeFactory(tree, ns));
+    EXPECT_EQ(ARB_ERR_LOCKED, ArbTreeSetDefaultNamespace(tree, ns));
+  }
+  EXPECT_EQ(1u, tree->factoryCount);
+  EXPECT_EQ(1u, tree->defaultNamespace);
+}
+
+}  // namespace
+}  // namespace arbtree::test

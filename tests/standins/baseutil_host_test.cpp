@@ -1,0 +1,179 @@
+// baseutil: which host functions are asked, and which of them a bail-out reaches.
+#include <gtest/gtest.h>
+
+#include <csetjmp>
+#include <optional>
+#include <thread>
+#include <vector>
+
+#include "arbtree/baseutil.h"
+
+namespace {
+
+// A host that answers a fixed value and notes its bail-out.
+struct Host {
+  std::uint32_t answer = 0;
+  std::uint32_t asked = 0;
+  std::optional<std::uint32_t> askedFor;
+  std::optional<std::uint32_t> bailedCode;
+  std::optional<std::uint32_t> bailedContext;
+  std::optional<std::uint32_t> nested;  // a status context to work with before answering
+
+  BaseHostFunctions functions() { return {status, bailOut, this}; }
+
+  static std::uint32_t ARB_CALL status(std::uint32_t statusContext, void* data) {
+    Host& host = *static_cast<Host*>(data);
+    ++host.asked;
+    host.askedFor = statusContext;
+    if (host.nested) BaseStatusCallback(*host.nested, 0, 0);
+    return host.answer;
+  }
+  static void ARB_CALL bailOut(std::uint32_t code, std::uint32_t statusContext, void* data) {
+    Host& host = *static_cast<Host*>(data);
+    host.bailedCode = code;
+    host.bailedContext = statusContext;
+  }
+};
+
+// Sets functions and takes them back at the end.
+class BaseUtilHost : public ::testing::Test {
+ protected:
+  void TearDown() override {
+    for (const std::uint32_t context : contexts) EXPECT_EQ(BaseSetHostFunctions(context, nullptr), ARB_OK);
+    BaseSetDefaultHostFunctions(nullptr);
+  }
+  void set(std::uint32_t context, const BaseHostFunctions& functions) {
+    ASSERT_EQ(BaseSetHostFunctions(context, &functions), ARB_OK);
+    contexts.push_back(context);
+  }
+  std::vector<std::uint32_t> contexts;
+};
+
+// What BaseBailOut threw, or nothing.
+std::optional<std::uint32_t> thrownByBailOut(std::uint32_t code) {
+  try {
+    BaseBailOut(code, 0, 0);
+  } catch (const BaseBailOutException& exception) {
+    return exception.code;
+  }
+  return {};
+}
+
+TEST_F(BaseUtilHost, WithoutFunctionsGoesOnAndBailsOutByException) {
+  EXPECT_EQ(BaseStatusCallback(0, 0, 0), 0u);
+  EXPECT_EQ(BaseStatusCallback(5, 0, 0), 0u);
+  EXPECT_EQ(thrownByBailOut(20), 20u);
+  EXPECT_EQ(BaseSetHostFunctions(5, nullptr), ARB_ERR_NOTFOUND);
+}
+
+TEST_F(BaseUtilHost, AsksTheContextsOwnFunctionsBeforeTheDefault) {
+  Host own, zero, fallback;
+  own.answer = 20;
+  zero.answer = 32;
+  fallback.answer = 7;
+  set(5, own.functions());
+  set(0, zero.functions());
+  const BaseHostFunctions functions = fallback.functions();
+  BaseSetDefaultHostFunctions(&functions);
+  EXPECT_EQ(BaseStatusCallback(5, 0, 0), 20u);
+  EXPECT_EQ(BaseStatusCallback(0, 0, 0), 32u);
+  EXPECT_EQ(BaseStatusCallback(6, 0, 0), 7u);
+  EXPECT_EQ(own.askedFor, 5u);
+  EXPECT_EQ(zero.askedFor, 0u);
+  EXPECT_EQ(fallback.askedFor, 6u);
+  EXPECT_EQ(BaseSetHostFunctions(5, nullptr), ARB_OK);
+  contexts = {0};
+  EXPECT_EQ(BaseStatusCallback(5, 0, 0), 7u) << "taken back: the default again";
+  EXPECT_EQ(own.asked, 1u);
+}
+
+TEST_F(BaseUtilHost, NullMembersHaveTheirMeaning) {
+  Host host;
+  set(1, {nullptr, Host::bailOut, &host});
+  set(2, {Host::status, nullptr, &host});
+  host.answer = 20;
+  EXPECT_EQ(BaseStatusCallback(1, 0, 0), 0u);
+  EXPECT_FALSE(thrownByBailOut(20));
+  EXPECT_EQ(host.bailedContext, 1u);
+  EXPECT_EQ(BaseStatusCallback(2, 0, 0), 20u);
+  EXPECT_EQ(thrownByBailOut(33), 33u);
+  EXPECT_EQ(host.bailedCode, 20u) << "the other context's function must not be called";
+}
+
+TEST_F(BaseUtilHost, BailOutReachesTheContextThatAnsweredLast) {
+  Host outer, inner, fallback;
+  set(1, outer.functions());
+  set(2, inner.functions());
+  const BaseHostFunctions functions = fallback.functions();
+  BaseSetDefaultHostFunctions(&functions);
+
+  BaseStatusCallback(1, 0, 0);
+  BaseStatusCallback(2, 0, 0);
+  BaseBailOut(20, 0, 0);
+  EXPECT_EQ(inner.bailedContext, 2u);
+  EXPECT_FALSE(outer.bailedContext);
+
+  outer.nested = 2;  // the outer host runs another document before it answers
+  inner.bailedContext.reset();
+  BaseStatusCallback(1, 0, 0);
+  BaseBailOut(20, 0, 0);
+  EXPECT_EQ(outer.bailedContext, 1u);
+  EXPECT_FALSE(inner.bailedContext);
+
+  BaseStatusCallback(3, 0, 0);
+  BaseBailOut(20, 0, 0);
+  EXPECT_EQ(fallback.bailedContext, 3u);
+}
+
+TEST_F(BaseUtilHost, AThreadThatNeverAskedUsesTheDefault) {
+  Host zero, fallback;
+  set(0, zero.functions());
+  BaseStatusCallback(0, 0, 0);  // what this thread asked is nothing to another
+  std::optional<std::uint32_t> thrown;
+  std::thread([&thrown] { thrown = thrownByBailOut(20); }).join();
+  EXPECT_EQ(thrown, 20u);
+  const BaseHostFunctions functions = fallback.functions();
+  BaseSetDefaultHostFunctions(&functions);
+  std::thread([] { BaseBailOut(20, 0, 0); }).join();
+  EXPECT_EQ(fallback.bailedCode, 20u);
+  EXPECT_FALSE(zero.bailedCode);
+}
+
+std::jmp_buf escape;
+void ARB_CALL leaveByLongjmp(std::uint32_t, std::uint32_t, void*) { std::longjmp(escape, 1); }
+
+TEST_F(BaseUtilHost, BailOutMayLeaveByLongjmp) {
+  set(1, {nullptr, leaveByLongjmp, nullptr});
+  for (int i = 0; i < 3; ++i) {
+    BaseStatusCallback(1, 0, 0);
+    if (setjmp(escape) == 0) {
+      BaseBailOut(20, 0, 0);
+      FAIL() << "returned";
+    }
+  }
+  Host host;
+  set(2, host.functions());  // no lock was left behind
+  EXPECT_EQ(BaseStatusCallback(2, 0, 0), 0u);
+}
+
+TEST_F(BaseUtilHost, ThreadsDoNotDisturbEachOther) {
+  std::vector<std::thread> threads;
+  std::vector<int> failures(4);
+  for (std::uint32_t t = 0; t < failures.size(); ++t) {
+    threads.emplace_back([t, &failures] {
+      for (int i = 0; i < 2000; ++i) {
+        Host host;
+        host.answer = t;
+        const BaseHostFunctions functions = host.functions();
+        bool served = BaseSetHostFunctions(t, &functions) == ARB_OK && BaseStatusCallback(t, 0, 0) == t;
+        BaseBailOut(20, 0, 0);
+        served = served && host.bailedContext == t && BaseSetHostFunctions(t, nullptr) == ARB_OK;
+        failures[t] += !served;
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(failures, std::vector<int>(failures.size()));
+}
+
+}  // namespace

@@ -1,0 +1,172 @@
+// elemdefs: which namespaces can be registered and found, and that only live contexts are served.
+#include "arbtree/elemdefs.h"
+
+#include <gtest/gtest.h>
+
+#include <thread>
+#include <vector>
+
+namespace {
+
+std::uint32_t ARB_CALL makeNothing(ArbTree*, std::uint32_t, ArbNode**) { return ARB_OK; }
+std::uint32_t ARB_CALL makeNothingElse(ArbTree*, std::uint32_t, ArbNode**) { return ARB_OK; }
+std::uint32_t ARB_CALL destroyNothing(ArbNode*) { return ARB_OK; }
+
+ElemDefsHandle fromNumber(std::uintptr_t number) { return reinterpret_cast<ElemDefsHandle>(number); }
+
+// A context, and namespaces that are taken back at the end.
+class ElemDefs : public ::testing::Test {
+ protected:
+  void SetUp() override { ASSERT_EQ(ElemDefsCreate(&context), ARB_OK); }
+  void TearDown() override {
+    for (const std::uint32_t number : registered) EXPECT_EQ(ElemDefsUnregisterNamespace(number), ARB_OK);
+    EXPECT_EQ(ElemDefsDestroy(context), ARB_OK);
+  }
+  void add(std::uint32_t number, std::uint32_t elementCount) {
+    ASSERT_EQ(ElemDefsRegisterNamespace(number, makeNothing, destroyNothing, elementCount), ARB_OK);
+    registered.push_back(number);
+  }
+
+  ElemDefsHandle context = nullptr;
+  std::vector<std::uint32_t> registered;
+};
+
+TEST_F(ElemDefs, RefusesWhatCannotBeRegistered) {
+  add(7, 1);
+  struct Case {
+    std::uint32_t number;
+    ArbNodeFactory factory;
+    ArbNodeDestroyer destroyer;
+    std::uint32_t expected;
+  };
+  const Case cases[] = {
+      {8, nullptr, destroyNothing, ARB_ERR_BADARG},
+      {8, makeNothing, nullptr, ARB_ERR_BADARG},
+      {2, makeNothing, destroyNothing, ARB_ERR_NAMESPACE},
+      {4096, makeNothing, destroyNothing, ELEMDEFS_ERR_NUMBER},
+      {0x10008, makeNothing, destroyNothing, ELEMDEFS_ERR_NUMBER},
+      {0xFFFFFFFF, makeNothing, destroyNothing, ELEMDEFS_ERR_NUMBER},
+      {7, makeNothingElse, destroyNothing, ELEMDEFS_ERR_DUPLICATE},
+  };
+  for (const Case& c : cases) {
+    EXPECT_EQ(ElemDefsRegisterNamespace(c.number, c.factory, c.destroyer, 9), c.expected) << c.number;
+  }
+  ArbNodeFactory factory = nullptr;
+  ArbNodeDestroyer destroyer = nullptr;
+  EXPECT_EQ(ElemDefsGetNodeFactory(context, 8, &factory, &destroyer), ELEMDEFS_ERR_UNKNOWN_NAMESPACE);
+  EXPECT_EQ(ElemDefsGetNodeFactory(context, 7, &factory, &destroyer), ARB_OK);
+  EXPECT_EQ(factory, makeNothing) << "a refused duplicate must not replace the first registration";
+}
+
+TEST_F(ElemDefs, FindsByTheLow16Bits) {
+  add(0, 10);
+  add(5, 11);
+  add(4095, 12);
+  struct Case {
+    std::uint32_t number;
+    std::uint32_t status;
+    std::uint32_t count;
+  };
+  const std::uint32_t unknown = ELEMDEFS_ERR_UNKNOWN_NAMESPACE;
+  const Case cases[] = {
+      {0, ARB_OK, 10},          {5, ARB_OK, 11},       {4095, ARB_OK, 12},     {0x10005, ARB_OK, 11},
+      {0xFFFF0000, ARB_OK, 10}, {2, unknown, 77},      {0x10002, unknown, 77}, {6, unknown, 77},
+      {4096, unknown, 77},      {0x1005, unknown, 77}, {0xFFFF, unknown, 77},  {0xFFFFFFFF, unknown, 77},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.number);
+    std::uint32_t count = 77;
+    EXPECT_EQ(ElemDefsGetElementCount(context, c.number, &count), c.status);
+    EXPECT_EQ(count, c.count);
+    ArbNodeFactory factory = makeNothingElse;
+    ArbNodeDestroyer destroyer = nullptr;
+    EXPECT_EQ(ElemDefsGetNodeFactory(context, c.number, &factory, &destroyer), c.status);
+    EXPECT_EQ(factory, c.status == ARB_OK ? makeNothing : makeNothingElse);
+    EXPECT_EQ(destroyer, c.status == ARB_OK ? destroyNothing : nullptr);
+  }
+}
+
+TEST_F(ElemDefs, UnregisteringFreesTheNumber) {
+  ASSERT_EQ(ElemDefsRegisterNamespace(9, makeNothing, destroyNothing, 1), ARB_OK);
+  ASSERT_EQ(ElemDefsUnregisterNamespace(9), ARB_OK);
+  for (const std::uint32_t number : {9u, 2u, 4096u, 0x10009u}) {
+    EXPECT_EQ(ElemDefsUnregisterNamespace(number), ELEMDEFS_ERR_UNKNOWN_NAMESPACE) << number;
+  }
+  std::uint32_t count = 0;
+  EXPECT_EQ(ElemDefsGetElementCount(context, 9, &count), ELEMDEFS_ERR_UNKNOWN_NAMESPACE);
+  add(9, 2);
+  EXPECT_EQ(ElemDefsGetElementCount(context, 9, &count), ARB_OK);
+  EXPECT_EQ(count, 2u);
+}
+
+TEST_F(ElemDefs, NullOutParameters) {
+  add(9, 1);
+  ArbNodeFactory factory = nullptr;
+  ArbNodeDestroyer destroyer = nullptr;
+  EXPECT_EQ(ElemDefsCreate(nullptr), ARB_ERR_BADARG);
+  EXPECT_EQ(ElemDefsGetNodeFactory(context, 9, nullptr, &destroyer), ARB_ERR_BADARG);
+  EXPECT_EQ(ElemDefsGetNodeFactory(context, 9, &factory, nullptr), ARB_ERR_BADARG);
+  EXPECT_EQ(ElemDefsGetElementCount(context, 9, nullptr), ARB_ERR_BADARG);
+  EXPECT_EQ(factory, nullptr);
+  EXPECT_EQ(destroyer, nullptr);
+}
+
+TEST_F(ElemDefs, ServesOnlyLiveContexts) {
+  add(9, 1);
+  ElemDefsHandle stale = nullptr;
+  ASSERT_EQ(ElemDefsCreate(&stale), ARB_OK);
+  ASSERT_NE(stale, context);
+  ASSERT_EQ(ElemDefsDestroy(stale), ARB_OK);
+  int local = 0;
+  const auto live = reinterpret_cast<std::uintptr_t>(context);
+  const std::vector<ElemDefsHandle> contexts = {
+      nullptr, fromNumber(1), fromNumber(UINTPTR_MAX), stale, reinterpret_cast<ElemDefsHandle>(&local),
+      // On 64-bit platforms: the live number below other high bits.
+      sizeof live > 4 ? fromNumber(live | std::uintptr_t{1} << (sizeof live * 8 - 1)) : stale};
+  for (const ElemDefsHandle bad : contexts) {
+    SCOPED_TRACE(bad);
+    ArbNodeFactory factory = nullptr;
+    ArbNodeDestroyer destroyer = nullptr;
+    std::uint32_t count = 77;
+    EXPECT_EQ(ElemDefsGetNodeFactory(bad, 9, &factory, &destroyer), ELEMDEFS_ERR_CONTEXT);
+    EXPECT_EQ(ElemDefsGetElementCount(bad, 9, &count), ELEMDEFS_ERR_CONTEXT);
+    EXPECT_EQ(ElemDefsDestroy(bad), ELEMDEFS_ERR_CONTEXT);
+    EXPECT_EQ(factory, nullptr);
+    EXPECT_EQ(count, 77u);
+  }
+}
+
+TEST_F(ElemDefs, AStaleContextStaysStale) {
+  ElemDefsHandle stale = nullptr;
+  ASSERT_EQ(ElemDefsCreate(&stale), ARB_OK);
+  ASSERT_EQ(ElemDefsDestroy(stale), ARB_OK);
+  for (int i = 0; i < 70000; ++i) {
+    ElemDefsHandle next = nullptr;
+    ASSERT_EQ(ElemDefsCreate(&next), ARB_OK);
+    ASSERT_NE(next, stale);
+    ASSERT_NE(next, context);
+    ASSERT_EQ(ElemDefsDestroy(next), ARB_OK);
+  }
+}
+
+TEST_F(ElemDefs, ThreadsDoNotDisturbEachOther) {
+  std::vector<std::thread> threads;
+  std::vector<int> failures(4);
+  for (std::uint32_t t = 0; t < failures.size(); ++t) {
+    threads.emplace_back([t, &failures] {
+      for (int i = 0; i < 2000; ++i) {
+        ElemDefsHandle own = nullptr;
+        std::uint32_t count = 0;
+        const bool served = ElemDefsCreate(&own) == ARB_OK &&
+                            ElemDefsRegisterNamespace(100 + t, makeNothing, destroyNothing, t) == ARB_OK &&
+                            ElemDefsGetElementCount(own, 100 + t, &count) == ARB_OK && count == t &&
+                            ElemDefsUnregisterNamespace(100 + t) == ARB_OK && ElemDefsDestroy(own) == ARB_OK;
+        failures[t] += !served;
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(failures, std::vector<int>(failures.size()));
+}
+
+}  // namespace

@@ -1,0 +1,145 @@
+#include "support/host.h"
+
+#include "support/standins.h"
+
+namespace arbtree::test {
+
+namespace {
+constexpr std::uint32_t kArgument2 = 0x22;
+constexpr std::uint32_t kArgument3 = 0x33;
+
+std::vector<Host*>& handles() {
+  static std::vector<Host*> table;
+  return table;
+}
+}  // namespace
+
+Host::Host(std::uint32_t mode, std::uint32_t source, const char16_t* nameTemplate)
+    : handle_(static_cast<std::uint32_t>(handles().size())) {
+  handles().push_back(this);
+  registerTestNamespaces();
+  context.startEntry = startEntry;
+  context.continueEntry = continueEntry;
+  context.producerArg1 = handle_;
+  context.producerArg2 = kArgument2;
+  context.producerArg3 = kArgument3;
+  EXPECT_EQ(ARB_OK, ArbDocumentCreate(source, &context, nameTemplate, handle_, mode, &document));
+}
+
+Host::~Host() {
+  if (elementTrace == &events) elementTrace = nullptr;
+  destroy();
+  handles()[handle_] = nullptr;
+}
+
+void Host::destroy() {
+  if (document) {
+    EXPECT_EQ(ARB_OK, ArbDocumentDestroy(document));
+  }
+  document = nullptr;
+}
+
+Host& Host::then(Step step) {
+  steps_.push_back(std::move(step));
+  return *this;
+}
+
+void Host::record(bool kinds) {
+  if (kinds) elementTrace = &events;
+  EXPECT_EQ(ARB_OK, ArbDocumentRegisterCallback(document, Recorder::onEvent, &events));
+}
+
+std::uint32_t ARB_CALL Host::startEntry(std::uint32_t handle, std::uint32_t argument2, std::uint32_t argument3) {
+  return handles().at(handle)->run("start", argument2, argument3);
+}
+
+std::uint32_t ARB_CALL Host::continueEntry(std::uint32_t handle, std::uint32_t argument2, std::uint32_t argument3) {
+  return handles().at(handle)->run("continue", argument2, argument3);
+}
+
+ArbStatus Host::run(const char* entry, std::uint32_t argument2, std::uint32_t argument3) {
+  EXPECT_EQ(kArgument2, argument2);
+  EXPECT_EQ(kArgument3, argument3);
+  runs.emplace_back(entry);
+  for (std::uint32_t done = 0; nextStep_ < steps_.size(); ++done) {
+    if (stepsPerRun != 0 && done == stepsPerRun) return ARB_OK;
+    const Step& step = steps_[nextStep_++];
+    const ArbStatus status = step();
+    if (status == kPause) return ARB_OK;
+    if (status != ARB_OK) return status;
+  }
+  return endResult;
+}
+
+ArbTree* Host::makeTree() {
+  ArbTree* tree = nullptr;
+  events.setName(document->nodeCounter + 1, "root");
+  EXPECT_EQ(ARB_OK, ArbDocumentCreateTree(document, u"tree", &tree));
+  EXPECT_EQ(ARB_OK, ArbTreeAddNodeFactory(tree, kTestNamespace));
+  EXPECT_EQ(ARB_OK, ArbForestAppendChild(document->rootForest, asChild(tree)));
+  return tree;
+}
+
+ArbNode* Host::make(ArbTree* tree, const std::string& name, std::uint32_t id, ArbNodeRef* cell) {
+  ArbNode* node = nullptr;
+  const bool reserved = cell && cell->state == ARB_REF_FLOATING;
+  events.setName(reserved ? static_cast<std::uint32_t>(cell->value) : document->nodeCounter + 1, name);
+  EXPECT_EQ(ARB_OK, ArbTreeCreateNode(tree, id, cell, &node)) << name;
+  return node;
+}
+
+ArbNode* Host::append(ArbNode* parent, const std::string& name, std::uint32_t id) {
+  ArbNode* const node = make(parent->tree, name, id);
+  EXPECT_EQ(ARB_OK, ArbNodeAppendChild(parent, node)) << name;
+  return node;
+}
+
+std::string Host::shape(const ArbNode* node) const {
+  std::string text = events.nameOf(node);
+  const ArbNodeRef* previous = nullptr;
+  std::string children;
+  std::uint32_t count = 0;
+  for (const ArbNode* child = resolve(node->firstChildCell); child; child = resolve(child->nextSiblingCell)) {
+    EXPECT_EQ(previous, child->prevSiblingCell) << events.nameOf(child);
+    EXPECT_EQ(node->cell, child->parentCell) << events.nameOf(child);
+    EXPECT_TRUE(child->flags & ARB_NODE_LINKED) << events.nameOf(child);
+    children += joined({count++ ? " " : "", shape(child)});
+    previous = child->cell;
+  }
+  EXPECT_EQ(previous, node->lastChildCell) << text;
+  EXPECT_EQ(count, node->childCount - node->freedChildCount) << text;
+  return count ? joined({text, "(", children, ")"}) : text;
+}
+
+ArbNode* resolve(const ArbNodeRef* cell) {
+  return cell && cell->state == ARB_REF_NODE ? reinterpret_cast<ArbNode*>(cell->value) : nullptr;
+}
+
+ArbNode* rootOf(ArbTree* tree) {
+  // The kind-specific word behind a tree's header is the cell of its root.
+  return resolve(*reinterpret_cast<ArbNodeRef**>(reinterpret_cast<ArbForestChild*>(tree) + 1));
+}
+
+ArbForestChild* asChild(void* forestFileOrTree) { return static_cast<ArbForestChild*>(forestFileOrTree); }
+
+ArbNode* untouchedNode() {
+  static ArbNode node{};
+  return &node;
+}
+
+void forEachSetting(const std::function<void(const Setting&)>& body) {
+  for (const std::uint32_t steps : {1u, 2u, 3u, 7u, 0u}) {
+    for (const bool wait : {false, true}) {
+      for (const bool producerAtEnd : {false, true}) {
+        for (const bool consumerSubtree : {false, true}) {
+          SCOPED_TRACE(testing::Message() << "steps per run " << steps << (wait ? ", Wait" : ", Query")
+                                          << (producerAtEnd ? ", producer at end" : ", producer at once")
+                                          << (consumerSubtree ? ", consumer at end" : ", consumer in passing"));
+          body({steps, wait, producerAtEnd, consumerSubtree});
+        }
+      }
+    }
+  }
+}
+
+}  // namespace arbtree::test

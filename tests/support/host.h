@@ -1,0 +1,85 @@
+// A host under test: one document, a scripted producer behind its context record, and a recorder.
+//
+// The script is a list of steps. A run executes steps in order until one answers something other than ARB_OK, or
+// `stepsPerRun` steps are done; after the last step the run answers `endResult`. So a script can be stopped after every
+// step, with any result. The producer finds its Host through a handle, as hosts with 64-bit pointers do.
+#ifndef ARBTREE_TESTS_SUPPORT_HOST_H
+#define ARBTREE_TESTS_SUPPORT_HOST_H
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "arbtree/arbtree.h"
+#include "document/document.h"
+#include "support/elements.h"
+#include "support/recorder.h"
+
+namespace arbtree::test {
+
+// A step's answer that ends the run with 0.
+constexpr ArbStatus kPause = 0xFFFFFFF0u;
+
+class Host {
+ public:
+  using Step = std::function<ArbStatus()>;
+
+  explicit Host(std::uint32_t mode = 0, std::uint32_t source = 0, const char16_t* nameTemplate = u"doc");
+  ~Host();
+  Host(const Host&) = delete;
+  Host& operator=(const Host&) = delete;
+
+  ArbDocument* document = nullptr;
+  ArbHostContext context{};
+  std::uint32_t stepsPerRun = 0;  // 0: no limit
+  ArbStatus endResult = ARB_STATUS_END;
+  Lines runs;  // "start" or "continue" for every run
+  Recorder events;
+
+  Host& then(Step step);
+
+  // Registers the recorder for events; `kinds` makes factory and destroyer of the test namespace write to it as well.
+  void record(bool kinds = false);
+
+  // A tree in the root forest, with the test namespace registered; the root node is named "root".
+  ArbTree* makeTree();
+  ArbNode* make(ArbTree* tree, const std::string& name, std::uint32_t id = elementId(1), ArbNodeRef* cell = nullptr);
+  ArbNode* append(ArbNode* parent, const std::string& name, std::uint32_t id = elementId(1));
+
+  // Destroys the document before the Host goes.
+  void destroy();
+
+  // "name(child child(...))" of a subtree, its links checked in both directions.
+  std::string shape(const ArbNode* node) const;
+
+ private:
+  static std::uint32_t ARB_CALL startEntry(std::uint32_t handle, std::uint32_t argument2, std::uint32_t argument3);
+  static std::uint32_t ARB_CALL continueEntry(std::uint32_t handle, std::uint32_t argument2, std::uint32_t argument3);
+  ArbStatus run(const char* entry, std::uint32_t argument2, std::uint32_t argument3);
+
+  std::uint32_t handle_;
+  std::vector<Step> steps_;
+  std::size_t nextStep_ = 0;
+};
+
+ArbNode* resolve(const ArbNodeRef* cell);
+ArbNode* rootOf(ArbTree* tree);
+ArbForestChild* asChild(void* forestFileOrTree);
+
+// A result variable that no call has written yet holds this.
+ArbNode* untouchedNode();
+
+// The settings under which the same content must come out the same.
+struct Setting {
+  std::uint32_t stepsPerRun;
+  bool wait;             // Wait calls; else Query calls with read-ahead in between
+  bool producerAtEnd;    // the producer releases all at the end; else each node as soon as it is complete
+  bool consumerSubtree;  // the consumer releases the whole tree at the end; else each node when it has passed it
+};
+void forEachSetting(const std::function<void(const Setting&)>& body);
+
+}  // namespace arbtree::test
+
+#endif

@@ -1,0 +1,46 @@
+// One list in which a test finds everything that the library called, in order: events, hooks, factories, destroyers and
+// whatever else the test adds. Nodes appear under the names that the test gave them, else as #number.
+#ifndef ARBTREE_TESTS_SUPPORT_RECORDER_H
+#define ARBTREE_TESTS_SUPPORT_RECORDER_H
+
+#include <cstdint>
+#include <initializer_list>
+#include <map>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "arbtree/arbtree.h"
+
+namespace arbtree::test {
+
+using Lines = std::vector<std::string>;
+
+// The parts one behind the other.
+inline std::string joined(std::initializer_list<std::string_view> parts) {
+  std::string text;
+  for (const std::string_view part : parts) text += part;
+  return text;
+}
+
+class Recorder {
+ public:
+  void setName(std::uint32_t number, const std::string& name) { names_[number] = name; }
+  std::string nameOf(const ArbNode* node) const;
+  void add(const std::string& line) { lines_.push_back(line); }
+  void addEvent(std::uint32_t event, const ArbNode* node);
+
+  // What was recorded since the last call.
+  Lines take();
+
+  // An event callback whose context is a Recorder.
+  static std::uint32_t ARB_CALL onEvent(ArbDocument* document, std::uint32_t event, void* argument, void* context);
+
+ private:
+  std::map<std::uint32_t, std::string> names_;
+  Lines lines_;
+};
+
+}  // namespace arbtree::test
+
+#endif

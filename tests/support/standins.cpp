@@ -1,0 +1,49 @@
+#include "support/standins.h"
+
+#include <gtest/gtest.h>
+
+#include "support/elements.h"
+
+namespace arbtree::test {
+
+void registerTestNamespaces() {
+  static const bool done = [] {
+    EXPECT_EQ(ARB_OK, ElemDefsRegisterNamespace(kTestNamespace, makeElement, destroyElement, 16));
+    for (std::uint32_t i = 0; i < kManyNamespaceCount; ++i) {
+      EXPECT_EQ(ARB_OK, ElemDefsRegisterNamespace(kManyNamespaces + i, makeElement, destroyElement, i));
+    }
+    return true;
+  }();
+  EXPECT_TRUE(done);
+}
+
+std::uint32_t codeTranslatedTo(std::uint32_t status) {
+  const std::uint32_t code = 0xC0000000u + status;
+  EXPECT_EQ(ARB_OK, RtSetTranslation(code, status));
+  return code;
+}
+
+Source::Source(const char16_t* inputPath, const char16_t* outputPath) {
+  EXPECT_EQ(ARB_OK, SrcOpen(inputPath, outputPath, &handle_));
+}
+
+Source::~Source() { EXPECT_EQ(ARB_OK, SrcClose(handle_)); }
+
+StatusAnswer::StatusAnswer(std::uint32_t answer, bool bailOutReturns) : answer_(answer) {
+  const BaseHostFunctions functions{onStatus, bailOutReturns ? onBailOut : nullptr, this};
+  BaseSetDefaultHostFunctions(&functions);
+}
+
+StatusAnswer::~StatusAnswer() { BaseSetDefaultHostFunctions(nullptr); }
+
+std::uint32_t ARB_CALL StatusAnswer::onStatus(std::uint32_t statusContext, void* self) {
+  auto& answer = *static_cast<StatusAnswer*>(self);
+  answer.contexts_.push_back(statusContext);
+  return answer.answer_;
+}
+
+void ARB_CALL StatusAnswer::onBailOut(std::uint32_t, std::uint32_t, void* self) {
+  ++static_cast<StatusAnswer*>(self)->bailOuts_;
+}
+
+}  // namespace arbtree::test

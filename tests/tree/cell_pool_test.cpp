@@ -1,0 +1,140 @@
+// The order in which a tree's pool hands out cells, compared with a plain search over all of them.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <memory>
+#include <random>
+#include <vector>
+
+#include "support/plain_pool.h"
+#include "support/seed.h"
+#include "tree/cell_pool.h"
+#include "tree/lowest_set.h"
+
+namespace arbtree::test {
+namespace {
+
+// The pool of a tree record without a tree around it.
+class CellPool : public testing::Test {
+ protected:
+  ~CellPool() override { destroyCells(*tree); }
+
+  ArbNodeRef* take() { return takeCell(*tree); }
+  Place placeOf(const ArbNodeRef* cell) const { return test::placeOf(*tree, cell); }
+
+  const std::unique_ptr<ArbTree> tree = std::make_unique<ArbTree>();
+};
+
+TEST_F(CellPool, LowestFreeCellFromTheHintedWord) {
+  std::vector<ArbNodeRef*> cells;
+  for (std::uint32_t i = 0; i < 6; ++i) cells.push_back(take());
+  for (std::uint32_t i = 0; i < 6; ++i) EXPECT_EQ((Place{0, i}), placeOf(cells[i]));
+  giveBackCell(*tree, cells[2]);
+  EXPECT_EQ((Place{0, 2}), placeOf(take()));
+  EXPECT_EQ((Place{0, 6}), placeOf(take()));
+
+  // Cells of an earlier word come only after the words from the last allocation on are full.
+  while (placeOf(take()).index != 40) {
+  }
+  giveBackCell(*tree, cells[3]);
+  EXPECT_EQ((Place{0, 41}), placeOf(take()));
+  while (placeOf(take()).index != kCellsPerBlock - 1) {
+  }
+  EXPECT_EQ((Place{0, 3}), placeOf(take()));
+  EXPECT_EQ((Place{1, 0}), placeOf(take()));
+}
+
+TEST_F(CellPool, ACellKeepsWhatItsLastUserLeft) {
+  ArbNodeRef* const cell = take();
+  *cell = {ARB_REF_FREED, 4711};
+  giveBackCell(*tree, cell);
+  ASSERT_EQ(cell, take());
+  EXPECT_EQ(ARB_REF_FREED, cell->state);
+  EXPECT_EQ(4711u, cell->value);
+}
+
+TEST_F(CellPool, ForeignCellsAreIgnored) {
+  ArbNodeRef* const cell = take();
+  ArbNodeRef foreign{};
+  giveBackCell(*tree, &foreign);
+  giveBackCell(*tree, nullptr);
+  giveBackCell(*tree, tree->cellBlocks[0]->cells + kCellsPerBlock);
+  EXPECT_EQ(1u, tree->cellBlocks[0]->usedCount);
+  EXPECT_EQ((Place{0, 0}), placeOf(cell));
+  EXPECT_EQ((Place{0, 1}), placeOf(take()));
+}
+
+TEST_F(CellPool, TheSeventeenthBlockDoublesTheTable) {
+  std::vector<ArbNodeRef*> cells;
+  for (std::uint32_t i = 0; i < 16 * kCellsPerBlock; ++i) cells.push_back(take());
+  EXPECT_EQ(16u, tree->cellBlockCount);
+  EXPECT_EQ(16u, tree->cellBlockCapacity);
+  EXPECT_EQ((Place{16, 0}), placeOf(take()));
+  EXPECT_EQ(17u, tree->cellBlockCount);
+  EXPECT_EQ(32u, tree->cellBlockCapacity);
+
+  // A cell of an earlier block comes before the free cells of later ones.
+  giveBackCell(*tree, cells[9 * kCellsPerBlock + 5]);
+  giveBackCell(*tree, cells[3]);
+  EXPECT_EQ(cells[3], take());
+  EXPECT_EQ(cells[9 * kCellsPerBlock + 5], take());
+  EXPECT_EQ((Place{16, 1}), placeOf(take()));
+}
+
+TEST_F(CellPool, AnyOrderOfTakingAndGivingBack) {
+  std::mt19937 random(testSeed());
+  PlainPool model;
+  std::vector<std::pair<ArbNodeRef*, Place>> live;
+  // Phases that grow, hold and shrink, so that blocks fill, empty and fill again.
+  for (const std::uint32_t takePercent : {95u, 50u, 10u, 80u, 45u, 98u, 5u, 60u}) {
+    for (int i = 0; i < 20000; ++i) {
+      if (live.empty() || random() % 100 < takePercent) {
+        ArbNodeRef* const cell = take();
+        const Place expected = model.take();
+        ASSERT_EQ(expected.block, placeOf(cell).block);
+        ASSERT_EQ(expected.index, placeOf(cell).index);
+        live.emplace_back(cell, expected);
+      } else {
+        std::swap(live[random() % live.size()], live.back());
+        giveBackCell(*tree, live.back().first);
+        model.giveBack(live.back().second);
+        live.pop_back();
+      }
+    }
+    std::size_t used = 0;
+    for (std::size_t b = 0; b < tree->cellBlockCount; ++b) used += tree->cellBlocks[b]->usedCount;
+    ASSERT_EQ(live.size(), used);
+  }
+  EXPECT_LT(4u, model.blockCount());
+  EXPECT_EQ(model.blockCount(), tree->cellBlockCount);
+}
+
+TEST(LowestSet, IsAnOrderedSet) {
+  std::mt19937 random(testSeed());
+  LowestSet set{};
+  EXPECT_EQ(LowestSet::kNone, set.lowest());
+  std::vector<bool> model;
+  for (const std::uint32_t capacity : {1u, 64u, 65u, 4096u, 5000u, 300000u}) {
+    ASSERT_TRUE(set.reserve(capacity));
+    ASSERT_LE(capacity, set.capacity());
+    model.resize(capacity, false);
+    for (int i = 0; i < 400; ++i) {
+      const std::uint32_t index = static_cast<std::uint32_t>(random() % capacity);
+      if (random() % 2) {
+        set.insert(index);
+        model[index] = true;
+      } else {
+        set.erase(index);
+        model[index] = false;
+      }
+      ASSERT_EQ(model[index], set.contains(index));
+      const auto lowest = std::find(model.begin(), model.end(), true);
+      ASSERT_EQ(lowest == model.end() ? LowestSet::kNone : static_cast<std::uint32_t>(lowest - model.begin()),
+                set.lowest());
+    }
+  }
+  set.destroy();
+}
+
+}  // namespace
+}  // namespace arbtree::test

@@ -1,0 +1,138 @@
+// Metadata of nodes and child documents: every change of size, every way to read, and what is freed.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <functional>
+
+#include "platform/heap.h"
+#include "support/host.h"
+
+namespace arbtree::test {
+namespace {
+
+const char kBytes[] = "abcdefghijklmnopqrstuvwxyz";
+
+// The same rules for both kinds of owner.
+struct Owner {
+  const char* name;
+  std::function<ArbStatus(std::uint32_t, const void*, std::uint32_t)> set;
+  std::function<ArbStatus(std::uint32_t, void*, std::uint32_t*)> get;
+};
+
+void forEachOwner(const std::function<void(const Owner&)>& body) {
+  Host host;
+  ArbNode* const node = rootOf(host.makeTree());
+  ArbForestChild* const child = &host.document->rootForest->child;
+  const Owner owners[] = {
+      {"node", [=](auto key, auto value, auto size) { return ArbNodeSetMetadata(node, key, value, size); },
+       [=](auto key, auto buffer, auto size) { return ArbNodeGetMetadata(node, key, buffer, size); }},
+      {"child", [=](auto key, auto value, auto size) { return ArbForestChildSetMetadata(child, key, value, size); },
+       [=](auto key, auto buffer, auto size) { return ArbForestChildGetMetadata(child, key, buffer, size); }},
+  };
+  for (const Owner& owner : owners) {
+    SCOPED_TRACE(owner.name);
+    body(owner);
+  }
+}
+
+void expectValue(const Owner& owner, std::uint32_t key, const char* bytes, std::uint32_t size) {
+  char buffer[32];
+  std::memset(buffer, '#', sizeof buffer);
+  std::uint32_t got = sizeof buffer;
+  EXPECT_EQ(ARB_OK, owner.get(key, buffer, &got));
+  EXPECT_EQ(size, got);
+  EXPECT_EQ(0, std::memcmp(buffer, bytes, size));
+  EXPECT_EQ('#', buffer[size]);
+}
+
+TEST(Metadata, EveryChangeOfSize) {
+  forEachOwner([](const Owner& owner) {
+    EXPECT_EQ(ARB_OK, owner.set(1, "other", 5));
+    for (const std::uint32_t from : {0u, 1u, 3u, 4u, 5u, 8u, 20u}) {
+      for (const std::uint32_t to : {0u, 2u, 4u, 5u, 8u, 20u}) {
+        SCOPED_TRACE(testing::Message() << from << " to " << to);
+        EXPECT_EQ(ARB_OK, owner.set(7, kBytes, from));
+        expectValue(owner, 7, kBytes, from);
+        const std::uint64_t live = heap::testing::liveBlocks();
+        EXPECT_EQ(ARB_OK, owner.set(7, kBytes + 3, to));
+        expectValue(owner, 7, kBytes + 3, to);
+        EXPECT_EQ(live + (to > 4 ? 1u : 0u) - (from > 4 ? 1u : 0u), heap::testing::liveBlocks());
+        expectValue(owner, 1, "other", 5);
+      }
+    }
+  });
+}
+
+TEST(Metadata, Reading) {
+  forEachOwner([](const Owner& owner) {
+    char buffer[8] = "#######";
+    std::uint32_t size = 3;
+    EXPECT_EQ(ARB_ERR_NOTFOUND, owner.get(7, buffer, &size));
+    EXPECT_EQ(3u, size);
+    for (const std::uint32_t length : {3u, 6u}) {
+      SCOPED_TRACE(length);
+      EXPECT_EQ(ARB_OK, owner.set(7, kBytes, length));
+      EXPECT_EQ(ARB_ERR_NOTFOUND, owner.get(8, buffer, &size));
+      size = length - 1;
+      EXPECT_EQ(ARB_OK, owner.get(7, buffer, &size)) << "too small";
+      EXPECT_EQ(length, size);
+      EXPECT_STREQ("#######", buffer);
+      size = 0;
+      EXPECT_EQ(ARB_OK, owner.get(7, nullptr, &size));
+      EXPECT_EQ(length, size);
+      size = 100;
+      EXPECT_EQ(ARB_OK, owner.get(7, nullptr, &size));
+      EXPECT_EQ(length, size);
+      EXPECT_EQ(ARB_OK, owner.get(7, nullptr, nullptr));
+      EXPECT_EQ(ARB_OK, owner.get(7, buffer, nullptr));
+      EXPECT_EQ(0, std::memcmp(buffer, kBytes, length));
+      size = length;
+      EXPECT_EQ(ARB_OK, owner.get(7, buffer, &size)) << "exact";
+      EXPECT_EQ(length, size);
+      std::memcpy(buffer, "#######", 8);
+      size = 0;
+    }
+    EXPECT_EQ(ARB_OK, owner.set(9, nullptr, 0));
+    size = 5;
+    EXPECT_EQ(ARB_OK, owner.get(9, buffer, &size)) << "an empty value is there";
+    EXPECT_EQ(0u, size);
+  });
+}
+
+TEST(Metadata, AFailedAllocationKeepsTheOldValue) {
+  forEachOwner([](const Owner& owner) {
+    EXPECT_EQ(ARB_OK, owner.set(7, kBytes, 6));
+    heap::testing::failAllocation(1, true);
+    EXPECT_EQ(ARB_OK, owner.set(7, kBytes + 1, 9));
+    EXPECT_TRUE(heap::testing::failureFired());
+    EXPECT_EQ(ARB_OK, owner.set(8, kBytes, 2));
+    EXPECT_EQ(ARB_OK, owner.set(9, kBytes, 9));
+    heap::testing::stopFailing();
+    expectValue(owner, 7, kBytes, 6);
+    EXPECT_EQ(ARB_ERR_NOTFOUND, owner.get(8, nullptr, nullptr));
+    EXPECT_EQ(ARB_ERR_NOTFOUND, owner.get(9, nullptr, nullptr));
+    EXPECT_EQ(ARB_OK, owner.set(8, kBytes, 2));
+    expectValue(owner, 8, kBytes, 2);
+  });
+}
+
+TEST(Metadata, CanBeUsedAfterBothReleasesAndGoesWithTheNode) {
+  Host host;
+  ArbNode* const root = rootOf(host.makeTree());
+  ArbNode* const a = host.append(root, "a");
+  host.append(root, "b");
+  host.append(a, "c");
+  EXPECT_EQ(ARB_OK, ArbNodeProducerRelease(a));
+  EXPECT_EQ(ARB_OK, ArbNodeConsumerRelease(a));
+  const std::uint64_t live = heap::testing::liveBlocks();
+  for (std::uint32_t key = 0; key < 10; ++key) EXPECT_EQ(ARB_OK, ArbNodeSetMetadata(a, key, kBytes, key));
+  EXPECT_EQ(live + 10 + 5, heap::testing::liveBlocks());
+  ArbNode* const c = resolve(a->firstChildCell);
+  EXPECT_EQ(ARB_OK, ArbNodeProducerRelease(c));
+  EXPECT_EQ(ARB_OK, ArbNodeConsumerRelease(c));
+  EXPECT_EQ("root(b)", host.shape(root));
+  EXPECT_EQ(live - 2, heap::testing::liveBlocks());
+}
+
+}  // namespace
+}  // namespace arbtree::test

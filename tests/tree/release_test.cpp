@@ -1,0 +1,272 @@
+// Completion and release by both sides: the whole sequence of events and hooks of every call, and its refusals.
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <memory>
+#include <vector>
+
+#include "support/host.h"
+
+namespace arbtree::test {
+namespace {
+
+std::uint32_t ARB_CALL attributesHook(std::uintptr_t argument, void* context) {
+  const auto* const node = reinterpret_cast<const ArbNode*>(argument);
+  auto& events = *static_cast<Recorder*>(context);
+  events.add("hook attributes " + events.nameOf(node) + (node->flags & ARB_NODE_ATTRIBUTES_DONE ? " done" : ""));
+  return 13;  // of no consequence
+}
+std::uint32_t ARB_CALL releaseHook(std::uintptr_t argument, void* context) {
+  const auto* const node = reinterpret_cast<const ArbNode*>(argument);
+  auto& events = *static_cast<Recorder*>(context);
+  events.add("hook release " + events.nameOf(node) + (node->flags & ARB_NODE_PRODUCER_RELEASED ? " released" : ""));
+  return 13;
+}
+
+class Release : public testing::Test {
+ protected:
+  void open(std::uint32_t mode = 0) {
+    host = std::make_unique<Host>(mode);
+    tree = host->makeTree();
+    root = rootOf(tree);
+    for (const std::uint32_t id : {elementId(1), ARB_ELEM_ROOT}) {
+      EXPECT_EQ(ARB_OK, ArbTreeSetProducerNodeHook(tree, ARB_HOOK_ATTRIBUTES_DONE, id, attributesHook, &host->events));
+      EXPECT_EQ(ARB_OK, ArbTreeSetProducerNodeHook(tree, ARB_HOOK_PRODUCER_RELEASE, id, releaseHook, &host->events));
+    }
+    host->record();
+  }
+  Lines events() { return host->events.take(); }
+
+  std::unique_ptr<Host> host;
+  ArbTree* tree = nullptr;
+  ArbNode* root = nullptr;
+};
+
+using NodeCall = ArbStatus(ARB_CALL*)(ArbNode*);
+
+// The calls are made one after another on one linked node whose parent is open.
+TEST_F(Release, SequenceOfEveryCall) {
+  struct Step {
+    NodeCall call;
+    ArbStatus status;
+    Lines events;
+    std::uint32_t flags;  // beyond linked and in the tree
+  };
+  struct Row {
+    const char* name;
+    std::vector<Step> steps;
+  };
+  const std::uint32_t attributes = ARB_NODE_ATTRIBUTES_DONE;
+  const std::uint32_t done = attributes | ARB_NODE_CHILDREN_DONE;
+  const std::uint32_t released = done | ARB_NODE_PRODUCER_RELEASED;
+  const std::uint32_t consumer = ARB_NODE_CONSUMER_RELEASED;
+  const Row rows[] = {
+      {"attributes twice",
+       {{ArbNodeAttributesDone, 0, {"hook attributes a", "attributes a"}, attributes},
+        {ArbNodeAttributesDone, 0, {}, attributes}}},
+      {"children twice",
+       {{ArbNodeAllChildrenAttached, 0, {"children a"}, ARB_NODE_CHILDREN_DONE},
+        {ArbNodeAllChildrenAttached, 0, {"children a"}, ARB_NODE_CHILDREN_DONE}}},
+      {"done twice",
+       {{ArbNodeProducerDone, 0, {"hook attributes a", "attributes a", "children a"}, done},
+        {ArbNodeProducerDone, 0, {"children a"}, done}}},
+      {"done after attributes",
+       {{ArbNodeAttributesDone, 0, {"hook attributes a", "attributes a"}, attributes},
+        {ArbNodeProducerDone, 0, {"children a"}, done}}},
+      {"release of an open node",
+       {{ArbNodeProducerRelease, 0,
+         {"producer-release a", "hook release a", "hook attributes a", "attributes a", "children a"}, released},
+        {ArbNodeProducerRelease, ARB_ERR_RELEASED, {}, released}}},
+      {"release after attributes",
+       {{ArbNodeAttributesDone, 0, {"hook attributes a", "attributes a"}, attributes},
+        {ArbNodeProducerRelease, 0, {"producer-release a", "hook release a", "children a"}, released}}},
+      {"release after children",
+       {{ArbNodeAllChildrenAttached, 0, {"children a"}, ARB_NODE_CHILDREN_DONE},
+        {ArbNodeProducerRelease, 0, {"producer-release a", "hook release a", "hook attributes a", "attributes a"},
+         released}}},
+      {"release of a complete node",
+       {{ArbNodeProducerDone, 0, {"hook attributes a", "attributes a", "children a"}, done},
+        {ArbNodeProducerRelease, 0, {"producer-release a", "hook release a"}, released}}},
+      {"consumer release twice",
+       {{ArbNodeConsumerRelease, 0, {"consumer-release a"}, consumer},
+        {ArbNodeConsumerRelease, ARB_ERR_RELEASED, {}, consumer},
+        {ArbNodeAttributesDone, 0, {"hook attributes a", "attributes a"}, consumer | attributes}}},
+      {"subtree calls on a leaf",
+       {{ArbNodeProducerDoneSubtree, 0, {"hook attributes a", "attributes a", "children a"}, done},
+        {ArbNodeProducerDoneSubtree, 0, {}, done},
+        {ArbNodeProducerReleaseSubtree, 0, {"producer-release a", "hook release a"}, released},
+        {ArbNodeProducerReleaseSubtree, 0, {}, released},
+        {ArbNodeConsumerReleaseSubtree, 0, {"consumer-release a"}, released | consumer},
+        {ArbNodeConsumerReleaseSubtree, ARB_ERR_RELEASED, {}, released | consumer}}},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.name);
+    open();
+    ArbNode* const a = host->append(root, "a");  // stays: the last child of an open list
+    events();
+    int number = 0;
+    for (const Step& step : row.steps) {
+      SCOPED_TRACE(testing::Message() << "step " << ++number);
+      EXPECT_EQ(step.status, step.call(a));
+      EXPECT_EQ(step.events, events());
+      EXPECT_EQ(step.flags | ARB_NODE_LINKED | ARB_NODE_IN_TREE, a->flags);
+    }
+  }
+}
+
+TEST_F(Release, OfANodeThatIsNotLinkedIsRefusedAfterItsHook) {
+  open();
+  ArbNode* const a = host->make(tree, "a");
+  events();
+  for (int i = 0; i < 2; ++i) {
+    EXPECT_EQ(ARB_ERR_DETACHED, ArbNodeProducerRelease(a));
+    EXPECT_EQ((Lines{"producer-release a", "hook release a"}), events());
+    EXPECT_EQ(0u, a->flags);
+  }
+  EXPECT_EQ(ARB_OK, ArbNodeDestroy(a));
+}
+
+TEST_F(Release, ConsumerCallsAreRefusedWithoutAConsumer) {
+  open(1);
+  ArbNode* const a = host->append(root, "a");
+  events();
+  for (const NodeCall call : {NodeCall{ArbNodeConsumerRelease}, NodeCall{ArbNodeConsumerReleaseSubtree},
+                              NodeCall{ArbNodeWaitProducerDone}}) {
+    EXPECT_EQ(ARB_ERR_MODE, call(a));
+  }
+  EXPECT_EQ(ARB_NODE_LINKED | ARB_NODE_IN_TREE, a->flags);
+  EXPECT_EQ(Lines{}, events());
+  EXPECT_TRUE(host->runs.empty());
+}
+
+TEST_F(Release, SubtreesAreCompletedAndReleasedChildrenFirst) {
+  open();
+  ArbNode* const a = host->append(root, "a");
+  ArbNode* const b = host->append(a, "b");
+  host->append(b, "c");
+  ArbNode* const d = host->append(a, "d");
+  EXPECT_EQ(ARB_OK, ArbNodeProducerDone(b));
+  events();
+  EXPECT_EQ(ARB_OK, ArbNodeProducerDoneSubtree(a));
+  EXPECT_EQ((Lines{"hook attributes c", "attributes c", "children c", "hook attributes d", "attributes d", "children d",
+                   "hook attributes a", "attributes a", "children a"}),
+            events());
+  EXPECT_EQ(ARB_OK, ArbNodeProducerRelease(d));
+  events();
+  EXPECT_EQ(ARB_OK, ArbNodeProducerReleaseSubtree(a));
+  EXPECT_EQ((Lines{"producer-release c", "hook release c", "producer-release b", "hook release b",
+                   "producer-release a", "hook release a"}),
+            events());
+  EXPECT_EQ(ARB_OK, ArbNodeConsumerReleaseSubtree(a));
+  EXPECT_EQ((Lines{"consumer-release c", "freed c", "consumer-release b", "freed b", "consumer-release d", "freed d",
+                   "consumer-release a"}),
+            events());
+  EXPECT_EQ("root(a)", host->shape(root));
+}
+
+// A parent's own release closes its list after its children's, so the last child of a list still open stays.
+TEST_F(Release, ProducerSubtreeReleaseFreesAllButLastChildrenOfOpenLists) {
+  struct Row {
+    bool closedBefore;
+    Lines freed;
+    const char* shape;
+  };
+  for (const Row& row : {Row{false, {"freed b"}, "root(a(c) z)"}, Row{true, {"freed b", "freed c", "freed a"}, "root(z)"}}) {
+    SCOPED_TRACE(row.shape);
+    open();
+    ArbNode* const a = host->append(root, "a");
+    host->append(a, "b");
+    host->append(a, "c");
+    host->append(root, "z");
+    if (row.closedBefore) {
+      EXPECT_EQ(ARB_OK, ArbNodeProducerDoneSubtree(root));
+    }
+    EXPECT_EQ(ARB_OK, ArbNodeConsumerReleaseSubtree(a));
+    events();
+    EXPECT_EQ(ARB_OK, ArbNodeProducerReleaseSubtree(a));
+    Lines freed;
+    for (const std::string& line : events()) {
+      if (line.starts_with("freed")) freed.push_back(line);
+    }
+    EXPECT_EQ(row.freed, freed);
+    EXPECT_EQ(row.shape, host->shape(root));
+  }
+}
+
+// Each child is released as soon as its next sibling is known, while the producer is still making the list.
+TEST_F(Release, ConsumerSubtreeReleaseDrivesTheProducer) {
+  open();
+  ArbNode* const a = host->append(root, "a");
+  const auto add = [&](const char* name) {
+    return [this, a, name] { return ArbNodeProducerRelease(host->append(a, name)) == ARB_OK ? kPause : 13u; };
+  };
+  host->then(add("b")).then(add("c")).then([this] { return host->events.add("idle"), kPause; }).then(add("d"));
+  host->then([this] { return host->events.add("idle"), kPause; });
+  host->then([a] { return ArbNodeProducerRelease(a); });
+  host->then([this] { return ArbNodeProducerRelease(root); });
+  events();
+  EXPECT_EQ(ARB_OK, ArbNodeConsumerReleaseSubtree(a));
+  Lines lines;
+  for (const std::string& line : events()) {
+    if (line.starts_with("created") || line.starts_with("consumer") || line.starts_with("freed") || line == "idle") {
+      lines.push_back(line);
+    }
+  }
+  EXPECT_EQ((Lines{"created b", "created c", "consumer-release b", "freed b", "idle", "created d", "consumer-release c",
+                   "freed c", "idle", "consumer-release d", "freed d", "consumer-release a", "freed a"}),
+            lines);
+  EXPECT_EQ("root", host->shape(root));
+}
+
+TEST_F(Release, ConsumerSubtreeReleaseAnswersTheLastWait) {
+  struct Row {
+    const char* name;
+    bool releasedBefore;
+    ArbStatus end;
+    ArbStatus status;
+    Lines events;
+  };
+  const Row rows[] = {
+      {"ended", false, 452, ARB_OK, {"consumer-release b", "consumer-release a"}},
+      {"failed", false, 13, 13, {"consumer-release b", "consumer-release a"}},
+      {"released before", true, 452, ARB_ERR_RELEASED, {}},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.name);
+    open();
+    host->endResult = row.end;
+    ArbNode* const a = host->append(root, "a");
+    host->append(a, "b");
+    if (row.releasedBefore) {
+      EXPECT_EQ(ARB_OK, ArbNodeConsumerRelease(a));
+    }
+    events();
+    EXPECT_EQ(row.status, ArbNodeConsumerReleaseSubtree(a));
+    EXPECT_EQ(row.events, events());
+  }
+}
+
+TEST_F(Release, WaitProducerDone) {
+  struct Row {
+    const char* name;
+    bool attributes, children;  // what the producer does
+    ArbStatus end;
+    ArbStatus status;
+    std::size_t runs;
+  };
+  for (const Row& row : {Row{"both", true, true, 452, ARB_OK, 2}, Row{"attributes only", true, false, 452, ARB_OK, 3},
+                         Row{"children only", false, true, 452, ARB_OK, 3}, Row{"failing", true, false, 13, 13, 3}}) {
+    SCOPED_TRACE(row.name);
+    open();
+    host->endResult = row.end;
+    ArbNode* const a = host->append(root, "a");
+    host->then([&] { return row.attributes ? ArbNodeAttributesDone(a) : ARB_OK; }).then([] { return kPause; });
+    host->then([&] { return row.children ? ArbNodeAllChildrenAttached(a) : ARB_OK; }).then([] { return kPause; });
+    EXPECT_EQ(row.status, ArbNodeWaitProducerDone(a));
+    EXPECT_EQ(row.runs, host->runs.size());
+    EXPECT_EQ(row.status, ArbNodeWaitProducerDone(a)) << "again";
+  }
+}
+
+}  // namespace
+}  // namespace arbtree::test

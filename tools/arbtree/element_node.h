@@ -1,0 +1,67 @@
+// The node of an element, a comment or a processing instruction: the common head, and the attributes that are present.
+// The factory and the destroyer are registered for the namespaces of element_kinds.h; the operations that the library
+// and its users reach through the kind's descriptor are here too.
+//
+// Attribute values are zero-terminated UTF-16 that the node owns, one after the other in document order; the entries that
+// point at them are in order of the attribute's index.
+//
+// A document that streams makes and frees the same few sizes of node over and over, so destroyed records are kept, with
+// their arrays if these are small, and handed out again.
+#ifndef ARBTREE_TOOL_ELEMENT_NODE_H
+#define ARBTREE_TOOL_ELEMENT_NODE_H
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string_view>
+
+#include "arbtree/arbtree.h"
+
+namespace arbtree::tool {
+
+struct AttributeEntry {
+  std::uint32_t index;   // in the kind's attribute list
+  std::uint32_t offset;  // of the value, in units
+  std::uint32_t length;  // of the value, in units, without the terminator
+};
+
+struct ElementNode {
+  ArbNode node;
+  std::uint32_t attributeCount;  // attributes present
+  std::uint32_t unitCount;       // units of all values with their terminators
+  // The next four stay with the record when it is destroyed and made again.
+  std::uint32_t entryCapacity;
+  std::uint32_t unitCapacity;
+  AttributeEntry* entries;
+  char16_t* values;
+
+  std::span<const AttributeEntry> attributes() const { return {entries, attributeCount}; }
+  std::u16string_view value(const AttributeEntry& entry) const { return {values + entry.offset, entry.length}; }
+};
+
+inline ElementNode& asElement(ArbNode& node) { return reinterpret_cast<ElementNode&>(node); }
+inline const ElementNode& asElement(const ArbNode& node) { return reinterpret_cast<const ElementNode&>(node); }
+
+// An attribute on its way into a node; its value is valid UTF-8.
+struct NewAttribute {
+  std::uint32_t index;
+  std::string_view value;
+};
+
+// Gives a new node its attributes, in document order and with different indices. False when there is no memory; the node
+// then has none.
+bool assignAttributes(ElementNode& element, std::span<const NewAttribute> attributes);
+
+// Makes room for more entries and units than the node has. False when there is no memory; nothing has changed then.
+bool reserveAttributes(ElementNode& element, std::size_t entries, std::size_t units);
+
+// The node factory and destroyer of all our namespaces.
+std::uint32_t ARB_CALL makeElementNode(ArbTree* tree, std::uint32_t elementId, ArbNode** node);
+std::uint32_t ARB_CALL destroyElementNode(ArbNode* node);
+
+// A descriptor without kind: the operations that all kinds share.
+ArbNodeType elementNodeType();
+
+}  // namespace arbtree::tool
+
+#endif

@@ -1,0 +1,23 @@
+// What went wrong with an input, and where: the parts of the one line that a user gets to see.
+#ifndef ARBTREE_TOOL_FAILURE_H
+#define ARBTREE_TOOL_FAILURE_H
+
+#include <cstdint>
+#include <string>
+
+namespace arbtree::tool {
+
+// Lines and columns count from 1. A file that could not be read at all failed at 1:1.
+struct Place {
+  std::uint64_t line = 1;
+  std::uint64_t column = 1;
+};
+
+struct Failure {
+  Place place;
+  std::string reason;
+};
+
+}  // namespace arbtree::tool
+
+#endif

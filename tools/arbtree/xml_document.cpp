@@ -1,0 +1,75 @@
+// Opening and closing a document, and its producer entry.
+#include "xml_document.h"
+
+#include <algorithm>
+#include <stdexcept>
+#include <string>
+
+#include "arbtree/srcaccess.h"
+#include "handle_table.h"
+#include "root_forest.h"
+#include "utf.h"
+
+namespace arbtree::tool {
+namespace {
+
+HandleTable<XmlDocument> openDocuments;
+
+std::uint32_t ARB_CALL runProducer(std::uint32_t handle, std::uint32_t, std::uint32_t) {
+  XmlDocument* const document = openDocuments.find(handle);
+  return document ? document->produce() : ARB_ERR_BADARG;
+}
+
+}  // namespace
+
+XmlDocument::XmlDocument(InputFile& input, const DocumentLimits& limits, Progress& progress)
+    : input_(input), progress_(progress), producer_(input, limits.maxDepth) {
+  try {
+    open(limits);
+  } catch (...) {
+    close();
+    throw;
+  }
+}
+
+XmlDocument::~XmlDocument() { close(); }
+
+void XmlDocument::open(const DocumentLimits& limits) {
+  const std::u16string path = toUtf16(input_.displayName());
+  require(SrcOpen(path.c_str(), nullptr, &source_), "opening the source");
+  host_.startEntry = runProducer;
+  host_.continueEntry = runProducer;
+  host_.producerArg1 = openDocuments.add(*this);
+  require(ArbDocumentCreate(source_, &host_, nullptr, 0, 0, &document_), "making the document");
+  require(ArbDocumentSetChunkBreakSize(document_, limits.chunkBytes), "setting the chunk size");
+}
+
+void XmlDocument::close() {
+  if (document_) ArbDocumentDestroy(document_);
+  openDocuments.remove(host_.producerArg1);
+  if (source_ != 0) SrcClose(source_);
+}
+
+// A node lives from its making in a run to its release by the walk, since a walk releases a node only when it has its
+// next sibling, and by then the producer has released it. So the number alive only grows during a run. The root node
+// lives as long as the tree.
+std::uint32_t XmlDocument::produce() {
+  const std::uint32_t result = producer_.run(document_, rootForestOf(document_));
+  mostLiveNodes_ = std::max(mostLiveNodes_, producer_.nodesMade() - nodesReleased_ + 1);
+  progress_.update(input_.bytesRead());
+  return result;
+}
+
+ArbTree* XmlDocument::waitTree() {
+  ArbForestChild* child = nullptr;
+  require(ArbForestWaitFirstChild(rootForestOf(document_), &child), "waiting for the tree");
+  return asTree(child);
+}
+
+void XmlDocument::require(ArbStatus status, const char* what) {
+  if (status == ARB_OK) return;
+  if (status == ARB_ERR_NOMEMORY) throw std::bad_alloc();
+  throw std::runtime_error(std::string(what) + " failed with status " + std::to_string(status));
+}
+
+}  // namespace arbtree::tool

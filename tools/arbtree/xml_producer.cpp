@@ -1,0 +1,343 @@
+// Expat's handlers, and what each makes of its event.
+#include "xml_producer.h"
+
+#include <cstring>
+#include <exception>
+#include <new>
+#include <utility>
+
+#include "node_links.h"
+
+namespace arbtree::tool {
+namespace {
+
+constexpr std::size_t kReadBytes = 64 * 1024;
+// The library counts the records of a chunk's nodes and their text; what their attributes hold is ours to count.
+constexpr std::size_t kAttributeBytesPerRun = 128 * 1024;
+
+}  // namespace
+
+// Nothing may be thrown through expat, and after a failure nothing more is made.
+struct XmlProducer::Handlers {
+  template <typename Work>
+  static void guard(void* self, Work work) {
+    auto& producer = *static_cast<XmlProducer*>(self);
+    if (producer.failure_) return;
+    try {
+      work(producer);
+    } catch (const std::bad_alloc&) {
+      producer.fail("out of memory");
+    } catch (const std::exception& error) {
+      producer.fail(error.what());
+    }
+  }
+
+  static void XMLCALL startElement(void* self, const char* name, const char** attributes) {
+    guard(self, [&](XmlProducer& producer) { producer.startElement(name, attributes); });
+  }
+  static void XMLCALL endElement(void* self, const char*) {
+    guard(self, [](XmlProducer& producer) { producer.endElement(); });
+  }
+  static void XMLCALL text(void* self, const char* text, int length) {
+    guard(self, [&](XmlProducer& producer) { producer.text(text, static_cast<std::size_t>(length)); });
+  }
+  static void XMLCALL comment(void* self, const char* text) {
+    guard(self, [&](XmlProducer& producer) { producer.leaf(ElementKinds::instance().comment(), text, nullptr); });
+  }
+  static void XMLCALL instruction(void* self, const char* target, const char* data) {
+    guard(self, [&](XmlProducer& producer) { producer.leaf(ElementKinds::instance().instruction(), target, data); });
+  }
+  // Expat then gives up; what the input says of its encoding is known.
+  static int XMLCALL unknownEncoding(void* self, const char* name, XML_Encoding*) {
+    guard(self, [&](XmlProducer& producer) { producer.encoding_ = name; });
+    return XML_STATUS_ERROR;
+  }
+  static void XMLCALL startDocumentType(void* self, const char*, const char*, const char*, int) {
+    static_cast<XmlProducer*>(self)->inDocumentType_ = true;
+  }
+  static void XMLCALL endDocumentType(void* self) { static_cast<XmlProducer*>(self)->inDocumentType_ = false; }
+  static void XMLCALL skippedEntity(void* self, const char* name, int isParameterEntity) {
+    if (isParameterEntity) return;
+    guard(self, [&](XmlProducer& producer) { producer.entityLeftOut(name); });
+  }
+  // The context names the entities open at this point, the one referred to last, with form feeds between them.
+  static int XMLCALL externalEntity(XML_Parser parser, const char* context, const char*, const char*, const char*) {
+    guard(XML_GetUserData(parser), [&](XmlProducer& producer) {
+      const char* const last = context ? std::strrchr(context, '\f') : nullptr;
+      producer.entityLeftOut(last ? last + 1 : context ? context : "");
+    });
+    return XML_STATUS_OK;
+  }
+};
+
+XmlProducer::XmlProducer(InputFile& input, std::uint64_t maxDepth)
+    : input_(input), maxDepth_(maxDepth), parser_(XML_ParserCreate(nullptr)) {
+  if (!parser_) throw std::bad_alloc();
+  setHandlers();
+}
+
+XmlProducer::~XmlProducer() { XML_ParserFree(parser_); }
+
+void XmlProducer::setHandlers() {
+  XML_SetUserData(parser_, this);
+  XML_SetElementHandler(parser_, Handlers::startElement, Handlers::endElement);
+  XML_SetCharacterDataHandler(parser_, Handlers::text);
+  XML_SetCommentHandler(parser_, Handlers::comment);
+  XML_SetProcessingInstructionHandler(parser_, Handlers::instruction);
+  XML_SetDoctypeDeclHandler(parser_, Handlers::startDocumentType, Handlers::endDocumentType);
+  XML_SetSkippedEntityHandler(parser_, Handlers::skippedEntity);
+  XML_SetExternalEntityRefHandler(parser_, Handlers::externalEntity);
+  XML_SetUnknownEncodingHandler(parser_, Handlers::unknownEncoding, this);
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Runs
+// ---------------------------------------------------------------------------------------------------------------------
+
+std::uint32_t XmlProducer::run(ArbDocument* document, ArbForest* forest) {
+  ++runs_;
+  document_ = document;
+  stopping_ = false;
+  attributeBytes_ = 0;
+  if (!tree_ && !begin(forest)) return finish(forest);
+  XML_Status status = suspended_ ? XML_ResumeParser(parser_) : parseNext();
+  while (status == XML_STATUS_OK && !atEnd_ && !failure_) {
+    std::uint32_t due = 0;
+    ArbDocumentQueryBreak(document_, &due);
+    suspended_ = false;
+    if (due != 0) return ARB_OK;
+    status = parseNext();
+  }
+  suspended_ = status == XML_STATUS_SUSPENDED;
+  if (suspended_ && !failure_) return ARB_OK;
+  if (status != XML_STATUS_OK && !failure_) fail(reasonOfExpat());
+  return finish(forest);
+}
+
+bool XmlProducer::begin(ArbForest* forest) {
+  return check(ArbDocumentCreateTree(document_, nullptr, &tree_)) &&
+         check(ArbForestAppendChild(forest, asChild(tree_))) && check(ArbTreeQueryRootNode(tree_, &current_)) &&
+         prepareNamespaces(ElementKinds::instance().comment());
+}
+
+XML_Status XmlProducer::parseNext() {
+  if (!brokenInput_.empty()) {
+    fail(brokenInput_);
+    return XML_STATUS_ERROR;
+  }
+  void* const buffer = XML_GetBuffer(parser_, kReadBytes);
+  if (!buffer) return XML_STATUS_ERROR;
+  const std::optional<std::size_t> count = input_.read(buffer, kReadBytes);
+  if (!count) {
+    fail(input_.error());
+    return XML_STATUS_ERROR;
+  }
+  atEnd_ = *count == 0;
+  const std::string_view bytes(static_cast<const char*>(buffer), *count);
+  if (transcoder_) return parseTranscoded(bytes);
+  const std::size_t good = surrogates_.accept(bytes);
+  if (good != bytes.size()) brokenInput_ = "not well-formed (half of a surrogate pair stands alone)";
+  if (input_.bytesRead() <= kReadBytes) beginning_.append(bytes);
+  const XML_Status status = XML_ParseBuffer(parser_, static_cast<int>(good), atEnd_);
+  return canTranscode(status) ? startAgain() : status;
+}
+
+// Expat meets the name of the encoding at the very beginning of the input, before it reports anything.
+bool XmlProducer::canTranscode(XML_Status status) {
+  if (status != XML_STATUS_ERROR || XML_GetErrorCode(parser_) != XML_ERROR_UNKNOWN_ENCODING) return false;
+  if (input_.bytesRead() > kReadBytes || failure_) return false;
+  transcoder_ = Transcoder::open(encoding_);
+  return transcoder_ != nullptr;
+}
+
+XML_Status XmlProducer::startAgain() {
+  XML_ParserReset(parser_, "UTF-8");
+  setHandlers();
+  return parseTranscoded(beginning_);
+}
+
+XML_Status XmlProducer::parseTranscoded(std::string_view bytes) {
+  transcoded_.clear();
+  if (!transcoder_->append(bytes, transcoded_) || (atEnd_ && !transcoder_->isComplete())) {
+    brokenInput_ = "not well-formed (bytes that are no text in encoding " + encoding_ + ")";
+  }
+  const bool isLast = atEnd_ && brokenInput_.empty();
+  atEnd_ = isLast;
+  return XML_Parse(parser_, transcoded_.data(), static_cast<int>(transcoded_.size()), isLast);
+}
+
+// The tree's release completes and releases every node that is still open.
+std::uint32_t XmlProducer::finish(ArbForest* forest) {
+  if (tree_) {
+    if (!text_.isEmpty()) flushText();
+    ArbForestChildProducerRelease(asChild(tree_));
+  }
+  ArbForestAllChildrenAttached(forest);
+  return ARB_STATUS_END;
+}
+
+void XmlProducer::offerBreak() {
+  std::uint32_t due = 0;
+  ArbDocumentQueryBreak(document_, &due);
+  if (due == 0 || stopping_ || failure_) return;
+  stopping_ = true;
+  XML_StopParser(parser_, XML_TRUE);
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Events
+// ---------------------------------------------------------------------------------------------------------------------
+
+void XmlProducer::startElement(const char* name, const char** attributes) {
+  if (!text_.isEmpty()) flushText();
+  if (depth_ == maxDepth_) {
+    return fail("elements are nested more than " + std::to_string(maxDepth_) + " deep (see --max-depth)");
+  }
+  ElementKind& kind = ElementKinds::instance().element(name);
+  collectAttributes(kind, attributes);
+  ElementNode* const element = makeElement(kind);
+  if (!element || !link(&element->node)) return;
+  attributesMade_ += newAttributes_.size();
+  current_ = &element->node;
+  ++depth_;
+  offerBreak();
+}
+
+void XmlProducer::endElement() {
+  if (!text_.isEmpty()) flushText();
+  ArbNode* const ended = current_;
+  current_ = parentOf(*ended);
+  --depth_;
+  check(ArbNodeProducerRelease(ended));
+}
+
+void XmlProducer::text(const char* text, std::size_t length) {
+  while (length != 0) {
+    const std::size_t taken = text_.append(text, length);
+    text += taken;
+    length -= taken;
+    if (length != 0) flushText();
+  }
+}
+
+// Comments and instructions inside the document type go with it.
+void XmlProducer::leaf(ElementKind& kind, const char* first, const char* second) {
+  if (inDocumentType_) return;
+  if (!text_.isEmpty()) flushText();
+  newAttributes_.assign({{0, first}});
+  if (second) newAttributes_.push_back({1, second});
+  ElementNode* const element = makeElement(kind);
+  if (!element || !link(&element->node)) return;
+  check(ArbNodeProducerRelease(&element->node));
+  offerBreak();
+}
+
+void XmlProducer::flushText() {
+  ArbNode* node = nullptr;
+  if (!check(ArbTreeCreateNode(tree_, ARB_ELEM_TEXT, nullptr, &node))) return;
+  const bool filled = check(ArbAbstractTextNodeSetValue(node, text_.units(), text_.length()));
+  text_.clear();
+  if (!filled) {
+    ArbNodeDestroy(node);
+    return;
+  }
+  if (!link(node)) return;
+  check(ArbNodeProducerRelease(node));
+  offerBreak();
+}
+
+void XmlProducer::entityLeftOut(const char* name) {
+  if (omitted_.count++ != 0) return;
+  omitted_.firstPlace = here();
+  omitted_.firstName = name;
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Nodes
+// ---------------------------------------------------------------------------------------------------------------------
+
+void XmlProducer::collectAttributes(ElementKind& kind, const char** attributes) {
+  ElementKinds& kinds = ElementKinds::instance();
+  newAttributes_.clear();
+  std::uint32_t expected = 0;
+  for (; *attributes; attributes += 2) {
+    const std::uint32_t index = kinds.attributeIndex(kind, attributes[0], expected);
+    newAttributes_.push_back({index, attributes[1]});
+    expected = index + 1;
+  }
+  kinds.publish(kind);
+}
+
+// A new node with the collected attributes, or null after a failure.
+ElementNode* XmlProducer::makeElement(ElementKind& kind) {
+  ArbNode* node = nullptr;
+  if (!prepareNamespaces(kind)) return nullptr;
+  // Our factory knows every kind; it makes no node only when there is no memory.
+  const ArbStatus status = ArbTreeCreateNode(tree_, kind.elementId, nullptr, &node);
+  if (!check(status == ARB_ERR_NOTFOUND ? ARB_ERR_NOMEMORY : status)) return nullptr;
+  ElementNode& element = asElement(*node);
+  if (!newAttributes_.empty() && !takeAttributes(element)) return nullptr;
+  check(ArbNodeAttributesDone(node));
+  return &element;
+}
+
+bool XmlProducer::takeAttributes(ElementNode& element) {
+  if (!assignAttributes(element, newAttributes_)) {
+    ArbNodeDestroy(&element.node);
+    return check(ARB_ERR_NOMEMORY);
+  }
+  attributeBytes_ += sizeof(char16_t) * element.unitCount;
+  if (attributeBytes_ >= kAttributeBytesPerRun) ArbDocumentForceBreak(document_);
+  return true;
+}
+
+bool XmlProducer::prepareNamespaces(const ElementKind& kind) {
+  for (; namespacesKnown_ < ElementKinds::namespacesFor(kind); ++namespacesKnown_) {
+    if (!check(ArbTreeAddNodeFactory(tree_, ElementKinds::kFirstNamespace + namespacesKnown_))) return false;
+  }
+  return true;
+}
+
+bool XmlProducer::link(ArbNode* node) {
+  if (!check(ArbNodeAppendChild(current_, node))) {
+    ArbNodeDestroy(node);
+    return false;
+  }
+  ++nodesMade_;
+  return true;
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Failures
+// ---------------------------------------------------------------------------------------------------------------------
+
+Place XmlProducer::here() const {
+  return {XML_GetCurrentLineNumber(parser_), XML_GetCurrentColumnNumber(parser_) + 1};
+}
+
+// The first failure counts. Expat is told to go no further.
+void XmlProducer::fail(std::string reason) {
+  if (failure_) return;
+  failure_ = Failure{here(), std::move(reason)};
+  XML_ParsingStatus parsing;
+  XML_GetParsingStatus(parser_, &parsing);
+  if (parsing.parsing == XML_PARSING || parsing.parsing == XML_SUSPENDED) XML_StopParser(parser_, XML_FALSE);
+}
+
+bool XmlProducer::check(ArbStatus status) {
+  if (status == ARB_OK) return true;
+  fail(status == ARB_ERR_NOMEMORY ? "out of memory" : "the tree refused a change, status " + std::to_string(status));
+  return false;
+}
+
+// Expat's own words, but for inputs that just end: there it says "no element found" also inside an element.
+std::string XmlProducer::reasonOfExpat() const {
+  const XML_Error code = XML_GetErrorCode(parser_);
+  if (code == XML_ERROR_NO_ELEMENTS) {
+    if (depth_ != 0) return "the input ends inside element <" + kindOf(*current_).name + ">";
+    return input_.bytesRead() == 0 ? "the input is empty" : "the input ends without an element";
+  }
+  return XML_ErrorString(code);
+}
+
+}  // namespace arbtree::tool
