@@ -386,13 +386,14 @@ typedef uint32_t(ARB_CALL *ArbFileHandleFunction)(uint32_t source, uint32_t *fil
 
 /*
  * An event callback, called synchronously inside the call that raises the event. It may call the library; its result
- * is ignored, and it must not throw.
+ * is ignored, and it must not throw. It does not cause the node that it is told of, or an ancestor of it, to be freed
+ * before the call that raised the event has returned.
  */
 typedef uint32_t(ARB_CALL *ArbEventCallback)(ArbDocument *document, uint32_t event, void *argument, void *context);
 
 /*
  * A producer node hook. The argument is the element id for ARB_HOOK_QUERY and the node (cast to an integer) for every
- * other event. Only the result of ARB_HOOK_QUERY is used.
+ * other event. Only the result of ARB_HOOK_QUERY is used. What an event callback may do, a hook may do.
  */
 typedef uint32_t(ARB_CALL *ArbProducerNodeHookFunction)(uintptr_t argument, void *context);
 
@@ -768,7 +769,8 @@ ARB_API ArbStatus ARB_CALL ArbNodeConsumerReleaseSubtree(ArbNode *node);
 
 /*
  * Waits until the node's attributes are done and its child list is closed, running the producer. ARB_ERR_MODE; ARB_OK,
- * also when production ended first: node->flags tells; or a run's failure. The consumer's release plays no part.
+ * also when production ended first: node->flags tells; or a run's failure. The consumer's release plays no part;
+ * a released node that a run frees ends the wait with ARB_OK, and must not be looked at then.
  */
 ARB_API ArbStatus ARB_CALL ArbNodeWaitProducerDone(ArbNode *node);
 
@@ -856,13 +858,13 @@ ARB_API ArbStatus ARB_CALL ArbNodeWaitParent(ArbNode *node, ArbNode **result);
 
 /*
  * Waits until the child list is closed. ARB_OK, also when production ended with the list open: node->flags tells; or a
- * run's failure. The node's release plays no part.
+ * run's failure. The node's release plays no part (see ArbNodeWaitProducerDone).
  */
 ARB_API ArbStatus ARB_CALL ArbNodeWaitAllChildrenAttached(ArbNode *node);
 
 /*
  * Waits until the attributes are done. ARB_OK, also when production ended first: node->flags tells; or a run's failure.
- * The node's release plays no part.
+ * The node's release plays no part (see ArbNodeWaitProducerDone).
  */
 ARB_API ArbStatus ARB_CALL ArbNodeWaitAttributesDone(ArbNode *node);
 

@@ -3,7 +3,7 @@
 #ifndef ARBTREE_DOCUMENT_READ_AHEAD_H
 #define ARBTREE_DOCUMENT_READ_AHEAD_H
 
-#include "document/document.h"
+#include "tree/node.h"
 
 namespace arbtree {
 
@@ -17,6 +17,14 @@ ArbStatus waitUntil(ArbDocument& document, Condition answered) {
     if (status != ARB_OK) return status;
   }
   return ARB_OK;
+}
+
+// The same for a question that may be asked about a node which the consumer has released: a run may free it, and that
+// ends the wait. The node is asked only while its cell still leads to it.
+template <typename Condition>
+ArbStatus waitWhileAlive(ArbNode& node, Condition answered) {
+  const ArbNodeRef* const cell = node.cell;
+  return waitUntil(documentOf(node), [&, cell] { return resolve(cell) != &node || answered(); });
 }
 
 }  // namespace arbtree

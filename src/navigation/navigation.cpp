@@ -11,9 +11,8 @@ namespace {
 bool isClosed(const ArbNode& node) { return has(node, ARB_NODE_CHILDREN_DONE); }
 
 ArbStatus waitForFlag(ArbNode& node, std::uint32_t flag) {
-  ArbDocument& document = documentOf(node);
-  if (isProducerOnly(document)) return ARB_ERR_MODE;
-  return waitUntil(document, [&] { return has(node, flag); });
+  if (isProducerOnly(documentOf(node))) return ARB_ERR_MODE;
+  return waitWhileAlive(node, [&] { return has(node, flag); });
 }
 
 }  // namespace
@@ -80,9 +79,12 @@ ArbStatus ARB_CALL ArbNodeQueryNextSibling(ArbNode* node, ArbNode** result) {
 ArbStatus ARB_CALL ArbNodeWaitNextSibling(ArbNode* node, ArbNode** result) {
   if (!node || !result) return ARB_ERR_BADARG;
   if (const ArbStatus status = checkConsumer(*node)) return status;
-  const ArbNode* const parent = parentOf(*node);
-  if (!parent) return ARB_OK;
-  const ArbStatus status = waitUntil(documentOf(*node), [&] { return node->nextSiblingCell || isClosed(*parent); });
+  if (!parentOf(*node)) return ARB_OK;
+  // A run may move the node to another parent.
+  const ArbStatus status = waitUntil(documentOf(*node), [&] {
+    const ArbNode* const parent = parentOf(*node);
+    return node->nextSiblingCell || !parent || isClosed(*parent);
+  });
   if (status != ARB_OK) return status;
   return answerLink(node->nextSiblingCell, *node, result);
 }

@@ -107,11 +107,17 @@ std::uint32_t ARB_CALL createBuiltinNode(ArbTree* tree, std::uint32_t elementId,
   return ARB_OK;
 }
 
+// Hosts may call it for records that belong to no tree, or whose tree is gone.
 std::uint32_t ARB_CALL destroyBuiltinNode(ArbNode* node) {
-  const Kind* const kind = findKind(elementIdOf(*node));
-  if (isTextBearing(kind->type.elementId)) dropValue(*node);
-  node->tree->recordCaches[kind->cache].giveBack(node, kind->size);
+  if (isTextBearing(elementIdOf(*node))) dropValue(*node);
+  heap::release(node, node->size);
   return ARB_OK;
+}
+
+void recycleBuiltinNode(ArbTree& tree, ArbNode& node) {
+  const Kind* const kind = findKind(elementIdOf(node));
+  if (isTextBearing(kind->type.elementId)) dropValue(node);
+  tree.recordCaches[kind->cache].giveBack(&node, kind->size);
 }
 
 void destroyBuiltinRecords(ArbTree& tree) {

@@ -16,6 +16,9 @@ namespace arbtree {
 std::uint32_t ARB_CALL createBuiltinNode(ArbTree* tree, std::uint32_t elementId, ArbNode** node);
 std::uint32_t ARB_CALL destroyBuiltinNode(ArbNode* node);
 
+// Destroys a node of the tree and keeps its record for the tree's next node of that size.
+void recycleBuiltinNode(ArbTree& tree, ArbNode& node);
+
 // Frees the records that the tree kept for reuse.
 void destroyBuiltinRecords(ArbTree& tree);
 

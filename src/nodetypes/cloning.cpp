@@ -27,6 +27,7 @@ void copyEncodedBytes(const ArbNode& source, ArbNode& copy) {
   if (!buffer) return;
   std::memcpy(buffer, from.text, held);
   adoptValue(copy, buffer, from.textLength);
+  copy.flags2 = static_cast<std::uint8_t>(copy.flags2 | (source.flags2 & kHoldsUnits));
 }
 
 // The kind has no attributes that would carry these over.

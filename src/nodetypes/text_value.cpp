@@ -10,7 +10,8 @@ std::size_t valueBytes(const ArbNode& node) {
   if (!asText(node).text) return 0;
   const std::size_t length = asText(node).textLength;
   const bool is8Bit = elementIdOf(node) == ARB_ELEM_ENCODED_BYTES &&
-                      reinterpret_cast<const ArbEncodedBytesNode&>(node).encoding == ARB_ENCODING_RAW8;
+                      reinterpret_cast<const ArbEncodedBytesNode&>(node).encoding == ARB_ENCODING_RAW8 &&
+                      (node.flags2 & kHoldsUnits) == 0;
   return is8Bit ? length : 2 * length;
 }
 
@@ -55,5 +56,6 @@ ArbStatus ARB_CALL ArbAbstractTextNodeSetValue(ArbNode* node, const char16_t* te
   std::memcpy(buffer, text, bytes - sizeof(char16_t));
   buffer[length] = 0;
   adoptValue(*node, buffer, length);
+  node->flags2 |= kHoldsUnits;
   return ARB_OK;
 }

@@ -16,7 +16,8 @@ namespace arbtree {
 #if defined(__GNUC__)
 __attribute__((no_sanitize("null")))
 #endif
-std::uint32_t runGuarded(const ProducerCall& call) {
+std::uint32_t
+runGuarded(const ProducerCall& call) {
   std::uint32_t code;
   try {
     return call.entry(call.argument1, call.argument2, call.argument3);

@@ -117,14 +117,45 @@ static_assert(offsetof(ArbDocument, childCounter) == at(16, 24));
 static_assert(offsetof(ArbDocumentHead, rootForest) == at(20, 32) && offsetof(ArbDocument, rootForest) == at(20, 32));
 
 // Opaque to hosts, but the positions of their given fields are fixed all the same.
-static_assert(offsetof(ArbTree, factories) == at(560, 592));
+static_assert(offsetof(ArbDocument, elemDefs) == at(24, 40));
+static_assert(offsetof(ArbDocument, inputPath) == at(28, 48));
+static_assert(offsetof(ArbDocument, outputPath) == at(32, 56));
+static_assert(offsetof(ArbDocument, statusContext) == at(36, 64));
+static_assert(offsetof(ArbDocument, nodeCounter) == at(40, 68));
+static_assert(offsetof(ArbDocument, chunkBreakSize) == at(44, 72));
+static_assert(offsetof(ArbDocument, chunkBytes) == at(48, 76));
+static_assert(offsetof(ArbDocument, chunkNodes) == at(52, 80));
+static_assert(offsetof(ArbDocument, chunkChildren) == at(56, 84));
+static_assert(offsetof(ArbDocument, runCount) == at(60, 88));
+static_assert(offsetof(ArbDocument, breakRequested) == at(64, 92));
+static_assert(offsetof(ArbDocument, strings) == at(68, 96));
+static_assert(offsetof(ArbDocument, interface) == at(80, 112));
+static_assert(offsetof(ArbDocument, callbacks) == at(92, 136));
+static_assert(offsetof(ArbDocument, callbackCount) == at(96, 144));
+
 static_assert(sizeof(FactoryEntry) == at(12, 24));
-static_assert(offsetof(ArbTree, cursorStack) + sizeof(ArbTree::cursorStack) == offsetof(ArbTree, cursorDepth));
+static_assert(offsetof(ArbTree, factories) == at(560, 592));
+static_assert(offsetof(ArbTree, factoryCount) == at(944, 1360));
+static_assert(offsetof(ArbTree, lastFactory) == at(948, 1368));
+static_assert(offsetof(ArbTree, builtinFactory) == at(960, 1392));
+static_assert(offsetof(ArbTree, defaultNamespace) == at(972, 1416));
+static_assert(offsetof(ArbTree, cellBlocks) == at(976, 1424));
+static_assert(offsetof(ArbTree, pendingRefs) == at(988, 1440));
+static_assert(offsetof(ArbTree, externalRefCells) == at(1000, 1456));
+static_assert(offsetof(ArbTree, separateStreamCells) == at(1012, 1472));
+static_assert(offsetof(ArbTree, hooks) == at(1024, 1488));
+static_assert(offsetof(ArbTree, hookCapacity) == at(1028, 1496));
+static_assert(offsetof(ArbTree, hookCount) == at(1032, 1500));
+static_assert(offsetof(ArbTree, cursorStack) == at(1036, 1504));
+static_assert(offsetof(ArbTree, cursorDepth) == at(1548, 2528));
+
 static_assert(offsetof(CellBlock, occupancy) == kCellsPerBlock * sizeof(ArbNodeRef));
 static_assert(offsetof(CellBlock, usedCount) == offsetof(CellBlock, occupancy) + 512);
 static_assert(offsetof(CellBlock, wordHint) == offsetof(CellBlock, usedCount) + 4);
 static_assert(offsetof(ArbMetadataEntry, value) == 8);
 static_assert(offsetof(ArbMetadataEntry, next) == at(12, 16));
+static_assert(sizeof(CallbackSlot) == at(8, 16));
+static_assert(sizeof(ProducerNodeHook) == at(16, 24));
 
 }  // namespace
 }  // namespace arbtree

@@ -13,10 +13,10 @@ ArbStatus completeNode(ArbNode& node) {
   return ARB_OK;
 }
 
-// Nothing is freed by completing.
+// Completing frees nothing, but a callback may release the node that it completes.
 struct Completing {
   static bool isDone(const ArbNode& node) { return isComplete(node); }
-  static bool mayBeFreed(const ArbNode&) { return false; }
+  static bool mayBeFreed(const ArbNode& node) { return has(node, ARB_NODE_PRODUCER_RELEASED); }
   static void finish(ArbNode& node) { completeNode(node); }
 };
 
@@ -64,7 +64,6 @@ ArbStatus ARB_CALL ArbNodeProducerDoneSubtree(ArbNode* node) {
 
 ArbStatus ARB_CALL ArbNodeWaitProducerDone(ArbNode* node) {
   if (!node) return ARB_ERR_BADARG;
-  ArbDocument& document = documentOf(*node);
-  if (isProducerOnly(document)) return ARB_ERR_MODE;
-  return waitUntil(document, [&] { return isComplete(*node); });
+  if (isProducerOnly(documentOf(*node))) return ARB_ERR_MODE;
+  return waitWhileAlive(*node, [&] { return isComplete(*node); });
 }

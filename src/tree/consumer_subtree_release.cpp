@@ -29,6 +29,7 @@ class ConsumerWalk {
     ArbNode* node = &start_;
     while (node) {
       ArbNode* const child = waitFirstChild(*node);
+      if (child) ++depth_;
       node = child ? child : leaveUpwards(*node);
       if (node) waitNextSibling(*node);
     }
@@ -52,22 +53,25 @@ class ConsumerWalk {
     ArbNode* next = nullptr;
     const ArbStatus status = ArbNodeWaitNextSibling(&node, &next);
     note(status, parentOf(node));
-    noteLastVisited(node, status != ARB_OK);
+    noteLastVisited(node, status != ARB_OK || !next);
   }
 
   // Releases the node and each ancestor whose last child is thereby done. Gives the next node to enter, or null.
   ArbNode* leaveUpwards(ArbNode& first) {
-    for (ArbNode* node = &first;;) {
-      const bool isStart = node == &start_;
-      ArbNode* const next = isStart ? nullptr : nextToVisit(*node);
-      ArbNode* const parent = parentOf(*node);
+    for (ArbNode* node = &first; node;) {
+      ArbNodeRef* const next = depth_ == 0 ? nullptr : cellOf(nextToVisit(*node));
+      ArbNodeRef* const parent = node->parentCell;
       ArbNodeConsumerRelease(node);  // refused, without effect, for a node that was released before
-      if (isStart || next) return next;
-      node = parent;
+      if (depth_ == 0) return nullptr;
+      if (ArbNode* const sibling = resolve(next)) return sibling;
+      node = --depth_ == 0 ? resolve(startCell_) : resolve(parent);
     }
+    return nullptr;
   }
 
   ArbNode& start_;
+  ArbNodeRef* const startCell_ = start_.cell;
+  std::uint64_t depth_ = 0;  // levels below the start
   ArbStatus status_ = ARB_OK;
 };
 

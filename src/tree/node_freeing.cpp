@@ -11,6 +11,7 @@
 #include "tree/node_freeing.h"
 
 #include "document/events.h"
+#include "nodetypes/builtin_kinds.h"
 #include "nodetypes/factory_table.h"
 #include "tree/cell_pool.h"
 #include "tree/metadata.h"
@@ -82,7 +83,11 @@ ArbStatus destroy(ArbNode& node) {
   metadata::clear(node.metadata);
   const FactoryEntry* const entry = findFactory(*node.tree, ARB_ELEMENT_NAMESPACE(elementIdOf(node)));
   if (!entry) return ARB_ERR_NOTFOUND;
-  entry->destroy(&node);
+  if (entry == &node.tree->builtinFactory) {
+    recycleBuiltinNode(*node.tree, node);
+  } else {
+    entry->destroy(&node);
+  }
   return ARB_OK;
 }
 

@@ -174,6 +174,7 @@ TEST_F(Hooks, AFailedGrowthLeavesTheTable) {
   for (int i = 0; i < 128; ++i) EXPECT_EQ(ARB_OK, set(ARB_HOOK_NODE, 7, a));
   heap::testing::failAllocation(1, false);
   EXPECT_EQ(ARB_ERR_NOMEMORY, set(ARB_HOOK_NODE, 7, a));
+  heap::testing::stopFailing();
   EXPECT_TRUE(heap::testing::failureFired());
   EXPECT_EQ(ARB_OK, raise(ARB_HOOK_NODE, 7));
   EXPECT_EQ(128u, take().size());

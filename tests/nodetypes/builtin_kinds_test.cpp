@@ -120,6 +120,7 @@ TEST_F(BuiltinKinds, TextValues) {
     EXPECT_EQ(ARB_OK, ArbAbstractTextNodeSetValue(node, u"old", 3));
     heap::testing::failAllocation(1, false);
     EXPECT_EQ(ARB_ERR_NOMEMORY, ArbAbstractTextNodeSetValue(node, u"newer", 5));
+    heap::testing::stopFailing();
     EXPECT_TRUE(heap::testing::failureFired());
     EXPECT_EQ(u"(none)", valueOf(node));
     EXPECT_EQ(live, heap::testing::liveBlocks());
@@ -304,6 +305,7 @@ TEST_F(StreamForm, FailuresOfTheStreamAndOfTheHeap) {
   ArbTextNode copy{};
   heap::testing::failAllocation(1, false);
   EXPECT_EQ(ARB_ERR_NOMEMORY, node->nodeType->read(&copy.node, stream));
+  heap::testing::stopFailing();
   EXPECT_TRUE(heap::testing::failureFired());
   EXPECT_EQ(nullptr, copy.text);
   EXPECT_EQ(5u, copy.textLength);

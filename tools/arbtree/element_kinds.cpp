@@ -52,8 +52,7 @@ ElementKind& ElementKinds::add(std::string_view name) {
                               kKindsPerNamespace);
   }
   types_.resize(serial + 1);
-  ElementKind& kind = kinds_.emplace_back(ElementKind{std::string(name), elementId, {}, nullptr, 0, 0});
-  makeDescriptor(kind);
+  ElementKind& kind = kinds_.emplace_back(ElementKind{std::string(name), elementId, {}, nullptr, 0, ElementKind::kUnpublished});
   kindsByName_.emplace(kind.name, &kind);
   return kind;
 }

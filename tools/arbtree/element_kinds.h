@@ -45,12 +45,14 @@ struct KindDescriptor {
 };
 
 struct ElementKind {
+  static constexpr std::size_t kUnpublished = SIZE_MAX;
+
   std::string name;
   std::uint32_t elementId;
   std::vector<const AttributeName*> attributes;
   std::unique_ptr<ArbAttributeDef[]> definitions;  // one for each of `attributes`, with room for more
   std::size_t definitionCapacity;
-  std::size_t publishedAttributes;  // that the newest descriptor shows
+  std::size_t publishedAttributes;  // that the newest descriptor shows; kUnpublished while there is none
 };
 
 class ElementKinds {
@@ -81,12 +83,12 @@ class ElementKinds {
     if (expected < kind.attributes.size() && kind.attributes[expected]->text == name) return expected;
     return findAttribute(kind, name);
   }
-  // To be called between adding attributes to a kind and making nodes of it.
+  // To be called before nodes are made of a kind that is new or whose attributes may have grown.
   void publish(ElementKind& kind) {
     if (kind.publishedAttributes != kind.attributes.size()) makeDescriptor(kind);
   }
 
-  // The newest descriptor of the kind with this id; null for an id that is none of ours.
+  // The newest descriptor of the kind with this id; null for an id of no published kind.
   const ArbNodeType* findType(std::uint32_t elementId) const {
     const std::uint32_t serial = serialOf(elementId);
     return serial < types_.size() ? types_[serial] : nullptr;

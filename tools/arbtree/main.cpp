@@ -1,12 +1,13 @@
 // The command line of the tool: options, help, and which command runs. Exit status: 0 all went well, 1 the input or the
 // output failed, 2 the command line was wrong.
 #include <CLI/CLI.hpp>
+#include <charconv>
 #include <csignal>
 #include <cstdio>
 #include <exception>
 #include <limits>
-#include <memory>
 #include <string>
+#include <system_error>
 
 #include "commands.h"
 
@@ -58,15 +59,28 @@ constexpr char kXmlFooter[] =
     "  arbtree xml utf16.xml | grep title\n"
     "  arbtree xml --max-depth 2000000 deep.xml > copy.xml";
 
+// The library's own check of numbers takes -1 for a very large one.
+template <typename Number>
+CLI::Validator atLeastOne() {
+  return CLI::Validator(
+      [](const std::string& text) {
+        Number number = 0;
+        const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+        if (error == std::errc() && end == text.data() + text.size() && number > 0) return std::string();
+        return "\"" + text + "\" is not a number from 1 to " + std::to_string(std::numeric_limits<Number>::max());
+      },
+      "");
+}
+
 void addCommonOptions(CLI::App& command, CommonOptions& options) {
-  command.add_option("FILE", options.file, "the XML document; - is standard input")->required();
+  command.add_option("FILE", options.file, "the XML document; - is standard input")->type_name("")->required();
   command.add_option("--max-depth", options.limits.maxDepth, "refuse elements nested deeper than this")
-      ->check(CLI::Range(std::uint64_t{1}, std::numeric_limits<std::uint64_t>::max()))
+      ->type_name("N")
+      ->check(atLeastOne<std::uint64_t>())
       ->capture_default_str();
-  command
-      .add_option("--chunk-bytes", options.limits.chunkBytes,
-                  "bytes of nodes and text made before they are consumed; less memory or fewer runs")
-      ->check(CLI::Range(std::uint32_t{1}, std::numeric_limits<std::uint32_t>::max()))
+  command.add_option("--chunk-bytes", options.limits.chunkBytes, "bytes of nodes made before they are consumed")
+      ->type_name("N")
+      ->check(atLeastOne<std::uint32_t>())
       ->capture_default_str();
   command.add_flag("-q,--quiet", options.quiet, "show no progress bar");
 }
@@ -76,7 +90,9 @@ class CommandLine {
   CommandLine() {
     app_.set_version_flag("--version", "arbtree " ARBTREE_VERSION, "print the version and exit");
     app_.set_help_flag("-h,--help", "print this help and exit");
-    app_.require_subcommand(1);
+    app_.require_subcommand(0, 1);
+    app_.get_formatter()->label("SUBCOMMAND", "COMMAND");
+    app_.get_formatter()->label("Subcommands", "Commands");
     app_.footer(kFooter);
     addStats();
     addXml();
@@ -89,22 +105,28 @@ class CommandLine {
     } catch (const CLI::Success& help) {
       return app_.exit(help);
     } catch (const CLI::ParseError& error) {
-      std::fprintf(stderr, "arbtree: %s\nRun `arbtree --help` for how to use it.\n", error.what());
-      return kUsageError;
+      return usageError(error.what());
     }
-    return stats_->parsed() ? runStats(statsOptions_) : runXml(xmlOptions_);
+    if (stats_->parsed()) return runStats(statsOptions_);
+    if (xml_->parsed()) return runXml(xmlOptions_);
+    return usageError("a command is required: stats or xml");
   }
 
  private:
+  static int usageError(const char* problem) {
+    std::fprintf(stderr, "arbtree: %s\nRun `arbtree --help` for how to use it.\n", problem);
+    return kUsageError;
+  }
+
   void addStats() {
-    stats_ = app_.add_subcommand("stats", "count the nodes of a document, and say what streaming it took");
+    stats_ = app_.add_subcommand("stats", "Counts the nodes of a document, and says what streaming it took.");
     addCommonOptions(*stats_, statsOptions_.common);
     stats_->add_flag("--json", statsOptions_.json, "print one JSON object");
     stats_->footer(kStatsFooter);
   }
 
   void addXml() {
-    xml_ = app_.add_subcommand("xml", "write a document out again");
+    xml_ = app_.add_subcommand("xml", "Writes a document out again.");
     addCommonOptions(*xml_, xmlOptions_.common);
     xml_->footer(kXmlFooter);
   }

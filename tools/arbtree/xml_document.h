@@ -15,7 +15,9 @@ namespace arbtree::tool {
 
 struct DocumentLimits {
   std::uint64_t maxDepth = 100000;
-  std::uint32_t chunkBytes = 128 * 1024;  // of nodes and text, before the consumer gets its turn
+  // Bytes of nodes and text made before they are consumed. Smaller than the library's own default, so that a chunk stays
+  // in a core's own cache between its making and its freeing (measured: a tenth off a whole `stats` run).
+  std::uint32_t chunkBytes = 32 * 1024;
 };
 
 class XmlDocument {

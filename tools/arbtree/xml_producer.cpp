@@ -324,8 +324,7 @@ void XmlProducer::fail(std::string reason) {
   if (parsing.parsing == XML_PARSING || parsing.parsing == XML_SUSPENDED) XML_StopParser(parser_, XML_FALSE);
 }
 
-bool XmlProducer::check(ArbStatus status) {
-  if (status == ARB_OK) return true;
+bool XmlProducer::refused(ArbStatus status) {
   fail(status == ARB_ERR_NOMEMORY ? "out of memory" : "the tree refused a change, status " + std::to_string(status));
   return false;
 }

@@ -81,7 +81,8 @@ class XmlProducer {
 
   Place here() const;
   void fail(std::string reason);
-  bool check(ArbStatus status);
+  bool check(ArbStatus status) { return status == ARB_OK || refused(status); }
+  bool refused(ArbStatus status);
   std::string reasonOfExpat() const;
 
   InputFile& input_;

@@ -1,0 +1,144 @@
+"""`arbtree xml` writes documents whose canonical form is that of its input: over a table of documents that are hard to
+get right, each at several chunk sizes, and over the XML files of this machine.
+"""
+import os
+import sys
+import tempfile
+import unittest
+
+sys.dont_write_bytecode = True
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "support"))
+from tool import canonical, run  # noqa: E402
+
+UTF16_TEXT = '<?xml version="1.0" encoding="UTF-16"?><r a="ä🌲">ä日🌲𝄞</r>'
+MANY_ATTRIBUTES = " ".join(f'a{i}="{i}"' for i in range(1000))
+GROWING_ATTRIBUTES = "".join(f'<e {" ".join(f"a{j}={chr(34)}{i}{chr(34)}" for j in range(i))}/>' for i in range(60))
+
+DOCUMENTS = {
+    "one empty element": "<r/>",
+    "start and end tag": "<r></r>",
+    "prefixes": '<p:r xmlns:p="urn:1" xmlns:q="urn:2" q:a="1" p:a="2" a="3"><q:e/><p:e xmlns:p="urn:3"/></p:r>',
+    "default namespaces": '<r xmlns="urn:1"><e xmlns=""/><f xmlns="urn:2"><g xmlns="urn:1"/></f></r>',
+    "same names, other prefixes": '<r xmlns:a="urn:u" xmlns:b="urn:u"><a:e/><b:e/><a:e/></r>',
+    "xml attributes": '<r xml:lang="de" xml:space="preserve">  <e xml:id="x"/>  </r>',
+    "markup as text": "<r>&lt;a&gt; &amp;amp; &quot; &apos; ]]&gt; ]] &gt;</r>",
+    "character data sections": "<r><![CDATA[<&>]]>x<![CDATA[]]]]><![CDATA[>]]><![CDATA[]]></r>",
+    "character references": "<r a='&#65;&#x1F332;&#xD;'>&#9;&#10;&#13;&#32;&#x1F332;&#xE9;</r>",
+    "space in attributes": "<r a='1\t2\n3\r\n4 5' b='&#9;&#10;&#13;&#32; '/>",
+    "quotes in attributes": "<r a='\"' b=\"'\" c='&quot;&apos;&lt;&amp;>'/>",
+    "line ends": "<r>\r\n a\rb\n\r\n</r>\r\n",
+    "only space": "<r>   \n\t </r>",
+    "text around children": "<r>a<e>b</e>c<e/>d<!-- x -->e<?p?>f</r>",
+    "comments and instructions everywhere":
+        "<!--1--><?a 1?>\n<!-- 2 --><r><!----><?b?><!-- - -->x<?c  d ?></r><?e f?><!--3-->\n\n<?g?>",
+    "comments of the document type": "<!DOCTYPE r [<!--no--><?no no?><!ELEMENT r ANY>]><!--yes--><r/>",
+    "attribute defaults": '<!DOCTYPE r [<!ATTLIST r a CDATA "&lt;1&#10;" b (x|y) "x"><!ATTLIST e c CDATA #FIXED "3">]>'
+                          '<r b="y"><e/><e c="3"/></r>',
+    "attribute types": '<!DOCTYPE r [<!ATTLIST r a NMTOKENS #IMPLIED b CDATA #IMPLIED>]><r a="  x  y " b="  x  y "/>',
+    "entities": '<!DOCTYPE r [<!ENTITY t "text &amp; &#38;lt;"><!ENTITY m "<e a=\'&t;\'>&t;</e>&t;">]>'
+                '<r a="&t;">1&t;2&m;3&m;</r>',
+    "entity around elements": '<!DOCTYPE r [<!ENTITY a "x<e/>y"><!ENTITY b "&a;&a;<f>&a;</f>">]><r>&b;<g/>&b;</r>',
+    "names beyond ASCII": "<été ñ='1'><日本/><x.y-z_·/></été>",
+    "attributes in changing order": '<r><e a="1" b="2" c="3"/><e c="1" a="2"/><e b="1" d="2" a="3"/></r>',
+    "many attributes": f"<r {MANY_ATTRIBUTES}><e {MANY_ATTRIBUTES}/></r>",
+    "attributes that become more": f"<r>{GROWING_ATTRIBUTES}{GROWING_ATTRIBUTES}</r>",
+    "long attribute": f'<r a="{"x" * 300000}" b="{"🌲" * 50000}">{"<e a=" + chr(34) + "y" * 5000 + chr(34) + "/>"}</r>',
+    "text longer than a node": "<r>" + "abcdefg🌲" * 20000 + "</r>",
+    "pair at the end of a node": "<r>" + "x" * 16383 + "🌲" * 20000 + "</r>",
+    "long comment": f"<r><!--{'c' * 200000}--><?p {'d' * 200000}?></r>",
+    "deep": "<a>" * 200 + "x" + "</a>" * 200,
+    "wide": "<r>" + "<e>1</e>\n" * 5000 + "</r>",
+    "byte order mark": b"\xef\xbb\xbf<r>x</r>",
+    "UTF-16, little end first": b"\xff\xfe" + UTF16_TEXT.encode("utf-16-le"),
+    "UTF-16, big end first": b"\xfe\xff" + UTF16_TEXT.encode("utf-16-be"),
+    "ISO-8859-1": '<?xml version="1.0" encoding="ISO-8859-1"?><r é="ü">ÿ</r>'.encode("latin-1"),
+    "US-ASCII": b'<?xml version="1.0" encoding="US-ASCII"?><r>&#xE9;</r>',
+    "windows-1252": '<?xml version="1.0" encoding="windows-1252"?><r>€“x”</r>'.encode("cp1252"),
+    "Shift_JIS": '<?xml version="1.0" encoding="Shift_JIS"?><表 日="本">ソ能</表>'.encode("shift_jis"),
+    "EUC-JP, longer than a read": ('<?xml version="1.0" encoding="EUC-JP"?><r>' + "日本x" * 50000 + "</r>").encode("euc-jp"),
+}
+
+CHUNK_BYTES = ["1", "1000", "32768"]
+
+
+def as_bytes(document):
+    return document if isinstance(document, bytes) else document.encode()
+
+
+class Table(unittest.TestCase):
+    def test_each_document_at_each_chunk_size(self):
+        for name, document in DOCUMENTS.items():
+            document = as_bytes(document)
+            expected = canonical(document)
+            self.assertIsNotNone(expected, name)
+            for chunk_bytes in CHUNK_BYTES:
+                with self.subTest(name, chunk_bytes=chunk_bytes):
+                    result = run("xml", "--chunk-bytes", chunk_bytes, "-", data=document)
+                    self.assertEqual((0, ""), (result.status, result.err))
+                    self.assertEqual(expected, canonical(result.out))
+
+    def test_the_output_is_a_fixed_point(self):
+        for name, document in DOCUMENTS.items():
+            with self.subTest(name):
+                once = run("xml", "-", data=as_bytes(document)).out
+                self.assertEqual(once, run("xml", "-", data=once).out)
+
+
+class LeftOut(unittest.TestCase):
+    def test_entities_that_are_not_in_the_document_are_left_out_with_a_warning(self):
+        cases = {
+            "external": '<!DOCTYPE r [<!ENTITY x SYSTEM "missing.ent">]>\n<r>1&x;2&x;3</r>',
+            "declared elsewhere": '<!DOCTYPE r SYSTEM "missing.dtd">\n<r>1&x;2&x;3</r>',
+        }
+        for name, document in cases.items():
+            with self.subTest(name), tempfile.TemporaryDirectory() as folder:
+                path = os.path.join(folder, "d.xml")
+                with open(path, "w") as file:
+                    file.write(document)
+                result = run("xml", path)
+                self.assertEqual(b"<r>123</r>", result.out.splitlines()[1])
+                self.assertEqual(0, result.status)
+                self.assertRegex(result.err, r'^arbtree: \S*d\.xml:2:5: warning: entity "x" .*\(2 .*\)\n$')
+
+    def test_external_entities_are_never_loaded(self):
+        with tempfile.TemporaryDirectory() as folder:
+            secret = os.path.join(folder, "secret.xml")
+            with open(secret, "w") as file:
+                file.write("<secret/>")
+            for declaration in [f'[<!ENTITY x SYSTEM "{secret}">]', f'[<!ENTITY % p SYSTEM "{secret}"> %p;]',
+                                f'SYSTEM "{secret}"']:
+                with self.subTest(declaration):
+                    result = run("xml", "-", data=f"<!DOCTYPE r {declaration}><r>&x;</r>".encode())
+                    self.assertNotIn(b"secret", result.out)
+
+
+def system_files():
+    for folder, _, names in os.walk("/usr/share"):
+        for name in names:
+            path = os.path.join(folder, name)
+            if name.endswith(".xml") and os.path.isfile(path) and os.path.getsize(path) < 1000000:
+                yield path
+
+
+class SystemFiles(unittest.TestCase):
+    """A bare machine has none; on others there are hundreds, of every kind."""
+
+    def test_each_file_that_xmllint_accepts(self):
+        compared = rejected = 0
+        for path in sorted(system_files()):
+            with open(path, "rb") as file:
+                document = file.read()
+            expected = canonical(document)
+            if expected is None:
+                rejected += 1
+                continue
+            compared += 1
+            with self.subTest(path):
+                result = run("xml", path)
+                self.assertEqual(0, result.status, result.err)
+                self.assertEqual(expected, canonical(result.out))
+        print(f"compared {compared} XML files of /usr/share; xmllint itself rejects {rejected} more", file=sys.stderr)
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)

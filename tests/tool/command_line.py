@@ -1,0 +1,87 @@
+"""The command line: what is asked for, help, and what is refused with exit status 2."""
+import json
+import os
+import sys
+import tempfile
+import unittest
+
+sys.dont_write_bytecode = True
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "support"))
+from tool import run, stats  # noqa: E402
+
+
+class CommandLine(unittest.TestCase):
+    def test_usage_errors(self):
+        cases = [[], ["nothing"], ["xml"], ["stats"], ["xml", "a", "b"], ["xml", "--no-such", "a"], ["--json", "a"],
+                 ["xml", "--json", "a"], ["xml", "--max-depth", "0", "a"], ["xml", "--max-depth", "x", "a"],
+                 ["xml", "--max-depth", "-1", "a"],
+                 ["xml", "--max-depth", "18446744073709551616", "a"], ["xml", "--max-depth", "1x", "a"], ["stats", "--chunk-bytes", "4294967296", "a"]]
+        for arguments in cases:
+            with self.subTest(arguments):
+                result = run(*arguments)
+                self.assertEqual((2, b""), (result.status, result.out))
+                self.assertRegex(result.err, r"^arbtree: .+\nRun `arbtree --help` .+\n\Z")
+
+    def test_help_goes_to_standard_output_and_has_examples(self):
+        for arguments in [["--help"], ["stats", "--help"], ["xml", "-h"]]:
+            with self.subTest(arguments):
+                result = run(*arguments)
+                self.assertEqual((0, ""), (result.status, result.err))
+                self.assertIn(b"Examples:\n  arbtree ", result.out)
+        self.assertIn(b"Not kept:", run("xml", "--help").out)
+
+    def test_version(self):
+        result = run("--version")
+        self.assertEqual((0, ""), (result.status, result.err))
+        self.assertRegex(result.out, rb"^arbtree \d+\.\d+\.\d+\n\Z")
+
+    def test_a_file_is_read_like_standard_input(self):
+        with tempfile.TemporaryDirectory() as folder:
+            for name in ["plain.xml", "-dash.xml", 'quo"te\\.xml', "new\nline.xml", b"not-utf8-\xff.xml"]:
+                with self.subTest(name):
+                    path = os.path.join(os.fsencode(folder), os.fsencode(name))
+                    with open(path, "wb") as file:
+                        file.write(b"<a>x</a>")
+                    self.assertEqual(run("xml", "-", data=b"<a>x</a>").out, run("xml", path).out)
+                    os.chdir(folder)
+                    result = run("stats", "--json", "--", os.fsencode(name))
+                    self.assertEqual(0, result.status, result.err)
+                    shown = json.loads(result.out)["file"]
+                    self.assertEqual(os.fsencode(name).decode("utf-8", "replace"), shown)
+                    os.chdir("/")
+
+
+class Figures(unittest.TestCase):
+    DOCUMENT = (b"<!-- 1 --><?a?><!DOCTYPE r [<!-- no -->]><r x='1' y='2'><e/><e z='3'>t<f>t</f>t</e><!-- 2 -->"
+                b"<![CDATA[u]]>&amp;v</r><?b?>")
+    EXPECTED = {"complete": True, "elements": 4, "elementNames": 3, "attributes": 3, "textNodes": 4, "comments": 2,
+                "processingInstructions": 2, "depth": 3}
+
+    def test_json(self):
+        for chunk_bytes in ["1", "300", "32768"]:
+            with self.subTest(chunk_bytes):
+                figures = stats("--chunk-bytes", chunk_bytes, "-", data=self.DOCUMENT)
+                self.assertEqual(self.EXPECTED, {key: figures[key] for key in self.EXPECTED})
+
+    def test_text(self):
+        lines = run("stats", "-", data=self.DOCUMENT).out.decode().splitlines()
+        figures = dict(line.rsplit(maxsplit=1) for line in lines)
+        self.assertEqual(["4", "3", "3", "4", "2", "2", "3"],
+                         [figures[label] for label in ["elements", "different element names", "attributes",
+                                                       "text nodes", "comments", "processing instructions",
+                                                       "depth of elements"]])
+
+    def test_runs_and_live_nodes_follow_the_chunk_size(self):
+        document = b"<r>" + b"<e>x</e>" * 1000 + b"</r>"
+        small = stats("--chunk-bytes", "1", "-", data=document)
+        large = stats("--chunk-bytes", "100000000", "-", data=document)
+        # A break after each of 2001 nodes; no break but that of the node budget.
+        self.assertEqual(2002, small["runs"])
+        self.assertEqual(1, large["runs"])
+        # The root, r, an e that the walk still holds, the next e or a text; and everything at once.
+        self.assertLessEqual(small["mostLiveNodes"], 5)
+        self.assertEqual(2002, large["mostLiveNodes"])
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)

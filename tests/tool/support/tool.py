@@ -1,0 +1,47 @@
+"""What all tests of the tool share: running it, and the canonical form of documents.
+
+ARBTREE_TOOL names the program under test. xmllint (package libxml2-utils) is the judge of canonical forms.
+"""
+import json
+import os
+import subprocess
+
+TOOL = os.environ["ARBTREE_TOOL"]
+TIMEOUT = 240
+
+# Where the tool is built with the address sanitizer: freed memory must not stay in quarantine, as it would look as if
+# the tool had kept it. Catalogs would make xmllint load document types that the tool never loads.
+ENVIRONMENT = dict(os.environ, ASAN_OPTIONS="quarantine_size_mb=1:thread_local_quarantine_size_kb=64",
+                   XML_CATALOG_FILES="", LC_ALL="C")
+
+
+class Result:
+    def __init__(self, done):
+        self.status = done.returncode
+        self.out = done.stdout
+        self.err = done.stderr.decode()
+
+
+def run(*arguments, data=None, **options):
+    """Runs the tool; `data` is its standard input."""
+    command = [TOOL] + [os.fspath(argument) for argument in arguments]
+    if data is not None:
+        options["input"] = data
+    elif "stdin" not in options:
+        options["stdin"] = subprocess.DEVNULL
+    return Result(subprocess.run(command, capture_output=True, timeout=TIMEOUT, env=ENVIRONMENT, **options))
+
+
+def stats(*arguments, **options):
+    """The figures of `stats --json`, which must succeed."""
+    result = run("stats", "--json", *arguments, **options)
+    assert result.status == 0 and result.err == "", (arguments, result.status, result.err)
+    return json.loads(result.out)
+
+
+def canonical(document):
+    """The canonical form of a document given as bytes, or None when xmllint rejects it."""
+    done = subprocess.run(["xmllint", "--nonet", "--c14n", "-"], input=document, capture_output=True, timeout=TIMEOUT,
+                          env=ENVIRONMENT)
+    return done.stdout if done.returncode == 0 else None
+
