@@ -13,11 +13,11 @@
 namespace {
 
 constexpr std::string_view kWords[] = {
-    "river",   "stone",  "letter", "window", "garden", "market",  "signal", "winter", "paper",  "engine", "harbour",
-    "copper",  "meadow", "lantern", "ticket", "carpet", "thunder", "velvet", "marble", "orchard", "bridge", "silver",
-    "compass", "feather", "barrel", "mirror", "anchor", "basket", "candle", "shadow", "valley", "pocket", "of",
-    "and",     "the",    "under",  "beyond", "with",   "Zürich",  "café",   "naïve",  "Łódź",   "日本",   "Σίσυφος",
-    "R&amp;D", "a&lt;b", "&#x20AC;5", "🌲",
+    "river",   "stone",  "letter",  "window",  "garden",  "market", "signal",    "winter", "paper",  "engine",
+    "harbour", "copper", "meadow",  "lantern", "ticket",  "carpet", "thunder",   "velvet", "marble", "orchard",
+    "bridge",  "silver", "compass", "feather", "barrel",  "mirror", "anchor",    "basket", "candle", "shadow",
+    "valley",  "pocket", "of",      "and",     "the",     "under",  "beyond",    "with",   "Zürich", "café",
+    "naïve",   "Łódź",   "日本",    "Σίσυφος", "R&amp;D", "a&lt;b", "&#x20AC;5", "🌲",
 };
 constexpr std::string_view kNames[] = {"Ada Øst",   "B. Marsh",   "Chloé Roux", "D. Young", "E. Nováková",
                                        "F. Castle", "G. O'Leary", "H. Wu",      "I. Silva", "J. Brook"};
@@ -91,8 +91,9 @@ bool write(std::string& out) {
 bool writeRecords(std::uint64_t size) {
   constexpr std::size_t kBuffer = 1 << 18;
   Random random;
-  std::string out = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
-                    "<records xmlns=\"urn:example:records\" xmlns:x=\"urn:example:subjects\">\n";
+  std::string out =
+      "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+      "<records xmlns=\"urn:example:records\" xmlns:x=\"urn:example:subjects\">\n";
   out.reserve(2 * kBuffer);
   std::uint64_t before = 0;  // bytes written earlier than those in `out`
   for (std::uint64_t id = 1; before + out.size() < size; ++id) {

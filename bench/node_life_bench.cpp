@@ -235,7 +235,7 @@ void fillAndDrain(benchmark::internal::Benchmark* benchmark) {
   benchmark->Args({1, kMany})->Iterations(3);
 }
 
-#define ARBTREE_LIFE(library)                                            \
+#define ARBTREE_LIFE(library)                                               \
   BENCHMARK_TEMPLATE(BM_NodeLife, library)->Apply(shapes)->Iterations(200); \
   BENCHMARK_TEMPLATE(BM_NodeLife, library)->Apply(fillAndDrain)
 

@@ -620,8 +620,8 @@ ARB_API ArbStatus ARB_CALL ArbTreeCreateNode(ArbTree *tree, uint32_t elementId, 
 /*
  * Takes the tree out of its forest (whose childCount stays) and destroys it: the root with its subtree, all cells and
  * so all references, the hooks, the metadata. Raises ARB_EVENT_NODE_FREED with the root. Always ARB_OK. Nodes not
- * connected to the root are not freed: ArbNodeDestroy them first. Strings stay with the document, but one that was
- * bound to a node of this tree is not to be used as a name again.
+ * connected to the root are not freed: ArbNodeDestroy them first. Strings stay with the document; one that was bound to
+ * a node of this tree is free to be bound again.
  */
 ARB_API ArbStatus ARB_CALL ArbTreeDestroy(ArbTree *tree);
 
@@ -921,7 +921,8 @@ ARB_API ArbStatus ARB_CALL ArbTreeCreateFloatingNodeReference(ArbTree *tree, Arb
  * Gives the reference bound to a name, a string of the tree's document. A name is bound once a node has it as its ID
  * string, given or generated: the answer is then that node's own cell, whichever tree it is in. Otherwise a new
  * reference is made that carries the name to the node to come; a second call before the name is bound makes another.
- * A name bound to a cell that is gone with its tree, or went to another node, must not be used.
+ * The binding lasts as long as the cell stays the node's, so beyond the life of a marked node: the answer is then a
+ * reference that will not lead to a node again. It ends when an unmarked node is freed, and when the tree is destroyed.
  * ARB_OK: *reference, as for ArbTreeCreateFloatingNodeReference.
  * ARB_ERR_BADARG: the name is null. ARB_ERR_LOCKED: the producer has declared the tree done; *reference is untouched.
  * ARB_ERR_NOMEMORY: *reference is null.
@@ -962,8 +963,8 @@ ARB_API ArbStatus ARB_CALL ArbNodeCreateID(ArbNode *node);
 /*
  * Gives the node a string of its document as its ID string, in place of any earlier one, marks it as ArbNodeCreateID
  * does, and binds the string to the node's cell, in place of any earlier binding of that string.
- * ARB_ERR_LOCKED: the node's attributes are done. ARB_ERR_BADARG: the node has no cell, as only a node not made by
- * ArbTreeCreateNode, or the string is null. Nothing changes by either.
+ * ARB_ERR_BADARG: the string is null. ARB_ERR_LOCKED: the node's attributes are done. ARB_ERR_BADARG: the node has no
+ * cell, as only a node not made by ArbTreeCreateNode. ARB_ERR_NOMEMORY: the tree could not note the binding.
  */
 ARB_API ArbStatus ARB_CALL ArbNodeSetIDString(ArbNode *node, ArbString *idString);
 
@@ -1035,7 +1036,7 @@ ARB_API ArbStatus ARB_CALL ArbTreePushCursor(ArbTree *tree, ArbNode *node);
  * untouched by both.
  * ARB_OK: *node is the node, or null if null was pushed. For a push that found the stack full *node is untouched.
  * A node that has been freed meanwhile is answered as by ArbNodeRefWaitNode: runs the producer to its end, then ARB_OK
- * with null, or a run's failure.
+ * with null, or a run's failure. The position is popped by that too: a second call takes back the one before it.
  */
 ARB_API ArbStatus ARB_CALL ArbTreePopCursor(ArbTree *tree, ArbNode **node);
 
@@ -1114,7 +1115,7 @@ ARB_API ArbStatus ARB_CALL ArbEncodedBytesNodeGetValue(ArbNode *node, void *unus
 
 /*
  * Stores bytes as the text of an encoded-bytes node, in place of its value; byteCount 0 leaves it without one, and
- * bytes may be null then. The bytes must not lie in the node's own value.
+ * bytes may be null then. The bytes may lie in the node's own value.
  *   ARB_ENCODING_UTF16   the bytes as they are, byteCount / 2 units; an odd last byte is no part of the value
  *   ARB_ENCODING_BASE64  base64 of RFC 4648, padded, with a line feed after every 64 units, also at the very end
  *   ARB_ENCODING_RAW8    the bytes as they are; textLength counts bytes
@@ -1124,7 +1125,8 @@ ARB_API ArbStatus ARB_CALL ArbEncodedBytesNodeGetValue(ArbNode *node, void *unus
  * swapped in pairs before they are encoded; an odd last byte stays as it is.
  * ARB_OK; also for a node of another kind, which is unchanged.
  * ARB_ERR_BADARG: bytes is null and byteCount is not 0; the node is unchanged.
- * ARB_ERR_NOMEMORY, ARB_ERR_BADENCODING: the node has no value; info, encoding and flags are as given.
+ * ARB_ERR_NOMEMORY (also for base64 text of more than 2^32 - 1 units), ARB_ERR_BADENCODING: the node has no value;
+ * info, encoding and the completed flags are kept as given.
  */
 ARB_API ArbStatus ARB_CALL ArbEncodedBytesNodeSetValue(ArbNode *node, const void *bytes, uint32_t byteCount,
                                                        uint32_t info, uint32_t encoding);
@@ -1135,7 +1137,8 @@ ARB_API ArbStatus ARB_CALL ArbEncodedBytesNodeSetValueEx(ArbNode *node, const vo
  * Decodes base64 of RFC 4648, textLength units of it, into at most `capacity` bytes. Units outside the alphabet,
  * padding included, are skipped wherever they are; a single unit left at the end gives nothing.
  * Returns the number of bytes, or 0xFFFFFFFF when it reaches the capacity: allow one byte more than the data. The bytes
- * before the stop are stored, none at or beyond the capacity. Returns 0 for textLength 0; text may be null then.
+ * before the stop are stored, none at or beyond the capacity. Returns 0 for textLength 0; text may be null then. bytes
+ * may be null for a capacity of 0. Any other null is answered with 0.
  */
 ARB_API uint32_t ARB_CALL DecodeBase64(const char16_t *text, uint32_t textLength, void *bytes, uint32_t capacity);
 
@@ -1184,7 +1187,8 @@ ARB_API ArbStatus ARB_CALL ArbNodeSetSkipIfEmpty(ArbNode *node);
  */
 
 /*
- * Returns 1 when what two nodes of one kind hold is equal, children left aside, else 0; 0 when a node is null.
+ * Returns 1 when what two nodes hold is equal, children left aside, else 0; 0 when a node is null. Both must be of one
+ * kind, which is not checked: that of a decides how they are compared, over the length of its attribute area.
  */
 ARB_API uint32_t ARB_CALL ArbNodeAttributesAreEqual(ArbNode *a, ArbNode *b);
 
@@ -1207,9 +1211,10 @@ ARB_API uint32_t ARB_CALL ArbNodeHashCode(ArbNode *node);
  * document. The copy has the value or attributes and the metadata of the source, but its own number, and none of its
  * identifiers, flags and marks. Attributes whose id has the top byte 0x37 are not copied; a copy of encoded bytes has
  * encodingFlags 0; a copied external reference has the target and the name of the source.
- * ARB_OK: *copy is a new node in no child list, announced as by ArbTreeCreateNode. The copy of a root counts as linked
- * and in the tree: it can be appended nowhere and is freed by its releases alone. A value, attribute or metadata entry
- * that found no memory is missing from the copy, which is not reported.
+ * ARB_OK: *copy is a new node in no child list, announced as by ArbTreeCreateNode, before it has its value. The copy of
+ * a root counts as linked and in the tree: it can be appended nowhere and is freed by its releases alone. A value,
+ * attribute or metadata entry that found no memory is missing from the copy, which is not reported. Set *copy to null
+ * before the call, since a failure is announced with what it holds.
  * Otherwise a failure of ArbTreeCreateNode; *copy is untouched.
  */
 ARB_API ArbStatus ARB_CALL ArbNodeClone(ArbNode *node, ArbTree *tree, ArbNode **copy);
@@ -1217,9 +1222,10 @@ ARB_API ArbStatus ARB_CALL ArbNodeClone(ArbNode *node, ArbTree *tree, ArbNode **
 /*
  * Copies a node as ArbNodeClone does, and likewise all its descendants, linked as in the source, with the events of
  * ArbTreeCreateNode and ArbNodeAppendChild. The copies' attributes and child lists are left open.
- * ARB_OK: *copy is the top copy, in no child list. A failure of ArbTreeCreateNode or ArbNodeAppendChild ends the
- * copying: *copy is untouched if the top copy could not be made; else it is the top copy with the children finished so
- * far, to be freed with ArbNodeDestroy, while copies not yet linked to it are told only by ARB_EVENT_NODE_CREATED.
+ * ARB_OK: *copy is the top copy, in no child list (but see ArbNodeClone for a root).
+ * A failure of ArbTreeCreateNode or ArbNodeAppendChild ends the copying: *copy is untouched if the top copy could not
+ * be made; else it is the top copy with the copies made so far below it, the unfinished ones as they are, to be freed
+ * with ArbNodeDestroy.
  */
 ARB_API ArbStatus ARB_CALL ArbNodeCloneSubtree(ArbNode *node, ArbTree *tree, ArbNode **copy);
 
@@ -1407,10 +1413,10 @@ ARB_API ArbStatus ARB_CALL ArbFileWrite(ArbFile *file, uint32_t argument);
  * for a child in no forest, and when, of the child and its enclosing forests, the outermost one whose archiveType is 0
  * to 3 has 2 or 3. Calls source-access slot 1 until it has given the output path; without one, or without a separator
  * in it, the directory is empty.
- * buffer may be null; else it has room for at least the terminator, whatever *size says. *size is its capacity in
- * units, terminator included, and becomes the capacity needed. That counts the whole output path, unless an archive
- * type leaves the directory out, so it may exceed what the path takes.
- * ARB_ERR_BADARG: size is null. ARB_ERR_SMALLBUFFER: the capacity is too small; the buffer holds the empty text.
+ * buffer may be null. *size is its capacity in units, terminator included, and becomes the capacity needed. That counts
+ * the whole output path, unless an archive type leaves the directory out, so it may exceed what the path takes.
+ * ARB_ERR_BADARG: size is null. ARB_ERR_SMALLBUFFER: the capacity is too small; the buffer holds the empty text, or is
+ * untouched if its capacity is 0.
  * ARB_OK: the buffer holds the path; with a null buffer only the size is told.
  */
 ARB_API ArbStatus ARB_CALL ArbForestChildGetDocumentPath(ArbForestChild *child, char16_t *buffer, uint32_t *size);

@@ -24,8 +24,12 @@ ArbNodeRef* takePendingCell(ArbTree& tree) {
 // remembers the string, so that no string points into a tree that is gone. False when there is no memory for that.
 bool bindIdString(ArbNode& node, ArbString& string) {
   ArbTree& tree = *node.tree;
-  if (!reserveOne(tree.boundStrings, tree.boundStringCapacity, tree.boundStringCount, kFirstBoundStrings)) return false;
-  tree.boundStrings[tree.boundStringCount++] = &string;
+  const bool remembered = string.boundRef && blockOf(tree, string.boundRef);
+  if (!remembered) {
+    if (!reserveOne(tree.boundStrings, tree.boundStringCapacity, tree.boundStringCount, kFirstBoundStrings))
+      return false;
+    tree.boundStrings[tree.boundStringCount++] = &string;
+  }
   node.idString = &string;
   string.boundRef = node.cell;
   return true;
@@ -68,8 +72,8 @@ ArbStatus waitIdString(ArbNodeRef* reference, ArbDocument& document, ArbString*&
   if (status != ARB_OK) return status;
   ArbNode* const node = resolve(reference);
   if (!node) return ARB_OK;
-  ArbNodeWaitAttributesDone(node);  // whatever it answers, the node is asked as it is now
-  answer = idStringOf(*node);
+  ArbNodeWaitAttributesDone(node);                             // whatever it answers, the node is asked as it is now
+  if (resolve(reference) == node) answer = idStringOf(*node);  // a run may have freed it
   return ARB_OK;
 }
 

@@ -20,9 +20,19 @@ class Traversal {
   std::uint32_t run() {
     ArbNode* node = &start_;
     while (node) {
+      ArbNodeRef* const cell = node->cell;
+      ArbNodeRef* const parent = node == &start_ ? nullptr : node->parentCell;
       ArbNode* const child = arrive(*node);
       if (result_ == 0) return 0;
-      node = child ? child : leaveUpwards(*node);
+      if (child) {
+        node = child;
+      } else if (resolve(cell) == node) {
+        node = leaveUpwards(*node);
+      } else if (ArbNode* const above = resolve(parent)) {
+        node = leaveUpwards(*above);  // a run has freed the node, which the consumer had released before the walk
+      } else {
+        node = nullptr;
+      }
     }
     return result_;
   }
@@ -36,7 +46,9 @@ class Traversal {
     }
     result_ = 1;
     if (!call(callbacks_.startElement, node)) return nullptr;
-    if (ArbNodeWaitAttributesDone(&node) == ARB_OK && !reportAttributes(node)) return nullptr;
+    const ArbNodeRef* const cell = node.cell;
+    const ArbStatus status = ArbNodeWaitAttributesDone(&node);
+    if (resolve(cell) != &node || (status == ARB_OK && !reportAttributes(node))) return nullptr;
     if (callbacks_.enterChildren && callbacks_.enterChildren(&node, elementIdOf(node), userData_) == 0) return nullptr;
     ArbNode* child = nullptr;
     return ArbNodeWaitFirstChild(&node, &child) == ARB_OK ? child : nullptr;
@@ -44,13 +56,13 @@ class Traversal {
 
   // Ends the node and every ancestor whose last child is thereby done. Gives the next node to visit, or null.
   ArbNode* leaveUpwards(ArbNode& first) {
-    for (ArbNode* node = &first;;) {
+    for (ArbNode* node = &first; node; node = parentOf(*node)) {
       if (!isTextBearing(elementIdOf(*node)) && !call(callbacks_.endElement, *node)) return nullptr;
       if (node == &start_) return nullptr;
       ArbNode* next = nullptr;
       if (ArbNodeWaitNextSibling(node, &next) == ARB_OK && next) return next;
-      node = parentOf(*node);
     }
+    return nullptr;
   }
 
   // False when the walk stops here.

@@ -7,11 +7,13 @@
 #include "nodetypes/attribute_area.h"
 #include "nodetypes/text_value.h"
 #include "platform/heap.h"
+#include "tree/growing_array.h"
 #include "tree/metadata.h"
 
 namespace arbtree {
 namespace {
 
+constexpr std::uint32_t kFirstPathLength = 64;
 constexpr std::uint32_t kUncopiedAttribute = 0x37;  // top byte of the id of an attribute that stays with its node
 
 // The copy keeps encodingFlags 0. Without memory it has no value.
@@ -72,21 +74,25 @@ ArbStatus cloneNode(ArbNode& source, ArbTree& tree, ArbNode** out) {
   const ArbStatus status = ArbTreeCreateNode(&tree, elementIdOf(source), nullptr, out);
   if (status != ARB_OK) return status;
   copyContent(source, **out);
+  metadata::clear((*out)->metadata);  // a callback may have been quick to set some
   (*out)->metadata = metadata::copy(source.metadata);
   return ARB_OK;
 }
 
 // A subtree's copy, made like a recursion: a node is copied, then its children with all that is below them, each linked
-// when it is complete. Until then a copy's parent link, which nobody looks at before it is linked, holds the way back.
+// when it is complete. Until then nothing in a copy tells to which one it belongs, so the way back is kept aside.
 class SubtreeCopy {
  public:
   SubtreeCopy(ArbNode& source, ArbTree& tree) : start_(source), tree_(tree) {}
+  ~SubtreeCopy() { heap::release(path_); }
+  SubtreeCopy(const SubtreeCopy&) = delete;
+  SubtreeCopy& operator=(const SubtreeCopy&) = delete;
 
   ArbStatus run(ArbNode** out) {
     const ArbStatus status = cloneNode(start_, tree_, out);
     if (status != ARB_OK) return status;
     source_ = &start_;
-    top_ = copy_ = *out;
+    copy_ = *out;
     const ArbStatus failure = copyDescendants();
     if (failure != ARB_OK) linkUnfinished();
     return failure;
@@ -108,10 +114,11 @@ class SubtreeCopy {
   }
 
   ArbStatus descend(ArbNode& source) {
+    if (!reserveOne(path_, pathCapacity_, pathLength_, kFirstPathLength)) return ARB_ERR_NOMEMORY;
     ArbNode* made = nullptr;
     const ArbStatus status = cloneNode(source, tree_, &made);
     if (status != ARB_OK) return status;
-    made->parentCell = copy_->cell;
+    path_[pathLength_++] = copy_;
     source_ = &source;
     copy_ = made;
     return ARB_OK;
@@ -120,22 +127,24 @@ class SubtreeCopy {
   // Links the current copy under the one it belongs to, which becomes the current one.
   ArbStatus linkCopy() {
     ArbNode* const finished = copy_;
-    copy_ = parentOf(*finished);
-    finished->parentCell = nullptr;
+    copy_ = path_[--pathLength_];
     return ArbNodeAppendChild(copy_, finished);
   }
 
   // After a failure the copies on the way down are linked as they are: nothing made is undone, and the top copy leads
   // to all of it.
   void linkUnfinished() {
-    while (copy_ != top_) linkCopy();
+    while (pathLength_ != 0) linkCopy();
   }
 
   ArbNode& start_;
   ArbTree& tree_;
   ArbNode* source_ = nullptr;
   ArbNode* copy_ = nullptr;
-  ArbNode* top_ = nullptr;
+  // The unfinished copies above copy_, the top one first.
+  ArbNode** path_ = nullptr;
+  std::uint32_t pathCapacity_ = 0;
+  std::uint32_t pathLength_ = 0;
 };
 
 }  // namespace

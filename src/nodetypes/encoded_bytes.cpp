@@ -73,10 +73,14 @@ ArbStatus storeRaw(ArbNode& node, const std::uint8_t* bytes, std::uint32_t count
 }
 
 // A text whose length has more than 32 bits cannot be held.
+bool fits(std::uint32_t count, std::uint32_t encoding) {
+  return encoding != ARB_ENCODING_BASE64 ||
+         (base64::encodedLength(count) <= UINT32_MAX && base64::capacityFor(count) + 1 <= SIZE_MAX / sizeof(char16_t));
+}
+
 ArbStatus storeBase64(ArbNode& node, const std::uint8_t* bytes, std::uint32_t count) {
   const std::uint64_t length = base64::encodedLength(count);
   const std::uint64_t capacity = base64::capacityFor(count) + 1;
-  if (length > UINT32_MAX || capacity > SIZE_MAX / sizeof(char16_t)) return ARB_ERR_NOMEMORY;
   auto* const text = static_cast<char16_t*>(heap::allocate(static_cast<std::size_t>(capacity) * sizeof(char16_t)));
   if (!text) return ARB_ERR_NOMEMORY;
   base64::encode(bytes, count, text);
@@ -111,7 +115,8 @@ ArbStatus setValue(ArbNode& node, const void* bytes, std::uint32_t count, std::u
   ArbStatus status = ARB_OK;
   if (count != 0) {
     SourceBytes source(bytes);
-    const bool ready = !isSwapped(encoding, encoded.encodingFlags) || source.swapPairs(count);
+    const bool ready =
+        fits(count, encoding) && (!isSwapped(encoding, encoded.encodingFlags) || source.swapPairs(count));
     status = ready ? store(node, source.get(), count, encoding) : ArbStatus{ARB_ERR_NOMEMORY};
   }
   heap::release(oldValue);

@@ -1,6 +1,6 @@
 // The value of the four text-bearing kinds: three text kinds and encoded bytes, whose records begin alike.
 //
-// Invariant: `text` is null exactly when there is no value (textLength 0), else a heap block owned by the node that
+// Invariant: `text` is null when there is no value, else a heap block owned by the node that
 // holds textLength units and a zero unit; for an 8-bit encoded-bytes value textLength bytes and a zero byte.
 #ifndef ARBTREE_NODETYPES_TEXT_VALUE_H
 #define ARBTREE_NODETYPES_TEXT_VALUE_H

@@ -48,6 +48,9 @@ bool holds(const CellBlock* block, const ArbNodeRef* cell) {
 
 std::uint32_t indexOfBlock(const ArbTree& tree, const ArbNodeRef* cell) {
   if (tree.cellBlockCount == 0) return kNoBlock;
+  // Cells mostly come back to the block that is being taken from.
+  const std::uint32_t current = tree.firstBlockWithRoom;
+  if (current < tree.cellBlockCount && holds(tree.cellBlocks[current], cell)) return current;
   const std::uintptr_t range = rangeOf(cell);
   std::uint32_t index = blockStartingIn(tree, range);
   if (index == kNoBlock || !holds(tree.cellBlocks[index], cell)) index = blockStartingIn(tree, range - 1);

@@ -24,8 +24,7 @@ struct Completing {
 
 ArbStatus completeAttributes(ArbNode& node) {
   if (has(node, ARB_NODE_ATTRIBUTES_DONE)) return ARB_OK;
-  const ArbStatus status =
-      ArbTreeCallProducerNodeHook(node.tree, ARB_HOOK_ATTRIBUTES_DONE, elementIdOf(node), &node, nullptr);
+  const ArbStatus status = raiseHook(node, ARB_HOOK_ATTRIBUTES_DONE);
   give(node, ARB_NODE_ATTRIBUTES_DONE);
   raiseEvent(documentOf(node), ARB_EVENT_ATTRIBUTES_DONE, &node);
   return status;

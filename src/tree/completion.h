@@ -6,6 +6,12 @@
 
 namespace arbtree {
 
+// Calls the producer node hooks of an event; a tree without hooks pays one comparison.
+inline ArbStatus raiseHook(ArbNode& node, std::uint32_t event) {
+  if (node.tree->hookCount == 0) return ARB_OK;
+  return ArbTreeCallProducerNodeHook(node.tree, event, elementIdOf(node), &node, nullptr);
+}
+
 inline bool isComplete(const ArbNode& node) { return has(node, ARB_NODE_ATTRIBUTES_DONE | ARB_NODE_CHILDREN_DONE); }
 
 // Calls the attributes-done hooks, then sets the flag whatever they returned, and raises the event. Gives the hooks'

@@ -17,8 +17,7 @@ namespace {
 ArbStatus producerRelease(ArbNode& node) {
   if (has(node, ARB_NODE_PRODUCER_RELEASED)) return ARB_ERR_RELEASED;
   raiseEvent(documentOf(node), ARB_EVENT_PRODUCER_RELEASE, &node);
-  const ArbStatus status =
-      ArbTreeCallProducerNodeHook(node.tree, ARB_HOOK_PRODUCER_RELEASE, elementIdOf(node), &node, nullptr);
+  const ArbStatus status = raiseHook(node, ARB_HOOK_PRODUCER_RELEASE);
   if (!has(node, ARB_NODE_LINKED)) return ARB_ERR_DETACHED;
   completeAttributes(node);
   if (!has(node, ARB_NODE_CHILDREN_DONE)) closeChildren(node);

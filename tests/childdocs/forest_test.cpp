@@ -98,8 +98,8 @@ TEST(ForestProducer, ArchiveTypesAndTheirFormats) {
     std::uint32_t type;
     std::uint32_t format;
   };
-  for (const Row& row : {Row{7, 1998}, Row{2, 1802}, Row{7, 1802}, Row{1, 1998}, Row{3, 1802}, Row{4, 1802}, Row{1, 1998},
-                         Row{0xFFFFFFFF, 1998}}) {
+  for (const Row& row : {Row{7, 1998}, Row{2, 1802}, Row{7, 1802}, Row{1, 1998}, Row{3, 1802}, Row{4, 1802},
+                         Row{1, 1998}, Row{0xFFFFFFFF, 1998}}) {
     EXPECT_EQ(ARB_OK, ArbForestSetArchiveType(forest, row.type));
     EXPECT_EQ(row.type, forest->archiveType);
     EXPECT_EQ(row.format, forest->child.formatId);
@@ -164,7 +164,8 @@ TEST(ForestConsumer, QueryAndWait) {
       {"failing, empty", 0, false, false, 0, 13, "145 0", "13 0", "145 null", "13 null", "145 null", "13 null", 13},
       {"failing", 3, false, false, 0, 13, "145 0", "13 0", "0 3", "0 3", "145 null", "13 null", 13},
       {"released", 3, true, true, 0, 452, "2048 0", "2048 0", "2048 null", "2048 null", "2048 null", "2048 null", 2048},
-      {"no consumer", 3, true, true, 1, 452, "2057 0", "2057 0", "2057 null", "2057 null", "2057 null", "2057 null", 2057},
+      {"no consumer", 3, true, true, 1, 452, "2057 0", "2057 0", "2057 null", "2057 null", "2057 null", "2057 null",
+       2057},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.name);
@@ -189,8 +190,9 @@ TEST(ForestConsumer, Siblings) {
     ArbStatus end;
     const char *queryLast, *waitLast;  // from the last child
   };
-  for (const Row& row : {Row{"open", false, 0, 452, "145 null", "0 null"}, Row{"closed", true, 0, 13, "0 null", "0 null"},
-                         Row{"failing", false, 0, 13, "145 null", "13 null"}}) {
+  for (const Row& row :
+       {Row{"open", false, 0, 452, "145 null", "0 null"}, Row{"closed", true, 0, 13, "0 null", "0 null"},
+        Row{"failing", false, 0, 13, "145 null", "13 null"}}) {
     SCOPED_TRACE(row.name);
     Grove grove(3, row.closed, row.mode, row.end);
     grove.made[0]->flags |= kConsumer | kProducer;  // of no consequence

@@ -28,11 +28,11 @@ TEST(Naming, CodesAndPlainUnits) {
     const char16_t* pattern;
     const char16_t* name;
   };
-  for (const Row& row : {Row{nullptr, u"report.doc.zip"}, Row{u"", u""}, Row{u"plain", u"plain"},
-                         Row{u"%x_%n.%e", u"report_2.zip"}, Row{u"%b-%B", u"report-all"}, Row{u"%f|%F", u"report.doc|all.tar"},
-                         Row{u"%x|%X", u"report|all"}, Row{u"%%", u""}, Row{u"%%f", u"f"}, Row{u"a%qb", u"ab"},
-                         Row{u"abc%", u"abc"}, Row{u"%", u""}, Row{u"%E%N%d", u""}, Row{u"\xD83D\xDE00%n", u"\xD83D\xDE00\x32"},
-                         Row{u"%n%n", u"22"}}) {
+  for (const Row& row :
+       {Row{nullptr, u"report.doc.zip"}, Row{u"", u""}, Row{u"plain", u"plain"}, Row{u"%x_%n.%e", u"report_2.zip"},
+        Row{u"%b-%B", u"report-all"}, Row{u"%f|%F", u"report.doc|all.tar"}, Row{u"%x|%X", u"report|all"},
+        Row{u"%%", u""}, Row{u"%%f", u"f"}, Row{u"a%qb", u"ab"}, Row{u"abc%", u"abc"}, Row{u"%", u""},
+        Row{u"%E%N%d", u""}, Row{u"\xD83D\xDE00%n", u"\xD83D\xDE00\x32"}, Row{u"%n%n", u"22"}}) {
     EXPECT_EQ(row.name, nameWith(u"/in/report.doc", u"/out/all.tar", row.pattern));
   }
 }
@@ -44,22 +44,13 @@ TEST(Naming, EveryFormOfPath) {
   };
   for (const Row& row : {Row{u"report.doc", u"report.doc", u"report", u"report"},
                          Row{u"report.tar.gz", u"report.tar.gz", u"report.tar", u"report.tar"},
-                         Row{u"report", u"report", u"", u"report"},
-                         Row{u"/dir.d/report", u"report", u"", u"report"},
-                         Row{u"dir.d\\report", u"report", u"", u"report"},
-                         Row{u"/a/b\\c.d", u"c.d", u"c", u"c"},
-                         Row{u"\\a\\b/c.d", u"c.d", u"c", u"c"},
-                         Row{u"/dir/", u"", u"", u""},
-                         Row{u"/dir.d/", u"", u"", u""},
-                         Row{u".profile", u".profile", u"", u".profile"},
-                         Row{u"/.profile", u".profile", u"", u""},
-                         Row{u"/dir/.profile", u".profile", u"", u""},
-                         Row{u"a.", u"a.", u"a", u"a"},
-                         Row{u".", u".", u"", u"."},
-                         Row{u"..", u"..", u".", u"."},
-                         Row{u"/", u"", u"", u""},
-                         Row{u"", u"", u"", u""},
-                         Row{nullptr, u"out.xml", u"out", u"out"}}) {
+                         Row{u"report", u"report", u"", u"report"}, Row{u"/dir.d/report", u"report", u"", u"report"},
+                         Row{u"dir.d\\report", u"report", u"", u"report"}, Row{u"/a/b\\c.d", u"c.d", u"c", u"c"},
+                         Row{u"\\a\\b/c.d", u"c.d", u"c", u"c"}, Row{u"/dir/", u"", u"", u""},
+                         Row{u"/dir.d/", u"", u"", u""}, Row{u".profile", u".profile", u"", u".profile"},
+                         Row{u"/.profile", u".profile", u"", u""}, Row{u"/dir/.profile", u".profile", u"", u""},
+                         Row{u"a.", u"a.", u"a", u"a"}, Row{u".", u".", u"", u"."}, Row{u"..", u"..", u".", u"."},
+                         Row{u"/", u"", u"", u""}, Row{u"", u"", u"", u""}, Row{nullptr, u"out.xml", u"out", u"out"}}) {
     SCOPED_TRACE(row.path ? testing::PrintToString(row.path) : "none");
     EXPECT_EQ(row.f, nameWith(row.path, u"other", u"%f"));
     EXPECT_EQ(row.b, nameWith(row.path, u"other", u"%b"));

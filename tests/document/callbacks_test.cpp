@@ -43,7 +43,8 @@ class Callbacks : public testing::Test {
   void TearDown() override { calls = nullptr; }
 
   void add(std::initializer_list<ArbEventCallback> functions) {
-    for (const ArbEventCallback f : functions) EXPECT_EQ(ARB_OK, ArbDocumentRegisterCallback(host.document, f, nullptr));
+    for (const ArbEventCallback f : functions)
+      EXPECT_EQ(ARB_OK, ArbDocumentRegisterCallback(host.document, f, nullptr));
   }
   ArbStatus drop(ArbEventCallback function) { return ArbDocumentUnregisterCallback(host.document, function); }
   Lines raise(std::uint32_t event) {

@@ -101,8 +101,8 @@ TEST(Document, NumbersRunThroughAllTreesOfADocument) {
   ArbTree* const second = host.makeTree();
   EXPECT_EQ(1u, rootOf(first)->number);
   EXPECT_EQ(2u, rootOf(second)->number);
-  EXPECT_EQ(3u, host.make(first, "a")->number);
-  EXPECT_EQ(4u, host.make(second, "b")->number);
+  EXPECT_EQ(3u, host.append(rootOf(first), "a")->number);
+  EXPECT_EQ(4u, host.append(rootOf(second), "b")->number);
 }
 
 TEST(Document, DestructionFreesWhatHangsBelowTheRootForest) {

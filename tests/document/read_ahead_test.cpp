@@ -27,10 +27,10 @@ Host::Step findsDue(const Host& host, std::uint32_t due) {
 TEST(ReadAhead, ResultsOfTheProducer) {
   struct Row {
     ArbStatus result;
-    ArbStatus first;        // answer of the run
-    std::uint32_t flags;    // after it
-    std::uint32_t error;    // kept by the document
-    ArbStatus second;       // answer of the next run, whose producer would answer 0
+    ArbStatus first;      // answer of the run
+    std::uint32_t flags;  // after it
+    std::uint32_t error;  // kept by the document
+    ArbStatus second;     // answer of the next run, whose producer would answer 0
     Lines runs;
   };
   const Row rows[] = {
@@ -114,12 +114,12 @@ TEST(ReadAhead, NodeBudgetIsFullAtThe4097thNode) {
   Host host;
   ArbTree* const tree = host.makeTree();
   host.then([&] {
-    for (int i = 0; i < 4096; ++i) host.make(tree, "n");
+    for (int i = 0; i < 4096; ++i) EXPECT_EQ(ARB_OK, ArbNodeDestroy(host.make(tree, "n")));
     EXPECT_EQ(0u, breakDue(host));
     ArbNode* none = nullptr;
     EXPECT_EQ(ARB_ERR_NOTFOUND, ArbTreeCreateNode(tree, elementId(kFirstUnmade), nullptr, &none));
     EXPECT_EQ(0u, breakDue(host)) << "a failed creation counts nothing";
-    host.make(tree, "n");
+    EXPECT_EQ(ARB_OK, ArbNodeDestroy(host.make(tree, "n")));
     EXPECT_EQ(1u, breakDue(host));
     return kPause;
   });
@@ -235,7 +235,7 @@ TEST(StatusCallback, IsAskedOnceAfterEveryRunThatAttachedANode) {
   ArbTree* const tree = host.makeTree();
   ArbNode* const root = rootOf(tree);
   const std::size_t before = answer.contexts().size();
-  host.then([&] { return host.make(tree, "not attached"), kPause; });
+  host.then([&] { return ArbNodeDestroy(host.make(tree, "not attached")), kPause; });
   host.then([&] { return host.append(root, "a"), host.append(root, "b"), kPause; });
   host.then([&] { return host.append(root, "c"), ARB_ERR_NOMEMORY; });
   EXPECT_EQ(ARB_OK, ArbDocumentReadAhead(host.document));

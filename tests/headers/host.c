@@ -1,7 +1,7 @@
 /* A host in C11: every public header, and one call into each library through its declaration. */
-#include "all_headers.h"
-
 #include <stddef.h>
+
+#include "all_headers.h"
 
 static uint32_t ARB_CALL endAtOnce(uint32_t argument1, uint32_t argument2, uint32_t argument3) {
   (void)argument1, (void)argument2, (void)argument3;
@@ -10,7 +10,7 @@ static uint32_t ARB_CALL endAtOnce(uint32_t argument1, uint32_t argument2, uint3
 
 static int runDocument(void) {
   static ArbHostContext context;
-  ArbDocument *document;
+  ArbDocument* document;
   context.startEntry = endAtOnce;
   context.continueEntry = endAtOnce;
   if (ArbDocumentCreate(0, &context, NULL, 0, 0, &document) != ARB_OK) return 0;

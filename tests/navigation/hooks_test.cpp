@@ -6,7 +6,6 @@
 #include <utility>
 #include <vector>
 
-#include "platform/heap.h"
 #include "support/host.h"
 #include "support/seed.h"
 #include "tree/tree.h"
@@ -96,8 +95,9 @@ TEST_F(Hooks, EachEventCallsItsOwn) {
     std::uint32_t event;
     Lines lines;
   };
-  for (const Row& row : {Row{ARB_HOOK_NODE, withNode({"node"})}, Row{ARB_HOOK_ATTRIBUTES_DONE, withNode({"attributes"})},
-                         Row{ARB_HOOK_PRODUCER_RELEASE, withNode({"release"})}, Row{5, {}}, Row{0, {}}}) {
+  for (const Row& row :
+       {Row{ARB_HOOK_NODE, withNode({"node"})}, Row{ARB_HOOK_ATTRIBUTES_DONE, withNode({"attributes"})},
+        Row{ARB_HOOK_PRODUCER_RELEASE, withNode({"release"})}, Row{5, {}}, Row{0, {}}}) {
     result = 99;
     EXPECT_EQ(ARB_OK, raise(row.event, 7, &result));
     EXPECT_EQ(row.lines, take());
@@ -167,18 +167,6 @@ TEST_F(Hooks, RegistrationEndsWithTheProducerAndTheTableWithItsRelease) {
   EXPECT_EQ(Lines{}, take()) << "the hooks are cleared before the nodes are released";
   EXPECT_EQ(0u, tree->hookCount);
   EXPECT_EQ(ARB_ERR_LOCKED, set(ARB_HOOK_NODE, 7, a));
-}
-
-TEST_F(Hooks, AFailedGrowthLeavesTheTable) {
-  Hook a = hook("a");
-  for (int i = 0; i < 128; ++i) EXPECT_EQ(ARB_OK, set(ARB_HOOK_NODE, 7, a));
-  heap::testing::failAllocation(1, false);
-  EXPECT_EQ(ARB_ERR_NOMEMORY, set(ARB_HOOK_NODE, 7, a));
-  heap::testing::stopFailing();
-  EXPECT_TRUE(heap::testing::failureFired());
-  EXPECT_EQ(ARB_OK, raise(ARB_HOOK_NODE, 7));
-  EXPECT_EQ(128u, take().size());
-  EXPECT_EQ(ARB_OK, set(ARB_HOOK_NODE, 7, a));
 }
 
 }  // namespace

@@ -38,13 +38,11 @@ TEST_F(Factories, Registration) {
     ArbStatus status;
     std::uint32_t count;
   };
-  for (const Row& row : {Row{"built in", 2, ARB_ERR_NAMESPACE, 0},
-                         Row{"low half built in", 0x10002, ARB_ERR_NAMESPACE, 0},
-                         Row{"unknown", 99, ELEMDEFS_ERR_UNKNOWN_NAMESPACE, 0},
-                         Row{"known", kTestNamespace, ARB_OK, 1},
-                         Row{"again", kTestNamespace, ARB_OK, 1},
-                         Row{"low half known", 0x10000 + kTestNamespace, ARB_OK, 1},
-                         Row{"another", kManyNamespaces, ARB_OK, 2}}) {
+  for (const Row& row :
+       {Row{"built in", 2, ARB_ERR_NAMESPACE, 0}, Row{"low half built in", 0x10002, ARB_ERR_NAMESPACE, 0},
+        Row{"unknown", 99, ELEMDEFS_ERR_UNKNOWN_NAMESPACE, 0}, Row{"known", kTestNamespace, ARB_OK, 1},
+        Row{"again", kTestNamespace, ARB_OK, 1}, Row{"low half known", 0x10000 + kTestNamespace, ARB_OK, 1},
+        Row{"another", kManyNamespaces, ARB_OK, 2}}) {
     SCOPED_TRACE(row.name);
     EXPECT_EQ(row.status, ArbTreeAddNodeFactory(tree, row.ns));
     EXPECT_EQ(row.count, tree->factoryCount);

@@ -1,5 +1,6 @@
-// Node kinds of the tests' own. Every id of a test namespace whose local id is below kFirstUnmade is a kind; the factory
-// makes nothing for the others. Factory and destroyer write to the recorder of the document while `traced` is set.
+// Node kinds of the tests' own. Every id of a test namespace whose local id is below kFirstUnmade is a kind; the
+// factory makes nothing for the others. Factory and destroyer write to the recorder of the document while `traced` is
+// set.
 #ifndef ARBTREE_TESTS_SUPPORT_ELEMENTS_H
 #define ARBTREE_TESTS_SUPPORT_ELEMENTS_H
 
@@ -10,7 +11,7 @@
 
 namespace arbtree::test {
 
-constexpr std::uint32_t kTestNamespace = 5;
+constexpr std::uint32_t kTestNamespace = 21;
 constexpr std::uint32_t kFirstUnmade = 0x3000;
 
 constexpr std::uint32_t elementId(std::uint32_t local, std::uint32_t ns = kTestNamespace, std::uint32_t top = 0) {

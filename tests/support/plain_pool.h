@@ -2,7 +2,6 @@
 #ifndef ARBTREE_TESTS_SUPPORT_PLAIN_POOL_H
 #define ARBTREE_TESTS_SUPPORT_PLAIN_POOL_H
 
-#include <bitset>
 #include <cstdint>
 #include <memory>
 #include <vector>
@@ -23,27 +22,34 @@ class PlainPool {
   Place take() {
     for (std::size_t b = 0; b < blocks_.size(); ++b) {
       Block& block = *blocks_[b];
-      for (std::uint32_t step = 0; step < kOccupancyWords; ++step) {
+      for (std::uint32_t step = 0; block.used < kCellsPerBlock && step < kOccupancyWords; ++step) {
         const std::uint32_t word = (block.hint + step) % kOccupancyWords;
-        for (std::uint32_t cell = word * 32; cell < word * 32 + 32; ++cell) {
-          if (block.used[cell]) continue;
-          block.used[cell] = true;
+        for (std::uint32_t cell = word * 32; block.usedInWord[word] < 32 && cell < word * 32 + 32; ++cell) {
+          if (block.taken[cell]) continue;
           block.hint = word;
+          block.set(cell, true);
           return {b, cell};
         }
       }
     }
     blocks_.push_back(std::make_unique<Block>());
-    blocks_.back()->used[0] = true;
+    blocks_.back()->set(0, true);
     return {blocks_.size() - 1, 0};
   }
-  void giveBack(Place place) { blocks_[place.block]->used[place.index] = false; }
+  void giveBack(Place place) { blocks_[place.block]->set(place.index, false); }
   std::size_t blockCount() const { return blocks_.size(); }
 
  private:
   struct Block {
-    std::bitset<kCellsPerBlock> used;
+    bool taken[kCellsPerBlock] = {};
+    std::uint32_t usedInWord[kOccupancyWords] = {};
+    std::uint32_t used = 0;
     std::uint32_t hint = 0;
+    void set(std::uint32_t cell, bool value) {
+      taken[cell] = value;
+      usedInWord[cell / 32] += value ? 1u : 0xFFFFFFFFu;
+      used += value ? 1u : 0xFFFFFFFFu;
+    }
   };
   std::vector<std::unique_ptr<Block>> blocks_;
 };

@@ -32,8 +32,7 @@ DWORD WINAPI run(void* work) {
 
 void onSmallStack(const std::function<void()>& work) {
   void* const argument = const_cast<std::function<void()>*>(&work);
-  const HANDLE thread =
-      CreateThread(nullptr, kStackBytes, run, argument, STACK_SIZE_PARAM_IS_A_RESERVATION, nullptr);
+  const HANDLE thread = CreateThread(nullptr, kStackBytes, run, argument, STACK_SIZE_PARAM_IS_A_RESERVATION, nullptr);
   if (!thread) std::abort();
   WaitForSingleObject(thread, INFINITE);
   CloseHandle(thread);

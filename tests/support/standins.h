@@ -13,7 +13,7 @@
 namespace arbtree::test {
 
 // Once this has run, elemdefs knows kTestNamespace and kManyNamespaceCount namespaces from kManyNamespaces on.
-constexpr std::uint32_t kManyNamespaces = 100;
+constexpr std::uint32_t kManyNamespaces = 3000;
 constexpr std::uint32_t kManyNamespaceCount = 40;
 void registerTestNamespaces();
 

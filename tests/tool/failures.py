@@ -109,20 +109,16 @@ class Outputs(unittest.TestCase):
         self.assertIn(b"arbtree: standard output: ", done.stderr)
 
     def test_a_reader_that_goes_away_ends_the_work_at_once_and_in_silence(self):
-        endless = subprocess.Popen([TOOL, "xml", "-"], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
-                                   stderr=subprocess.PIPE, env=ENVIRONMENT)
-        endless.stdout.close()
-        with self.assertRaises(BrokenPipeError):
-            endless.stdin.write(b"<a>")
-            while True:
-                endless.stdin.write(b"<b>text</b>" * 1000)
-                endless.stdin.flush()
-        try:
-            endless.stdin.close()
-        except BrokenPipeError:
-            pass
-        self.assertEqual((1, b""), (endless.wait(TIMEOUT), endless.stderr.read()))
-        endless.stderr.close()
+        tool = subprocess.Popen([TOOL, "xml", "-"], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+                                stderr=subprocess.PIPE, env=ENVIRONMENT, bufsize=0)
+        self.addCleanup(tool.kill)
+        tool.stdout.close()
+        with tool.stdin, tool.stderr:
+            with self.assertRaises(BrokenPipeError):
+                tool.stdin.write(b"<a>")
+                for _ in range(10000):  # far more than all buffers hold
+                    tool.stdin.write(b"<b>text</b>" * 1000)
+            self.assertEqual((1, b""), (tool.wait(TIMEOUT), tool.stderr.read()))
 
 
 if __name__ == "__main__":

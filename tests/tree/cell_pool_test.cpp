@@ -1,4 +1,6 @@
 // The order in which a tree's pool hands out cells, compared with a plain search over all of them.
+#include "tree/cell_pool.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -8,7 +10,6 @@
 
 #include "support/plain_pool.h"
 #include "support/seed.h"
-#include "tree/cell_pool.h"
 #include "tree/lowest_set.h"
 
 namespace arbtree::test {

@@ -1,4 +1,5 @@
-// Making trees and nodes: what is called in which order, what a failed creation leaves behind, cells given by the caller.
+// Making trees and nodes: what is called in which order, what a failed creation leaves behind, cells given by the
+// caller.
 #include <gtest/gtest.h>
 
 #include "support/host.h"
@@ -32,7 +33,10 @@ TEST(Creation, AFailureReportsTheCallersNodeAndTakesNothing) {
   const Row rows[] = {
       {"no factory", elementId(1, 6), false, ARB_ERR_NOTFOUND, {"created caller's"}},
       {"namespace 0", elementId(1, 0), false, ARB_ERR_NOTFOUND, {"created caller's"}},
-      {"a factory that makes none", elementId(kFirstUnmade), false, ARB_ERR_NOTFOUND,
+      {"a factory that makes none",
+       elementId(kFirstUnmade),
+       false,
+       ARB_ERR_NOTFOUND,
        {"make " + std::to_string(kFirstUnmade), "created caller's"}},
       {"no such built-in kind", 0x08008009, false, ARB_ERR_NOTFOUND, {"created caller's"}},
       {"a built-in id with other top bits", 0x04008002, false, ARB_ERR_NOTFOUND, {"created caller's"}},

@@ -21,7 +21,8 @@ struct Counts {
   }
 };
 
-// A subtree of `count` nodes under `top`, which stays out of the tree; each node below the one before, or all below top.
+// A subtree of `count` nodes under `top`, which stays out of the tree; each node below the one before, or all below
+// top.
 void grow(ArbNode* top, std::uint32_t count, bool deep) {
   ArbNode* parent = top;
   for (std::uint32_t i = 0; i < count; ++i) {
@@ -81,8 +82,8 @@ void inEachShape(const Work& work, bool deep) {
 TEST(DeepTree, EveryWalkInConstantStack) {
   const Work works[] = {
       {"destroyed while loose", 0, [](ArbTree*, ArbNode*, ArbNode* top) { ok(ArbNodeDestroy(top)); }, 0, 1, true},
-      {"attached and destroyed with the tree", 0, [](ArbTree*, ArbNode* root, ArbNode* top) { attach(root, top); }, 0, 0,
-       false},
+      {"attached and destroyed with the tree", 0, [](ArbTree*, ArbNode* root, ArbNode* top) { attach(root, top); }, 0,
+       0, false},
       {"tree destroyed by itself", 0,
        [](ArbTree* tree, ArbNode* root, ArbNode* top) { attach(root, top), ok(ArbTreeDestroy(tree)); }, 0, 1, true},
       {"completed, released by producer then consumer", 0,

@@ -162,6 +162,30 @@ TEST(Editing, TransferMovesWholeListsToTheEnd) {
   }
 }
 
+// The counts of freed children stay behind in a transfer, so they no longer tell how many children live.
+TEST(Editing, ATransferAfterAChildWasFreedLeavesTreesThatCanBeDestroyed) {
+  for (const bool targetLostOne : {false, true}) {
+    SCOPED_TRACE(targetLostOne);
+    const std::uint64_t elements = liveElements();
+    Host host(1);
+    ArbNode* const root = rootOf(host.makeTree());
+    ArbNode* const from = host.append(root, "from");
+    ArbNode* const to = host.append(root, "to");
+    for (const char* const name : {"a", "b", "c"}) host.append(from, name);
+    EXPECT_EQ(ARB_OK, ArbNodeProducerRelease(resolve(from->firstChildCell)));
+    if (targetLostOne) {
+      ArbNode* const x = host.append(to, "x");
+      host.append(to, "y");
+      EXPECT_EQ(ARB_OK, ArbNodeProducerRelease(x));
+    }
+    EXPECT_EQ("from(b c)", host.shape(from));
+    EXPECT_EQ(ARB_OK, ArbNodeTransferChildren(from, to));
+    EXPECT_EQ(ARB_OK, ArbNodeProducerReleaseSubtree(root));
+    host.destroy();
+    EXPECT_EQ(elements, liveElements());
+  }
+}
+
 TEST(Attaching, ASubtreeIsCountedAndAnnouncedWhenItJoins) {
   Host host;
   host.record();
@@ -195,11 +219,11 @@ TEST(Attaching, BytesOfEachKind) {
     std::size_t size;
     bool text;
   };
-  for (const Row& row : {Row{ARB_ELEM_TEXT, sizeof(ArbTextNode), true}, Row{ARB_ELEM_TEXT_3, sizeof(ArbTextNode), true},
-                         Row{ARB_ELEM_TEXT_4, sizeof(ArbTextNode), true},
-                         Row{ARB_ELEM_ENCODED_BYTES, sizeof(ArbEncodedBytesNode), true},
-                         Row{ARB_ELEM_EXTERNAL_REFERENCE, sizeof(ArbExternalReferenceNode), false},
-                         Row{elementId(1), sizeof(ElementNode), false}}) {
+  for (const Row& row :
+       {Row{ARB_ELEM_TEXT, sizeof(ArbTextNode), true}, Row{ARB_ELEM_TEXT_3, sizeof(ArbTextNode), true},
+        Row{ARB_ELEM_TEXT_4, sizeof(ArbTextNode), true}, Row{ARB_ELEM_ENCODED_BYTES, sizeof(ArbEncodedBytesNode), true},
+        Row{ARB_ELEM_EXTERNAL_REFERENCE, sizeof(ArbExternalReferenceNode), false},
+        Row{elementId(1), sizeof(ElementNode), false}}) {
     SCOPED_TRACE(row.id);
     ArbNode* const node = host.make(root->tree, "n", row.id);
     EXPECT_EQ(row.size, node->size);

@@ -147,9 +147,7 @@ class Model {
   }
 
  private:
-  void say(const char* event, const ModelNode& node) {
-    lines.push_back(joined({event, " ", node.name()}));
-  }
+  void say(const char* event, const ModelNode& node) { lines.push_back(joined({event, " ", node.name()})); }
   static std::size_t indexOf(const ModelNode* node) {
     const auto& list = node->parent->children;
     return static_cast<std::size_t>(std::find(list.begin(), list.end(), node) - list.begin());
@@ -226,7 +224,11 @@ void runSequence(std::mt19937& random) {
     ModelNode* const a = any();
     ModelNode* const b = any();
     switch (random() % 22) {
-      case 0: case 1: case 2: case 3: case 4: {
+      case 0:
+      case 1:
+      case 2:
+      case 3:
+      case 4: {
         if (model.nodes.size() > 60) return {0, 0};
         ArbNode* node = nullptr;
         EXPECT_EQ(ARB_OK, ArbTreeCreateNode(tree, elementId(1), nullptr, &node));
@@ -237,13 +239,16 @@ void runSequence(std::mt19937& random) {
         if (a->closed) return {0, 0};
         return {ArbNodeAppendChild(a->node, node), model.append(a, made)};
       }
-      case 5: case 6:
+      case 5:
+      case 6:
         if (b->contains(a)) return {0, 0};
         return {ArbNodeAppendChild(a->node, b->node), model.append(a, b)};
-      case 7: case 8:
+      case 7:
+      case 8:
         if (b->contains(a)) return {0, 0};
         return {ArbNodeInsertSiblingBefore(a->node, b->node), model.insert(a, b)};
-      case 9: case 10:
+      case 9:
+      case 10:
         if (a == model.root()) return {0, 0};
         return {ArbNodeRemoveFromTree(a->node), model.remove(a)};
       case 11:
@@ -253,14 +258,23 @@ void runSequence(std::mt19937& random) {
       case 12:
         if (random() % 2) return {0, 0};
         return {ArbNodeDestroy(a->node), model.destroy(a)};
-      case 13: return {ArbNodeAttributesDone(a->node), model.attributesDone(a)};
-      case 14: return {ArbNodeAllChildrenAttached(a->node), model.allChildrenAttached(a)};
-      case 15: return {ArbNodeProducerDone(a->node), model.producerDone(a)};
-      case 16: return {ArbNodeProducerDoneSubtree(a->node), model.producerDoneSubtree(a)};
-      case 17: case 18: return {ArbNodeProducerRelease(a->node), model.producerRelease(a)};
-      case 19: return {ArbNodeProducerReleaseSubtree(a->node), model.producerReleaseSubtree(a)};
-      case 20: return {ArbNodeConsumerRelease(a->node), model.consumerRelease(a)};
-      default: return {ArbNodeConsumerReleaseSubtree(a->node), model.consumerReleaseSubtree(a)};
+      case 13:
+        return {ArbNodeAttributesDone(a->node), model.attributesDone(a)};
+      case 14:
+        return {ArbNodeAllChildrenAttached(a->node), model.allChildrenAttached(a)};
+      case 15:
+        return {ArbNodeProducerDone(a->node), model.producerDone(a)};
+      case 16:
+        return {ArbNodeProducerDoneSubtree(a->node), model.producerDoneSubtree(a)};
+      case 17:
+      case 18:
+        return {ArbNodeProducerRelease(a->node), model.producerRelease(a)};
+      case 19:
+        return {ArbNodeProducerReleaseSubtree(a->node), model.producerReleaseSubtree(a)};
+      case 20:
+        return {ArbNodeConsumerRelease(a->node), model.consumerRelease(a)};
+      default:
+        return {ArbNodeConsumerReleaseSubtree(a->node), model.consumerReleaseSubtree(a)};
     }
   };
   for (int i = 0; i < 150; ++i) {

@@ -74,15 +74,19 @@ TEST_F(Release, SequenceOfEveryCall) {
        {{ArbNodeAttributesDone, 0, {"hook attributes a", "attributes a"}, attributes},
         {ArbNodeProducerDone, 0, {"children a"}, done}}},
       {"release of an open node",
-       {{ArbNodeProducerRelease, 0,
-         {"producer-release a", "hook release a", "hook attributes a", "attributes a", "children a"}, released},
+       {{ArbNodeProducerRelease,
+         0,
+         {"producer-release a", "hook release a", "hook attributes a", "attributes a", "children a"},
+         released},
         {ArbNodeProducerRelease, ARB_ERR_RELEASED, {}, released}}},
       {"release after attributes",
        {{ArbNodeAttributesDone, 0, {"hook attributes a", "attributes a"}, attributes},
         {ArbNodeProducerRelease, 0, {"producer-release a", "hook release a", "children a"}, released}}},
       {"release after children",
        {{ArbNodeAllChildrenAttached, 0, {"children a"}, ARB_NODE_CHILDREN_DONE},
-        {ArbNodeProducerRelease, 0, {"producer-release a", "hook release a", "hook attributes a", "attributes a"},
+        {ArbNodeProducerRelease,
+         0,
+         {"producer-release a", "hook release a", "hook attributes a", "attributes a"},
          released}}},
       {"release of a complete node",
        {{ArbNodeProducerDone, 0, {"hook attributes a", "attributes a", "children a"}, done},
@@ -130,8 +134,8 @@ TEST_F(Release, ConsumerCallsAreRefusedWithoutAConsumer) {
   open(1);
   ArbNode* const a = host->append(root, "a");
   events();
-  for (const NodeCall call : {NodeCall{ArbNodeConsumerRelease}, NodeCall{ArbNodeConsumerReleaseSubtree},
-                              NodeCall{ArbNodeWaitProducerDone}}) {
+  for (const NodeCall call :
+       {NodeCall{ArbNodeConsumerRelease}, NodeCall{ArbNodeConsumerReleaseSubtree}, NodeCall{ArbNodeWaitProducerDone}}) {
     EXPECT_EQ(ARB_ERR_MODE, call(a));
   }
   EXPECT_EQ(ARB_NODE_LINKED | ARB_NODE_IN_TREE, a->flags);
@@ -154,8 +158,8 @@ TEST_F(Release, SubtreesAreCompletedAndReleasedChildrenFirst) {
   EXPECT_EQ(ARB_OK, ArbNodeProducerRelease(d));
   events();
   EXPECT_EQ(ARB_OK, ArbNodeProducerReleaseSubtree(a));
-  EXPECT_EQ((Lines{"producer-release c", "hook release c", "producer-release b", "hook release b",
-                   "producer-release a", "hook release a"}),
+  EXPECT_EQ((Lines{"producer-release c", "hook release c", "producer-release b", "hook release b", "producer-release a",
+                   "hook release a"}),
             events());
   EXPECT_EQ(ARB_OK, ArbNodeConsumerReleaseSubtree(a));
   EXPECT_EQ((Lines{"consumer-release c", "freed c", "consumer-release b", "freed b", "consumer-release d", "freed d",
@@ -171,7 +175,8 @@ TEST_F(Release, ProducerSubtreeReleaseFreesAllButLastChildrenOfOpenLists) {
     Lines freed;
     const char* shape;
   };
-  for (const Row& row : {Row{false, {"freed b"}, "root(a(c) z)"}, Row{true, {"freed b", "freed c", "freed a"}, "root(z)"}}) {
+  for (const Row& row :
+       {Row{false, {"freed b"}, "root(a(c) z)"}, Row{true, {"freed b", "freed c", "freed a"}, "root(z)"}}) {
     SCOPED_TRACE(row.shape);
     open();
     ArbNode* const a = host->append(root, "a");

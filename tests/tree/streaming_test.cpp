@@ -56,9 +56,8 @@ class Reader {
 
   std::string read() {
     ArbForestChild* child = nullptr;
-    EXPECT_EQ(ARB_OK, settle(
-                          [&] { return ArbForestQueryFirstChild(host_.document->rootForest, &child); },
-                          [&] { return ArbForestWaitFirstChild(host_.document->rootForest, &child); }));
+    EXPECT_EQ(ARB_OK, settle([&] { return ArbForestQueryFirstChild(host_.document->rootForest, &child); },
+                             [&] { return ArbForestWaitFirstChild(host_.document->rootForest, &child); }));
     ArbNode* root = nullptr;
     EXPECT_EQ(ARB_OK, ArbTreeWaitRootNode(reinterpret_cast<ArbTree*>(child), &root));
     const std::string text = visit(root);

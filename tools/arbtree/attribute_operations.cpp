@@ -37,8 +37,8 @@ std::uint32_t ARB_CALL setAttribute(ArbNode* node, std::uint32_t index, std::uin
   if (index >= node->nodeType->attributeCount || value == 0) return ARB_ERR_BADARG;
   const auto* source = reinterpret_cast<const char16_t*>(value);
   const std::size_t units = std::char_traits<char16_t>::length(source) + 1;
-  const bool isOwn = std::less_equal<>()(element.values, source) &&
-                     std::less<>()(source, element.values + element.unitCount);
+  const bool isOwn =
+      std::less_equal<>()(element.values, source) && std::less<>()(source, element.values + element.unitCount);
   const std::ptrdiff_t ownOffset = isOwn ? source - element.values : 0;
   if (!reserveAttributes(element, std::size_t{element.attributeCount} + 1, element.unitCount + units)) {
     return ARB_ERR_NOMEMORY;

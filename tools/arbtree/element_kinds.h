@@ -130,10 +130,14 @@ enum class NodeSort { element, text, comment, instruction };
 // REQUIRES: not the root node.
 inline NodeSort sortOf(const ArbNode& node) {
   switch (node.nodeType->elementId) {
-    case ARB_ELEM_TEXT: return NodeSort::text;
-    case ElementKinds::kFirstNamespace << 14: return NodeSort::comment;
-    case ElementKinds::kFirstNamespace << 14 | 1: return NodeSort::instruction;
-    default: return NodeSort::element;
+    case ARB_ELEM_TEXT:
+      return NodeSort::text;
+    case ElementKinds::kFirstNamespace << 14:
+      return NodeSort::comment;
+    case ElementKinds::kFirstNamespace << 14 | 1:
+      return NodeSort::instruction;
+    default:
+      return NodeSort::element;
   }
 }
 

@@ -2,8 +2,8 @@
 // The factory and the destroyer are registered for the namespaces of element_kinds.h; the operations that the library
 // and its users reach through the kind's descriptor are here too.
 //
-// Attribute values are zero-terminated UTF-16 that the node owns, one after the other in document order; the entries that
-// point at them are in order of the attribute's index.
+// Attribute values are zero-terminated UTF-16 that the node owns, one after the other in document order; the entries
+// that point at them are in order of the attribute's index.
 //
 // A document that streams makes and frees the same few sizes of node over and over, so destroyed records are kept, with
 // their arrays if these are small, and handed out again.
@@ -48,8 +48,8 @@ struct NewAttribute {
   std::string_view value;
 };
 
-// Gives a new node its attributes, in document order and with different indices. False when there is no memory; the node
-// then has none.
+// Gives a new node its attributes, in document order and with different indices. False when there is no memory; the
+// node then has none.
 bool assignAttributes(ElementNode& element, std::span<const NewAttribute> attributes);
 
 // Makes room for more entries and units than the node has. False when there is no memory; nothing has changed then.

@@ -17,8 +17,7 @@ namespace {
 constexpr int kFailure = 1;
 constexpr int kUsageError = 2;
 
-constexpr char kDescription[] =
-    "Streams XML documents of any size through a tree in a few megabytes of memory.\n";
+constexpr char kDescription[] = "Streams XML documents of any size through a tree in a few megabytes of memory.\n";
 
 constexpr char kFooter[] =
     "\n"

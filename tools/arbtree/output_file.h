@@ -12,7 +12,7 @@ namespace arbtree::tool {
 
 class OutputFile {
  public:
-  static constexpr std::size_t kBufferSize = 64 * 1024;
+  static constexpr std::size_t kBufferSize = std::size_t{64} * 1024;
 
   void append(std::string_view text) {
     while (text.size() > kBufferSize - used_) {

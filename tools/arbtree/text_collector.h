@@ -13,7 +13,7 @@ namespace arbtree::tool {
 
 class TextCollector {
  public:
-  static constexpr std::size_t kMaxUnits = 16 * 1024;
+  static constexpr std::size_t kMaxUnits = std::size_t{16} * 1024;
 
   // Takes what fits of some valid UTF-8 and answers how many bytes that was. Less than all of it: the text is full, and
   // goes on after a clear().

@@ -13,8 +13,10 @@ namespace arbtree::tool {
 //   bool enter(const ArbNode&)   every node but the root, before its children; false ends the walk
 //   void leave(const ArbNode&)   every node but the root, after its children
 //   void released()              after each leave, when the node is gone
-// The answer is ARB_OK, or the status of the wait that failed. The next sibling is taken before a node is released: a
-// node that is still the last child of an open list would not be freed.
+// The answer is ARB_OK, or the status of the wait that failed. A walk that has come to its end releases the tree; one
+// that was ended early leaves it to the document's destruction, as releasing what is not produced yet would produce it
+// all. The next sibling is taken before a node is released: a node that is still the last child of an open list would
+// not be freed.
 template <typename Visitor>
 ArbStatus walkTree(ArbTree* tree, Visitor& visitor) {
   ArbNode* root = nullptr;
@@ -26,7 +28,10 @@ ArbStatus walkTree(ArbTree* tree, Visitor& visitor) {
       if (const ArbStatus status = ArbNodeWaitFirstChild(node, &next)) return status;
     }
     while (!next) {
-      if (node == root) return ArbNodeConsumerRelease(root);
+      if (node == root) {
+        ArbNodeConsumerRelease(root);
+        return ArbForestChildConsumerRelease(asChild(tree));
+      }
       visitor.leave(*node);
       if (const ArbStatus status = ArbNodeWaitNextSibling(node, &next)) return status;
       ArbNode* const parent = parentOf(*node);

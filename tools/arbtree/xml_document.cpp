@@ -7,7 +7,6 @@
 
 #include "arbtree/srcaccess.h"
 #include "handle_table.h"
-#include "root_forest.h"
 #include "utf.h"
 
 namespace arbtree::tool {
@@ -54,7 +53,7 @@ void XmlDocument::close() {
 // next sibling, and by then the producer has released it. So the number alive only grows during a run. The root node
 // lives as long as the tree.
 std::uint32_t XmlDocument::produce() {
-  const std::uint32_t result = producer_.run(document_, rootForestOf(document_));
+  const std::uint32_t result = producer_.run(document_, ArbDocumentRootForest(document_));
   mostLiveNodes_ = std::max(mostLiveNodes_, producer_.nodesMade() - nodesReleased_ + 1);
   progress_.update(input_.bytesRead());
   return result;
@@ -62,7 +61,7 @@ std::uint32_t XmlDocument::produce() {
 
 ArbTree* XmlDocument::waitTree() {
   ArbForestChild* child = nullptr;
-  require(ArbForestWaitFirstChild(rootForestOf(document_), &child), "waiting for the tree");
+  require(ArbForestWaitFirstChild(ArbDocumentRootForest(document_), &child), "waiting for the tree");
   return asTree(child);
 }
 

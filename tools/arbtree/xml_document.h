@@ -15,8 +15,8 @@ namespace arbtree::tool {
 
 struct DocumentLimits {
   std::uint64_t maxDepth = 100000;
-  // Bytes of nodes and text made before they are consumed. Smaller than the library's own default, so that a chunk stays
-  // in a core's own cache between its making and its freeing (measured: a tenth off a whole `stats` run).
+  // Bytes of nodes and text made before they are consumed. Smaller than the library's own default, so that a chunk
+  // stays in a core's own cache between its making and its freeing (measured: a tenth off a whole `stats` run).
   std::uint32_t chunkBytes = 32 * 1024;
 };
 

@@ -11,9 +11,8 @@
 namespace arbtree::tool {
 namespace {
 
-constexpr std::size_t kReadBytes = 64 * 1024;
 // The library counts the records of a chunk's nodes and their text; what their attributes hold is ours to count.
-constexpr std::size_t kAttributeBytesPerRun = 128 * 1024;
+constexpr std::size_t kAttributeBytesPerRun = std::size_t{128} * 1024;
 
 }  // namespace
 
@@ -71,7 +70,7 @@ struct XmlProducer::Handlers {
 };
 
 XmlProducer::XmlProducer(InputFile& input, std::uint64_t maxDepth)
-    : input_(input), maxDepth_(maxDepth), parser_(XML_ParserCreate(nullptr)) {
+    : input_(input), maxDepth_(maxDepth), parser_(XML_ParserCreate(nullptr)), feed_(input, parser_) {
   if (!parser_) throw std::bad_alloc();
   setHandlers();
 }
@@ -90,9 +89,7 @@ void XmlProducer::setHandlers() {
   XML_SetUnknownEncodingHandler(parser_, Handlers::unknownEncoding, this);
 }
 
-// ---------------------------------------------------------------------------------------------------------------------
-// Runs
-// ---------------------------------------------------------------------------------------------------------------------
+// --- Runs ------------------------------------------------------------------------------------------------------------
 
 std::uint32_t XmlProducer::run(ArbDocument* document, ArbForest* forest) {
   ++runs_;
@@ -101,7 +98,7 @@ std::uint32_t XmlProducer::run(ArbDocument* document, ArbForest* forest) {
   attributeBytes_ = 0;
   if (!tree_ && !begin(forest)) return finish(forest);
   XML_Status status = suspended_ ? XML_ResumeParser(parser_) : parseNext();
-  while (status == XML_STATUS_OK && !atEnd_ && !failure_) {
+  while (status == XML_STATUS_OK && !feed_.isAtEnd() && !failure_) {
     std::uint32_t due = 0;
     ArbDocumentQueryBreak(document_, &due);
     suspended_ = false;
@@ -120,50 +117,17 @@ bool XmlProducer::begin(ArbForest* forest) {
          prepareNamespaces(ElementKinds::instance().comment());
 }
 
+// Expat knows few encodings by itself. An input in another one is begun again, transcoded.
 XML_Status XmlProducer::parseNext() {
-  if (!brokenInput_.empty()) {
-    fail(brokenInput_);
-    return XML_STATUS_ERROR;
+  XML_Status status = feed_.parseNext();
+  const bool unknownEncoding = status == XML_STATUS_ERROR && XML_GetErrorCode(parser_) == XML_ERROR_UNKNOWN_ENCODING;
+  if (unknownEncoding && !failure_ && feed_.canTranscode(encoding_)) {
+    XML_ParserReset(parser_, "UTF-8");
+    setHandlers();
+    status = feed_.parseAgain();
   }
-  void* const buffer = XML_GetBuffer(parser_, kReadBytes);
-  if (!buffer) return XML_STATUS_ERROR;
-  const std::optional<std::size_t> count = input_.read(buffer, kReadBytes);
-  if (!count) {
-    fail(input_.error());
-    return XML_STATUS_ERROR;
-  }
-  atEnd_ = *count == 0;
-  const std::string_view bytes(static_cast<const char*>(buffer), *count);
-  if (transcoder_) return parseTranscoded(bytes);
-  const std::size_t good = surrogates_.accept(bytes);
-  if (good != bytes.size()) brokenInput_ = "not well-formed (half of a surrogate pair stands alone)";
-  if (input_.bytesRead() <= kReadBytes) beginning_.append(bytes);
-  const XML_Status status = XML_ParseBuffer(parser_, static_cast<int>(good), atEnd_);
-  return canTranscode(status) ? startAgain() : status;
-}
-
-// Expat meets the name of the encoding at the very beginning of the input, before it reports anything.
-bool XmlProducer::canTranscode(XML_Status status) {
-  if (status != XML_STATUS_ERROR || XML_GetErrorCode(parser_) != XML_ERROR_UNKNOWN_ENCODING) return false;
-  if (input_.bytesRead() > kReadBytes || failure_) return false;
-  transcoder_ = Transcoder::open(encoding_);
-  return transcoder_ != nullptr;
-}
-
-XML_Status XmlProducer::startAgain() {
-  XML_ParserReset(parser_, "UTF-8");
-  setHandlers();
-  return parseTranscoded(beginning_);
-}
-
-XML_Status XmlProducer::parseTranscoded(std::string_view bytes) {
-  transcoded_.clear();
-  if (!transcoder_->append(bytes, transcoded_) || (atEnd_ && !transcoder_->isComplete())) {
-    brokenInput_ = "not well-formed (bytes that are no text in encoding " + encoding_ + ")";
-  }
-  const bool isLast = atEnd_ && brokenInput_.empty();
-  atEnd_ = isLast;
-  return XML_Parse(parser_, transcoded_.data(), static_cast<int>(transcoded_.size()), isLast);
+  if (!feed_.problem().empty()) fail(feed_.problem());
+  return status;
 }
 
 // The tree's release completes and releases every node that is still open.
@@ -184,9 +148,7 @@ void XmlProducer::offerBreak() {
   XML_StopParser(parser_, XML_TRUE);
 }
 
-// ---------------------------------------------------------------------------------------------------------------------
-// Events
-// ---------------------------------------------------------------------------------------------------------------------
+// --- Events ----------------------------------------------------------------------------------------------------------
 
 void XmlProducer::startElement(const char* name, const char** attributes) {
   if (!text_.isEmpty()) flushText();
@@ -252,9 +214,7 @@ void XmlProducer::entityLeftOut(const char* name) {
   omitted_.firstName = name;
 }
 
-// ---------------------------------------------------------------------------------------------------------------------
-// Nodes
-// ---------------------------------------------------------------------------------------------------------------------
+// --- Nodes -----------------------------------------------------------------------------------------------------------
 
 void XmlProducer::collectAttributes(ElementKind& kind, const char** attributes) {
   ElementKinds& kinds = ElementKinds::instance();
@@ -307,13 +267,9 @@ bool XmlProducer::link(ArbNode* node) {
   return true;
 }
 
-// ---------------------------------------------------------------------------------------------------------------------
-// Failures
-// ---------------------------------------------------------------------------------------------------------------------
+// --- Failures --------------------------------------------------------------------------------------------------------
 
-Place XmlProducer::here() const {
-  return {XML_GetCurrentLineNumber(parser_), XML_GetCurrentColumnNumber(parser_) + 1};
-}
+Place XmlProducer::here() const { return {XML_GetCurrentLineNumber(parser_), XML_GetCurrentColumnNumber(parser_) + 1}; }
 
 // The first failure counts. Expat is told to go no further.
 void XmlProducer::fail(std::string reason) {

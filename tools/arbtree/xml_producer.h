@@ -3,16 +3,15 @@
 // Expat is stopped inside a handler as soon as the library says that the chunk is full, and resumed by the next run; a
 // few handlers may still be called after the stop, and simply add to the chunk.
 //
-// Whatever ends the parse, be it the end of the input, malformed content, a limit or a full memory, the tree built so far
-// is completed and released, the forest is closed and production ends in good order; failure() tells afterwards why it
-// ended early. So the consumer gets everything that came before.
+// Whatever ends the parse, be it the end of the input, malformed content, a limit or a full memory, the tree built so
+// far is completed and released, the forest is closed and production ends in good order; failure() tells afterwards why
+// it ended early. So the consumer gets everything that came before.
 #ifndef ARBTREE_TOOL_XML_PRODUCER_H
 #define ARBTREE_TOOL_XML_PRODUCER_H
 
 #include <expat.h>
 
 #include <cstdint>
-#include <memory>
 #include <optional>
 #include <span>
 #include <string>
@@ -23,9 +22,8 @@
 #include "element_node.h"
 #include "failure.h"
 #include "input_file.h"
-#include "surrogate_check.h"
+#include "parser_feed.h"
 #include "text_collector.h"
-#include "transcoder.h"
 
 namespace arbtree::tool {
 
@@ -59,9 +57,6 @@ class XmlProducer {
   bool begin(ArbForest* forest);
   void setHandlers();
   XML_Status parseNext();
-  bool canTranscode(XML_Status status);
-  XML_Status startAgain();
-  XML_Status parseTranscoded(std::string_view bytes);
   std::uint32_t finish(ArbForest* forest);
 
   void startElement(const char* name, const char** attributes);
@@ -88,12 +83,8 @@ class XmlProducer {
   InputFile& input_;
   const std::uint64_t maxDepth_;
   const XML_Parser parser_;
-  SurrogateCheck surrogates_;
-  std::string encoding_;   // as the input declares it, when expat does not know it ...
-  std::string beginning_;  // ... and the first bytes of the input, up to a block, to be parsed once more then
-  std::unique_ptr<Transcoder> transcoder_;
-  std::string transcoded_;
-  std::string brokenInput_;  // why reading ended early, told once what was read before is parsed
+  ParserFeed feed_;
+  std::string encoding_;  // as the input declares it, when expat does not know it
 
   ArbDocument* document_ = nullptr;
   ArbTree* tree_ = nullptr;
@@ -101,9 +92,8 @@ class XmlProducer {
   std::uint32_t namespacesKnown_ = 0;
   std::uint64_t depth_ = 0;
   bool inDocumentType_ = false;
-  bool atEnd_ = false;      // the last block has gone to expat
-  bool suspended_ = false;  // expat waits to be resumed
-  bool stopping_ = false;   // a stop has been asked for in this run
+  bool suspended_ = false;          // expat waits to be resumed
+  bool stopping_ = false;           // a stop has been asked for in this run
   std::size_t attributeBytes_ = 0;  // in this run
   TextCollector text_;
   std::vector<NewAttribute> newAttributes_;  // of the node being made

@@ -86,10 +86,14 @@ void XmlWriter::enter(const ArbNode& node) {
   tagOpen_ = false;
   ++depth_;
   switch (sortOf(node)) {
-    case NodeSort::text: return writeText(out_, valueOf(node), kTextEscapes);
-    case NodeSort::comment: return writeComment(asElement(node));
-    case NodeSort::instruction: return writeInstruction(asElement(node));
-    case NodeSort::element: return startElement(asElement(node), kindOf(node));
+    case NodeSort::text:
+      return writeText(out_, valueOf(node), kTextEscapes);
+    case NodeSort::comment:
+      return writeComment(asElement(node));
+    case NodeSort::instruction:
+      return writeInstruction(asElement(node));
+    case NodeSort::element:
+      return startElement(asElement(node), kindOf(node));
   }
 }
 

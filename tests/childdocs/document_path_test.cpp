@@ -1,0 +1,263 @@
+// Where child documents belong in the output: the directory, the archive forests, the capacity rules.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <memory>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "support/host.h"
+#include "support/seed.h"
+#include "support/standins.h"
+
+namespace arbtree::test {
+namespace {
+
+constexpr char16_t kGuard = u'#';
+
+// The path, after every capacity that matters has been tried. `needed` gets the capacity it asks for.
+std::u16string pathOf(ArbForestChild* child, std::uint32_t* neededOut = nullptr) {
+  std::uint32_t needed = 0;
+  EXPECT_EQ(ARB_ERR_SMALLBUFFER, ArbForestChildGetDocumentPath(child, nullptr, &needed));
+  if (neededOut) *neededOut = needed;
+  std::u16string path;
+  for (const std::uint32_t capacity : {0u, 1u, needed / 2, needed - 1, needed, needed + 1, 0xFFFFFFFFu}) {
+    SCOPED_TRACE(testing::Message() << "capacity " << capacity << " for " << needed);
+    const bool fits = capacity >= needed;
+    std::u16string buffer(needed + 2, kGuard);
+    std::uint32_t size = capacity;
+    EXPECT_EQ(fits ? ARB_OK : ARB_ERR_SMALLBUFFER, ArbForestChildGetDocumentPath(child, buffer.data(), &size));
+    EXPECT_EQ(needed, size);
+    const std::size_t end = buffer.find(u'\0');
+    if (fits) {
+      path = buffer.substr(0, end);
+      EXPECT_LT(path.size(), needed);
+    } else {
+      EXPECT_EQ(capacity == 0 ? std::u16string::npos : 0, end) << "the empty text, unless there is room for nothing";
+    }
+    const std::size_t written = end == std::u16string::npos ? 0 : end + 1;
+    EXPECT_EQ(std::u16string(buffer.size() - written, kGuard), buffer.substr(written));
+    size = capacity;
+    EXPECT_EQ(fits ? ARB_OK : ARB_ERR_SMALLBUFFER, ArbForestChildGetDocumentPath(child, nullptr, &size));
+    EXPECT_EQ(needed, size);
+  }
+  return path;
+}
+
+ArbForest* addForest(Host& host, ArbForest* parent, const char16_t* name, std::uint32_t archiveType = 1) {
+  ArbForest* forest = nullptr;
+  EXPECT_EQ(ARB_OK, ArbDocumentCreateForest(host.document, name, &forest));
+  EXPECT_EQ(ARB_OK, ArbForestAppendChild(parent, asChild(forest)));
+  if (archiveType != 0) {
+    EXPECT_EQ(ARB_OK, ArbForestSetArchiveType(forest, archiveType));
+  } else {
+    forest->archiveType = 0;
+  }
+  return forest;
+}
+
+ArbForestChild* addTree(Host& host, ArbForest* parent, const char16_t* name) {
+  ArbTree* tree = nullptr;
+  EXPECT_EQ(ARB_OK, ArbDocumentCreateTree(host.document, name, &tree));
+  EXPECT_EQ(ARB_OK, ArbForestAppendChild(parent, asChild(tree)));
+  return asChild(tree);
+}
+
+TEST(DocumentPath, DirectoryOfTheOutputPath) {
+  struct Row {
+    const char16_t *output, *directory;
+  };
+  for (const Row& row :
+       {Row{u"E:\\out\\report.xml", u"E:\\out\\"}, Row{u"/out/report.xml", u"/out/"}, Row{u"/a/b\\c", u"/a/b\\"},
+        Row{u"a\\b/c", u"a\\b/"}, Row{u"report.xml", u""}, Row{u"/report.xml", u"/"}, Row{u"\\r", u"\\"},
+        Row{u"dir/", u"dir/"}, Row{u"/", u"/"}, Row{u"//x", u"//"}, Row{u"", u""}, Row{nullptr, u""}}) {
+    SCOPED_TRACE(testing::Message() << "output path "
+                                    << (row.output
+                                            ? std::string(row.output,
+                                                          row.output + std::char_traits<char16_t>::length(row.output))
+                                            : "none"));
+    const Source source(u"/in/report.doc", row.output);
+    Host host(0, source.handle(), u"root");
+    const std::uint32_t length =
+        row.output ? static_cast<std::uint32_t>(std::char_traits<char16_t>::length(row.output)) : 0;
+    ArbForest* const root = host.document->rootForest;
+    std::uint32_t needed = 0;
+    EXPECT_EQ(row.directory + std::u16string(u"a.xml"), pathOf(addTree(host, root, u"a.xml"), &needed));
+    EXPECT_EQ(length + 5 + 1, needed) << "the whole output path counts";
+    ArbForest* const inner = addForest(host, root, u"inner.zip");
+    EXPECT_EQ(row.directory + std::u16string(u"inner.zip/a.xml"), pathOf(addTree(host, inner, u"a.xml"), &needed));
+    EXPECT_EQ(length + 10 + 5 + 1, needed);
+    EXPECT_EQ(row.directory + std::u16string(u"inner.zip"), pathOf(asChild(inner)));
+    // Without ancestors nothing of the output path is written, but all of it counts.
+    EXPECT_EQ(u"root", pathOf(asChild(root), &needed));
+    EXPECT_EQ(length + 4 + 1, needed);
+  }
+}
+
+// The forest nearest the chain's end whose type is 0 to 3 decides; here from the root forest down to the child itself.
+TEST(DocumentPath, WhichArchiveTypesLeaveTheDirectoryOut) {
+  struct Row {
+    std::uint32_t root, outer, inner, self;  // self: the type of the child, a forest
+    bool directory;
+  };
+  const std::uint32_t other = 5;
+  for (const Row& row :
+       {Row{0, 1, 1, 1, true}, Row{0, 2, 2, 2, true}, Row{1, 2, 3, 2, true}, Row{2, 1, 1, 1, false},
+        Row{3, 0, 0, 0, false}, Row{other, 2, 1, 1, false}, Row{other, 3, 0, 1, false}, Row{other, 0, 2, 2, true},
+        Row{other, other, 1, 2, true}, Row{other, 4, 2, 1, false}, Row{other, other, other, 2, false},
+        Row{other, other, other, 3, false}, Row{other, other, other, 1, true},
+        Row{other, other, 0xFFFFFFFF, other, true}, Row{other, other, other, 0, true}}) {
+    SCOPED_TRACE(testing::Message() << row.root << " " << row.outer << " " << row.inner << " " << row.self);
+    const Source source(nullptr, u"/out/x");
+    Host host(0, source.handle(), u"R");
+    ArbForest* const root = host.document->rootForest;
+    if (row.root) {
+      EXPECT_EQ(ARB_OK, ArbForestSetArchiveType(root, row.root));
+    }
+    ArbForest* const outer = addForest(host, root, u"o", row.outer);
+    ArbForest* const inner = addForest(host, outer, u"i", row.inner);
+    ArbForest* const self = addForest(host, inner, u"s", row.self);
+    std::u16string expected = row.directory ? u"/out/" : u"";
+    if (row.root) expected += u"R/";
+    if (row.outer) expected += u"o/";
+    if (row.inner) expected += u"i/";
+    std::uint32_t needed = 0;
+    EXPECT_EQ(expected + u"s", pathOf(asChild(self), &needed));
+    EXPECT_EQ(expected.size() + 1 + 1 + (row.directory ? 1 : 0), needed);
+  }
+}
+
+TEST(DocumentPath, ChildrenInNoForest) {
+  const Source source(nullptr, u"/out/x");
+  Host host(0, source.handle());
+  ArbFile* file = nullptr;
+  EXPECT_EQ(ARB_OK, ArbDocumentCreateFile(host.document, u"name", 1, &file));
+  ArbForest* forest = nullptr;
+  EXPECT_EQ(ARB_OK, ArbDocumentCreateForest(host.document, u"", &forest));
+  std::uint32_t needed = 0;
+  EXPECT_EQ(u"name", pathOf(&file->child, &needed));
+  EXPECT_EQ(6u + 4 + 1, needed);
+  EXPECT_EQ(u"", pathOf(asChild(forest), &needed));
+  EXPECT_EQ(6u + 1, needed);
+  EXPECT_EQ(ARB_OK, ArbForestSetArchiveType(forest, 2));
+  EXPECT_EQ(ARB_ERR_SMALLBUFFER, ArbForestChildGetDocumentPath(asChild(forest), nullptr, &(needed = 0)));
+  EXPECT_EQ(1u, needed);
+  char16_t buffer[20] = u"untouched";
+  std::uint32_t size = 20;
+  EXPECT_EQ(ARB_ERR_BADARG, ArbForestChildGetDocumentPath(nullptr, buffer, &size));
+  EXPECT_EQ(ARB_ERR_BADARG, ArbForestChildGetDocumentPath(&file->child, buffer, nullptr));
+  EXPECT_EQ(u'u', buffer[0]);
+  EXPECT_EQ(20u, size);
+  EXPECT_EQ(ARB_OK, ArbFileDestroy(file));
+  EXPECT_EQ(ARB_OK, ArbForestDestroy(forest));
+}
+
+struct ModelPath {
+  std::u16string path;
+  std::size_t needed;
+};
+
+// The path built from the chain's end downwards.
+ModelPath plainPath(const ArbForestChild* child, const std::u16string& output) {
+  std::vector<const ArbForestChild*> chain;
+  for (const ArbForestChild* link = child; link; link = link->parent ? &link->parent->child : nullptr)
+    chain.push_back(link);
+  bool prefix = true;
+  ModelPath model{{}, 1};
+  for (const ArbForestChild* const link : chain) {
+    if (link->kind != ARB_CHILD_FOREST) continue;
+    const std::uint32_t type = reinterpret_cast<const ArbForest*>(link)->archiveType;
+    if (type == 0 || type == 1) prefix = true;
+    if (type == 2 || type == 3) prefix = false;
+  }
+  if (prefix) model.needed += output.size();
+  if (prefix && chain.size() > 1) {
+    model.path = output;
+    while (!model.path.empty() && model.path.back() != u'/' && model.path.back() != u'\\') model.path.pop_back();
+  }
+  std::reverse(chain.begin(), chain.end());
+  for (const ArbForestChild* const link : chain) {
+    const std::u16string name = link->name;
+    if (link == child) {
+      model.path += name;
+      model.needed += name.size();
+    } else if (reinterpret_cast<const ArbForest*>(link)->archiveType != 0) {
+      model.path += name + u"/";
+      model.needed += name.size() + 1;
+    }
+  }
+  return model;
+}
+
+TEST(DocumentPath, RandomForestsAgreeWithTheChainWalkedFromItsEnd) {
+  std::mt19937 random(testSeed());
+  const std::u16string longest(259, u'l');
+  const std::u16string outputs[] = {u"/out/dir\\x", u"x", u"C:\\"};
+  const char16_t* const names[] = {u"", u"n", u"two", u"with/separator", longest.c_str()};
+  for (int round = 0; round < 60; ++round) {
+    const std::u16string& output = outputs[random() % 3];
+    const Source source(nullptr, output.c_str());
+    Host host(0, source.handle(), names[random() % 5]);
+    std::vector<ArbForest*> forests = {host.document->rootForest};
+    if (random() % 2) {
+      EXPECT_EQ(ARB_OK, ArbForestSetArchiveType(forests[0], static_cast<std::uint32_t>(1 + random() % 5)));
+    }
+    for (int i = 0; i < 15; ++i) {
+      ArbForest* const parent = forests[forests.size() - 1 - random() % std::min<std::size_t>(forests.size(), 3)];
+      forests.push_back(addForest(host, parent, names[random() % 5], static_cast<std::uint32_t>(random() % 6)));
+      for (ArbForestChild* const child :
+           {asChild(forests.back()), addTree(host, forests.back(), names[random() % 5])}) {
+        const ModelPath model = plainPath(child, output);
+        std::uint32_t needed = 0;
+        ASSERT_EQ(model.path, pathOf(child, &needed));
+        ASSERT_EQ(model.needed, needed);
+      }
+    }
+  }
+}
+
+// A hundred thousand forests deep.
+TEST(DocumentPath, ADeepChain) {
+  constexpr std::uint32_t kLevels = 100'000;
+  const Source source(nullptr, u"/out/x");
+  Host host(0, source.handle());
+  ArbForest* forest = host.document->rootForest;
+  std::u16string expected = u"/out/";
+  for (std::uint32_t level = 0; level < kLevels; ++level) {
+    forest = addForest(host, forest, level % 3 ? u"a" : u"archive");
+    expected += level % 3 ? u"a/" : u"archive/";
+  }
+  ArbForestChild* const tree = addTree(host, forest, u"t.xml");
+  std::u16string path(expected.size() + 5 + 1 + 1, kGuard);
+  auto size = static_cast<std::uint32_t>(path.size());
+  EXPECT_EQ(ARB_OK, ArbForestChildGetDocumentPath(tree, path.data(), &size));
+  EXPECT_EQ(path.size(), size) << "one more than the path takes: the file name of the output path";
+  EXPECT_TRUE(path.substr(0, path.size() - 2) == expected + u"t.xml");
+  EXPECT_EQ(0, path[path.size() - 2]);
+}
+
+// A failed fetch of the output path is tried again, and one that succeeded is kept.
+std::uint32_t ARB_CALL failToFetch(std::uint32_t, std::uint32_t*) { return 99; }
+
+TEST(DocumentPath, TheOutputPathIsFetchedWhenItCanBe) {
+  const Source source(nullptr, u"/out/x");
+  Host host;
+  ArbForestChild* const tree = addTree(host, host.document->rootForest, u"t");
+  ArbInterfaceFunction real = nullptr;
+  EXPECT_EQ(ARB_OK, ArbDocumentGetInterface(host.document, ARB_INTERFACE_OUTPUT_FILE_HANDLE, &real));
+  const auto replace = [&](ArbInterfaceFunction function) {
+    EXPECT_EQ(ARB_OK, ArbDocumentSetInterface(host.document, ARB_INTERFACE_OUTPUT_FILE_HANDLE, function));
+  };
+  replace(reinterpret_cast<ArbInterfaceFunction>(failToFetch));
+  EXPECT_EQ(u"t", pathOf(tree));
+  replace(real);
+  EXPECT_EQ(u"t", pathOf(tree)) << "the document has no source";
+  host.document->source = source.handle();
+  EXPECT_EQ(u"/out/t", pathOf(tree));
+  replace(reinterpret_cast<ArbInterfaceFunction>(failToFetch));
+  EXPECT_EQ(u"/out/t", pathOf(tree));
+}
+
+}  // namespace
+}  // namespace arbtree::test

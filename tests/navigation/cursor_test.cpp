@@ -1,0 +1,115 @@
+// The stack of saved positions: its depth, what it refuses, and positions whose node is gone.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <iterator>
+#include <vector>
+
+#include "platform/heap.h"
+#include "support/host.h"
+#include "tree/tree.h"
+
+namespace arbtree::test {
+namespace {
+
+class Cursors : public testing::Test {
+ protected:
+  Host host;
+  ArbTree* const tree = host.makeTree();
+  ArbNode* const root = rootOf(tree);
+  ArbNode* node = untouchedNode();
+};
+
+TEST_F(Cursors, PushesBeyondTheLastEntryAreOnlyCounted) {
+  std::vector<ArbNode*> pushed;
+  for (std::uint32_t i = 0; i < 130; ++i) {
+    pushed.push_back(host.append(root, "n"));
+    const std::uint64_t live = heap::testing::liveBlocks();
+    EXPECT_EQ(i < 128 ? ARB_OK : ARB_ERR_CURSORSTACK, ArbTreePushCursor(tree, pushed.back())) << i;
+    EXPECT_EQ(live, heap::testing::liveBlocks());
+  }
+  EXPECT_EQ(130u, tree->cursorDepth);
+  for (int i = 0; i < 2; ++i) {
+    EXPECT_EQ(ARB_OK, ArbTreePopCursor(tree, &node));
+    EXPECT_EQ(untouchedNode(), node);
+  }
+  for (std::uint32_t i = 128; i-- > 0;) {
+    EXPECT_EQ(ARB_OK, ArbTreePopCursor(tree, &node));
+    EXPECT_EQ(pushed[i], node) << i;
+    EXPECT_EQ(i, tree->cursorDepth);
+  }
+  node = untouchedNode();
+  EXPECT_EQ(ARB_ERR_CURSORSTACK, ArbTreePopCursor(tree, &node));
+  EXPECT_EQ(untouchedNode(), node);
+  EXPECT_EQ(0u, tree->cursorDepth);
+  EXPECT_TRUE(host.runs.empty());
+}
+
+TEST_F(Cursors, EachTreeHasItsOwnAndNullIsAPosition) {
+  ArbTree* const other = host.makeTree();
+  EXPECT_EQ(ARB_OK, ArbTreePushCursor(tree, root));
+  EXPECT_EQ(ARB_OK, ArbTreePushCursor(other, rootOf(other)));
+  EXPECT_EQ(ARB_OK, ArbTreePushCursor(tree, nullptr));
+  EXPECT_EQ(ARB_OK, ArbTreePopCursor(tree, &node));
+  EXPECT_EQ(nullptr, node);
+  EXPECT_EQ(ARB_OK, ArbTreePopCursor(tree, &node));
+  EXPECT_EQ(root, node);
+  EXPECT_EQ(ARB_OK, ArbTreePopCursor(other, nullptr));
+  EXPECT_EQ(0u, other->cursorDepth);
+  EXPECT_EQ(ARB_ERR_BADARG, ArbTreePushCursor(nullptr, root));
+  EXPECT_EQ(ARB_ERR_BADARG, ArbTreePopCursor(nullptr, &node));
+}
+
+// The push is counted, the pop takes nothing.
+TEST_F(Cursors, WithoutAConsumer) {
+  Host alone(1);
+  ArbTree* const other = alone.makeTree();
+  for (std::uint32_t i = 1; i <= 130; ++i) {
+    EXPECT_EQ(ARB_ERR_MODE, ArbTreePushCursor(other, rootOf(other)));
+    EXPECT_EQ(i, other->cursorDepth);
+  }
+  EXPECT_EQ(ARB_ERR_MODE, ArbTreePopCursor(other, &node));
+  EXPECT_EQ(130u, other->cursorDepth);
+  EXPECT_TRUE(std::all_of(std::begin(other->cursorStack), std::end(other->cursorStack), [](auto* c) { return !c; }));
+  EXPECT_EQ(untouchedNode(), node);
+}
+
+// A marked node that is gone: production runs to its end, then there is no node. A failing producer shows instead.
+TEST_F(Cursors, APositionWhoseNodeIsFreed) {
+  for (const ArbStatus result : {ARB_STATUS_END, 99u}) {
+    Host fresh;
+    fresh.then([] { return kPause; });
+    fresh.endResult = result;
+    ArbTree* const other = fresh.makeTree();
+    ArbNode* const gone = fresh.make(other, "gone");
+    EXPECT_EQ(ARB_OK, ArbNodeCreateID(gone));
+    EXPECT_EQ(ARB_OK, ArbTreePushCursor(other, gone));
+    EXPECT_EQ(ARB_OK, ArbNodeDestroy(gone));
+    node = untouchedNode();
+    EXPECT_EQ(result == ARB_STATUS_END ? ARB_OK : result, ArbTreePopCursor(other, &node));
+    EXPECT_EQ(nullptr, node);
+    EXPECT_EQ(0u, other->cursorDepth);
+    EXPECT_EQ(2u, fresh.runs.size());
+  }
+}
+
+TEST_F(Cursors, DuringARun) {
+  ArbNode* const a = host.append(root, "a");
+  ArbNode* const gone = host.make(tree, "gone");
+  host.then([&] {
+    EXPECT_EQ(ARB_OK, ArbNodeCreateID(gone));
+    EXPECT_EQ(ARB_OK, ArbTreePushCursor(tree, gone));
+    EXPECT_EQ(ARB_OK, ArbTreePushCursor(tree, a));
+    EXPECT_EQ(ARB_OK, ArbNodeDestroy(gone));
+    EXPECT_EQ(ARB_OK, ArbTreePopCursor(tree, &node));
+    EXPECT_EQ(a, node);
+    EXPECT_EQ(ARB_ERR_NOTREADY, ArbTreePopCursor(tree, &node));
+    EXPECT_EQ(nullptr, node);
+    EXPECT_EQ(0u, tree->cursorDepth) << "popped all the same";
+    return ARB_OK;
+  });
+  EXPECT_EQ(ARB_STATUS_END, ArbDocumentReadAhead(host.document));
+}
+
+}  // namespace
+}  // namespace arbtree::test

@@ -1,0 +1,413 @@
+// The document-order walk: all callbacks in whole sequences, stopping and skipping, callbacks that call back, producers
+// that fail, and depth.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <functional>
+#include <map>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "support/attribute_kinds.h"
+#include "support/host.h"
+#include "support/small_stack.h"
+#include "support/standins.h"
+
+namespace arbtree::test {
+namespace {
+
+// Takes the callbacks of one walk. Each answers another number, 100 and its place in the sequence, so that the walk's
+// result says whose answer it is; the one that writes the line `zeroAt` answers zero.
+struct Walk {
+  const Recorder& names;
+  std::string zeroAt = {};
+  std::function<void(ArbNode*)> during = {};  // gets the node, or null where the callback gets none
+  Lines lines = {};
+
+  std::uint32_t add(const std::string& line, ArbNode* node) {
+    lines.push_back(line);
+    if (during) during(node);
+    return line == zeroAt ? 0 : static_cast<std::uint32_t>(100 + lines.size());
+  }
+  static Walk& of(void* self) { return *static_cast<Walk*>(self); }
+
+  template <char kWhich>
+  static std::uint32_t ARB_CALL element(ArbNode* node, std::uint32_t id, void* self) {
+    EXPECT_EQ(node->nodeType->elementId, id);
+    static const std::map<char, std::string> words = {
+        {'s', "start "}, {'c', "enter "}, {'e', "end "}, {'a', "attributes "}, {'z', "/attributes "}};
+    return of(self).add(words.at(kWhich) + of(self).names.nameOf(node), node);
+  }
+  static std::uint32_t ARB_CALL attribute(ArbNode* node, std::uint32_t id, std::uint32_t attributeId,
+                                          std::uintptr_t value, std::uint32_t info, void* self) {
+    EXPECT_EQ(node->nodeType->elementId, id);
+    std::ostringstream line;
+    line << of(self).names.nameOf(node) << " " << std::hex << attributeId << "=" << value << " " << std::dec << info;
+    return of(self).add(line.str(), node);
+  }
+  template <char kWhich>
+  static std::uint32_t ARB_CALL text(const char16_t* text, std::uint32_t length, void* self) {
+    EXPECT_EQ(text == nullptr, length == 0);
+    const std::u16string units(text ? text : u"", length);
+    return of(self).add(std::string("text") + kWhich + " '" + std::string(units.begin(), units.end()) + "'", nullptr);
+  }
+  static const ArbTraverserCallbacks* all() {
+    static const ArbTraverserCallbacks callbacks = {element<'s'>, element<'c'>, element<'e'>, element<'a'>, attribute,
+                                                    element<'z'>, text<'1'>,    text<'4'>,    text<'3'>};
+    return &callbacks;
+  }
+};
+
+// root(e(text 'x' f(text3 '' bytes 'ab') text4 'y') k), e and k with attributes, made step by step.
+class Content {
+ public:
+  // The producer makes only the first `steps` of it.
+  explicit Content(std::uint32_t mode = 0, std::size_t steps = kSteps) : host(mode) {
+    addAttributeKinds(tree);
+    std::vector<Host::Step> script;
+    script.push_back([this] { return e = open(root, "e", kAttributeKind, 0b1011), ARB_OK; });
+    script.push_back([this] { return ArbNodeAttributesDone(root); });
+    script.push_back([this] { return text(e, "t", ARB_ELEM_TEXT, u"x"); });
+    script.push_back([this] { return ArbNodeAttributesDone(e); });
+    script.push_back([this] { return f = open(e, "f", plainKind(3), 0), ARB_OK; });
+    script.push_back([this] { return text(f, "t3", ARB_ELEM_TEXT_3, u""); });
+    script.push_back([this] { return text(f, "b", ARB_ELEM_ENCODED_BYTES, u"ab"); });
+    script.push_back([this] { return ArbNodeProducerDone(f); });
+    script.push_back([this] { return text(e, "t4", ARB_ELEM_TEXT_4, u"y"); });
+    script.push_back([this] { return ArbNodeAllChildrenAttached(e); });
+    script.push_back([this] { return k = open(root, "k", kAttributeKind, 0b0100), ARB_OK; });
+    script.push_back([this] { return ArbNodeProducerDone(k); });
+    script.push_back([this] { return ArbNodeAllChildrenAttached(root); });
+    for (std::size_t i = 0; i < steps; ++i) host.then(script.at(i));
+  }
+  static constexpr std::size_t kSteps = 13;
+
+  ArbNode* open(ArbNode* parent, const char* name, std::uint32_t id, std::uint32_t present) {
+    ArbNode* const node = host.make(tree, name, id);
+    if (id == kAttributeKind) asAttributes(node) = {asAttributes(node).node, present, {1, 2, 3, 0xFF}, 0};
+    EXPECT_EQ(ARB_OK, ArbNodeAppendChild(parent, node));
+    return node;
+  }
+  ArbStatus text(ArbNode* parent, const char* name, std::uint32_t id, const std::u16string& value) {
+    ArbNode* const node = host.make(tree, name, id);
+    EXPECT_EQ(ARB_OK, ArbAbstractTextNodeSetValue(node, value.data(), static_cast<std::uint32_t>(value.size())));
+    return ArbNodeAppendChild(parent, node);
+  }
+  static Lines whole() {
+    return {"start root",     "attributes root", "/attributes root",
+            "enter root",     "start e",         "attributes e",
+            "e 4018001=1 11", "e 37018002=2 22", "e fc018004=ff 44",
+            "/attributes e",  "enter e",         "text1 'x'",
+            "start f",        "attributes f",    "/attributes f",
+            "enter f",        "text3 ''",        "text1 'ab'",
+            "end f",          "text4 'y'",       "end e",
+            "start k",        "attributes k",    "k 4018003=3 33",
+            "/attributes k",  "enter k",         "end k",
+            "end root"};
+  }
+  std::uint32_t walk(Walk& walk, ArbNode* from = nullptr) {
+    return ArbDocumentOrderTraverser(from ? from : root, Walk::all(), &walk);
+  }
+
+  Host host;
+  ArbTree* const tree = host.makeTree();
+  ArbNode* const root = rootOf(tree);
+  ArbNode* e = nullptr;
+  ArbNode* f = nullptr;
+  ArbNode* k = nullptr;
+};
+
+TEST(Traverser, WholeSequencesAtEveryChunkSize) {
+  for (const std::uint32_t steps : {1u, 2u, 3u, 5u, 0u}) {
+    SCOPED_TRACE(steps);
+    Content content;
+    content.host.stepsPerRun = steps;
+    Walk first{content.host.events};
+    EXPECT_EQ(100 + Content::whole().size(), content.walk(first));
+    EXPECT_EQ(Content::whole(), first.lines);
+    Walk again{content.host.events};
+    content.walk(again);
+    EXPECT_EQ(Content::whole(), again.lines) << "nothing was released";
+    Walk below{content.host.events};
+    EXPECT_EQ(107u, content.walk(below, content.f));
+    EXPECT_EQ((Lines{"start f", "attributes f", "/attributes f", "enter f", "text3 ''", "text1 'ab'", "end f"}),
+              below.lines);
+  }
+}
+
+TEST(Traverser, AZeroStopsTheWalkWhereverItComesFrom) {
+  const Lines whole = Content::whole();
+  for (std::size_t i = 0; i < whole.size(); ++i) {
+    SCOPED_TRACE(whole[i]);
+    Content content;
+    content.host.stepsPerRun = 1;
+    Walk walk{content.host.events, whole[i]};
+    const std::uint32_t result = content.walk(walk);
+    Lines expected(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(i) + 1);
+    if (whole[i].rfind("enter ", 0) != 0) {
+      EXPECT_EQ(expected, walk.lines);
+      EXPECT_EQ(0u, result);
+      continue;
+    }
+    // Only the children are passed over.
+    const auto end = std::find(whole.begin(), whole.end(), "end " + whole[i].substr(6));
+    expected.insert(expected.end(), end, whole.end());
+    EXPECT_EQ(expected, walk.lines);
+    EXPECT_EQ(100 + expected.size(), result);
+  }
+}
+
+void removeCallback(ArbTraverserCallbacks& callbacks, int index) {
+  const auto none = nullptr;
+  if (index == 0) callbacks.startElement = none;
+  if (index == 1) callbacks.enterChildren = none;
+  if (index == 2) callbacks.endElement = none;
+  if (index == 3) callbacks.startAttributes = none;
+  if (index == 4) callbacks.attribute = none;
+  if (index == 5) callbacks.endAttributes = none;
+  if (index == 6) callbacks.textNode = none;
+  if (index == 7) callbacks.text4Node = none;
+  if (index == 8) callbacks.text3Node = none;
+}
+
+// Without a callback its part is silent; the result is that of the last callback there was, or 1.
+TEST(Traverser, EachCallbackMayBeNull) {
+  for (int missing = 0; missing <= 9; ++missing) {
+    Content content;
+    ArbTraverserCallbacks callbacks = missing == 9 ? ArbTraverserCallbacks{} : *Walk::all();
+    const char* prefixes[] = {"start ", "enter ", "end ", "attributes ", "", "/attributes ", "text1", "text4", "text3"};
+    removeCallback(callbacks, missing);
+    Lines expected;
+    for (const std::string& line : Content::whole()) {
+      const bool isAttribute = line.find('=') != std::string::npos;
+      const bool silent = missing == 9 || (missing == 4 ? isAttribute : line.rfind(prefixes[missing], 0) == 0);
+      if (!silent) expected.push_back(line);
+    }
+    Walk walk{content.host.events};
+    const std::uint32_t result = ArbDocumentOrderTraverser(content.root, &callbacks, &walk);
+    EXPECT_EQ(expected, walk.lines) << missing;
+    // Without end callbacks the result comes up from below: of k's attributes, not of enterChildren.
+    EXPECT_EQ(missing == 9 ? 1 : missing == 2 ? 99 + expected.size() : 100 + expected.size(), result) << missing;
+    EXPECT_NE(nullptr, content.k) << "produced to the end";
+  }
+  EXPECT_EQ(0u, ArbDocumentOrderTraverser(nullptr, Walk::all(), nullptr));
+  Content content;
+  EXPECT_EQ(0u, ArbDocumentOrderTraverser(content.root, nullptr, nullptr));
+}
+
+TEST(Traverser, ATextNodeAloneGivesItsTextOnly) {
+  Content content;
+  EXPECT_EQ(ARB_STATUS_END, ArbDocumentReadAhead(content.host.document));
+  ArbNode* const text = resolve(content.e->firstChildCell);
+  for (const char* const zeroAt : {"", "text1 'x'"}) {
+    Walk walk{content.host.events, zeroAt};
+    EXPECT_EQ(*zeroAt ? 0u : 101u, content.walk(walk, text));
+    EXPECT_EQ((Lines{"text1 'x'"}), walk.lines);
+  }
+}
+
+// Every callback navigates, moves the cursor, copies, runs the producer and walks the subtree itself.
+TEST(Traverser, CallbacksMayCallBack) {
+  Content content;
+  content.host.stepsPerRun = 1;
+  Walk walk{content.host.events};
+  walk.during = [&](ArbNode* node) {
+    if (!node) node = content.root;
+    ArbNode* other = nullptr;
+    EXPECT_EQ(ARB_OK, ArbTreePushCursor(content.tree, node));
+    ArbDocumentReadAhead(content.host.document);
+    ArbNodeQueryFirstChild(node, &other);
+    EXPECT_EQ(ARB_OK, ArbNodeWaitParent(node, &other));
+    EXPECT_EQ(node == content.root ? nullptr : node == content.f ? content.e : content.root, other);
+    ArbNodeHashCode(node);
+    if (node != content.root) {
+      EXPECT_EQ(ARB_OK, ArbNodeClone(node, nullptr, &other));
+      EXPECT_EQ(ARB_OK, ArbNodeDestroy(other));
+      Walk inner{content.host.events};
+      content.walk(inner, node);
+      EXPECT_EQ("end " + content.host.events.nameOf(node), inner.lines.back());
+    }
+    EXPECT_EQ(ARB_OK, ArbTreePopCursor(content.tree, &other));
+    EXPECT_EQ(node, other);
+  };
+  EXPECT_EQ(100 + Content::whole().size(), content.walk(walk));
+  EXPECT_EQ(Content::whole(), walk.lines);
+}
+
+// The walk as a recursion over what there is; `ended`: attributes count as done, since nothing can be waited for.
+void plainWalk(Walk& walk, ArbNode* node, bool ended) {
+  const std::string name = walk.names.nameOf(node);
+  const std::uint32_t id = node->nodeType->elementId;
+  const auto* const text = reinterpret_cast<const ArbTextNode*>(node);
+  switch (id) {
+    case ARB_ELEM_TEXT:
+    case ARB_ELEM_ENCODED_BYTES:
+      return void(Walk::text<'1'>(text->text, text->textLength, &walk));
+    case ARB_ELEM_TEXT_3:
+      return void(Walk::text<'3'>(text->text, text->textLength, &walk));
+    case ARB_ELEM_TEXT_4:
+      return void(Walk::text<'4'>(text->text, text->textLength, &walk));
+    default:
+      break;
+  }
+  walk.add("start " + name, nullptr);
+  if (ended || node->flags & ARB_NODE_ATTRIBUTES_DONE) {
+    walk.add("attributes " + name, nullptr);
+    for (std::uint32_t i = 0; i < node->nodeType->attributeCount; ++i) {
+      if (asAttributes(node).present >> i & 1) {
+        Walk::attribute(node, id, kAttributes[i].attributeId, asAttributes(node).values[i],
+                        kAttributes[i].attributeInfo, &walk);
+      }
+    }
+    walk.add("/attributes " + name, nullptr);
+  }
+  walk.add("enter " + name, nullptr);
+  for (ArbNode* child = resolve(node->firstChildCell); child; child = resolve(child->nextSiblingCell)) {
+    plainWalk(walk, child, ended);
+  }
+  walk.add("end " + name, nullptr);
+}
+
+// After any number of steps the producer fails or ends, in a run of its own.
+TEST(Traverser, AProducerThatStopsMidway) {
+  for (const ArbStatus result : {ARB_STATUS_END, 99u}) {
+    for (std::size_t steps = 0; steps <= Content::kSteps; ++steps) {
+      SCOPED_TRACE(testing::Message() << steps << " steps, then " << result);
+      Content content(0, steps);
+      content.host.stepsPerRun = 1;
+      content.host.then([result] { return result; });
+      Walk walk{content.host.events};
+      const std::uint32_t answer = content.walk(walk);
+      Walk expected{content.host.events};
+      plainWalk(expected, content.root, result == ARB_STATUS_END);
+      EXPECT_EQ(expected.lines, walk.lines);
+      EXPECT_EQ(100 + walk.lines.size(), answer);
+    }
+  }
+}
+
+// The wait that meets the failure has failed, even if that run made what it waited for; no later wait needs a run.
+TEST(Traverser, AProducerThatFailsInTheRunThatMadeAll) {
+  Content content;
+  content.host.endResult = 99;
+  Walk walk{content.host.events};
+  content.walk(walk);
+  Lines expected = Content::whole();
+  expected.erase(expected.begin() + 1, expected.begin() + 3);
+  EXPECT_EQ(expected, walk.lines);
+}
+
+// Every wait is refused, so only the start node is reported, without attributes and children.
+TEST(Traverser, WithoutAConsumer) {
+  Content content(1);
+  EXPECT_EQ(ARB_STATUS_END, ArbDocumentReadAhead(content.host.document));
+  Walk walk{content.host.events};
+  EXPECT_EQ(103u, content.walk(walk, content.e));
+  EXPECT_EQ((Lines{"start e", "enter e", "end e"}), walk.lines);
+  Walk text{content.host.events};
+  EXPECT_EQ(101u, content.walk(text, resolve(content.e->firstChildCell)));
+  EXPECT_EQ((Lines{"text1 'x'"}), text.lines);
+}
+
+// Inside a run nothing can be waited for: what exists is reported.
+TEST(Traverser, DuringARun) {
+  Content content(0, 6);
+  content.host.stepsPerRun = 1;
+  Walk walk{content.host.events};
+  content.host.then([&] { return content.walk(walk), ARB_OK; });
+  while (ArbDocumentReadAhead(content.host.document) == ARB_OK) {
+  }
+  EXPECT_EQ((Lines{"start root", "attributes root", "/attributes root", "enter root", "start e", "attributes e",
+                   "e 4018001=1 11", "e 37018002=2 22", "e fc018004=ff 44", "/attributes e", "enter e", "text1 'x'",
+                   "start f", "enter f", "text3 ''", "end f", "end e", "end root"}),
+            walk.lines);
+}
+
+// A callback that breaks the rule and releases a node ends that node's child list early, and nothing else.
+TEST(Traverser, AReleasedNodeEndsItsList) {
+  Content content;
+  Walk walk{content.host.events};
+  walk.during = [&](ArbNode* node) {
+    if (walk.lines.back() == "end f") {
+      EXPECT_EQ(ARB_OK, ArbNodeConsumerRelease(node));
+    }
+  };
+  content.walk(walk);
+  Lines expected = Content::whole();
+  expected.erase(std::find(expected.begin(), expected.end(), "text4 'y'"));
+  EXPECT_EQ(expected, walk.lines);
+}
+
+// The host abandons in the middle: the exception passes through the walk, and the next walk finds the document whole.
+TEST(Traverser, ABailOutInTheMiddle) {
+  std::uint32_t bailOuts = 0;
+  for (std::size_t at = 1; at < Content::whole().size(); ++at) {
+    Content content;
+    content.host.stepsPerRun = 1;
+    StatusAnswer answer(0);
+    Walk walk{content.host.events};
+    walk.during = [&](ArbNode*) { answer.set(walk.lines.size() == at ? 20 : 0); };
+    try {
+      content.walk(walk);
+      EXPECT_EQ(Content::whole(), walk.lines) << "no run after this callback attached a node";
+    } catch (const BaseBailOutException& bailOut) {
+      ++bailOuts;
+      EXPECT_EQ(20u, bailOut.code);
+      EXPECT_EQ(at, walk.lines.size());
+    }
+    answer.set(0);
+    Walk again{content.host.events};
+    content.walk(again);
+    EXPECT_EQ(Content::whole(), again.lines) << at;
+  }
+  EXPECT_EQ(6u, bailOuts) << "seven runs attach a node; two of them are made by one wait";
+}
+
+struct Counts {
+  std::uint32_t starts = 0, ends = 0, depth = 0, deepest = 0;
+  static std::uint32_t ARB_CALL onStart(ArbNode*, std::uint32_t, void* self) {
+    auto& counts = *static_cast<Counts*>(self);
+    counts.deepest = std::max(counts.deepest, ++counts.depth);
+    return ++counts.starts;
+  }
+  static std::uint32_t ARB_CALL onEnd(ArbNode*, std::uint32_t, void* self) {
+    auto& counts = *static_cast<Counts*>(self);
+    --counts.depth;
+    return ++counts.ends;
+  }
+};
+
+// A million levels, made while they are walked. No level takes stack or memory of the walk's own.
+TEST(Traverser, AMillionLevelsWhileTheyAreProduced) {
+  constexpr std::uint32_t kLevels = 1'000'000;
+  constexpr std::uint32_t kChunk = 4000;
+  Host host;
+  ArbTree* const tree = host.makeTree();
+  ArbNode* lowest = rootOf(tree);
+  for (std::uint32_t chunk = 0; chunk < kLevels / kChunk; ++chunk) {
+    host.then([&] {
+      for (std::uint32_t i = 0; i < kChunk; ++i) {
+        ArbNode* child = nullptr;
+        if (ArbTreeCreateNode(tree, elementId(1), nullptr, &child) != ARB_OK) return ARB_ERR_NOMEMORY;
+        if (ArbNodeAppendChild(lowest, child) != ARB_OK) return ARB_ERR_BADARG;
+        if (ArbNodeProducerDone(lowest) != ARB_OK) return ARB_ERR_BADARG;
+        lowest = child;
+      }
+      return kPause;
+    });
+  }
+  Counts counts;
+  ArbTraverserCallbacks callbacks{};
+  callbacks.startElement = Counts::onStart;
+  callbacks.endElement = Counts::onEnd;
+  onSmallStack([&] { EXPECT_EQ(kLevels + 1, ArbDocumentOrderTraverser(rootOf(tree), &callbacks, &counts)); });
+  EXPECT_EQ(kLevels + 1, counts.starts);
+  EXPECT_EQ(kLevels + 1, counts.deepest);
+  EXPECT_EQ(0u, counts.depth);
+  EXPECT_EQ(kLevels / kChunk + 1, host.runs.size());
+  onSmallStack([&] { host.destroy(); });
+}
+
+}  // namespace
+}  // namespace arbtree::test

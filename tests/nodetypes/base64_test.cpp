@@ -1,0 +1,285 @@
+// Base64 text against independent encoders and decoders: coreutils where there is one, and the plain bit string.
+#include "nodetypes/base64.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "platform/heap.h"
+#include "support/host.h"
+#include "support/seed.h"
+
+namespace arbtree::test {
+namespace {
+
+using Bytes = std::vector<std::uint8_t>;
+
+// Fills words at a time: the large test would wait for anything slower.
+Bytes randomBytes(std::size_t count, std::mt19937& random) {
+  std::uint64_t state = std::uint64_t{random()} << 32 | random() | 1;
+  Bytes bytes(count + sizeof state);
+  for (std::size_t at = 0; at < count; at += sizeof state) {
+    state ^= state << 13, state ^= state >> 7, state ^= state << 17;
+    std::memcpy(&bytes[at], &state, sizeof state);
+  }
+  bytes.resize(count);
+  return bytes;
+}
+
+const std::string kAlphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+
+// The bytes as one string of bits, cut into sixes; a line feed behind each 64 units.
+std::u16string encodedPlainly(const Bytes& bytes) {
+  std::string bits;
+  for (const std::uint8_t byte : bytes) {
+    for (int bit = 7; bit >= 0; --bit) bits += static_cast<char>(byte >> bit & 1);
+  }
+  std::u16string units;
+  while (bits.size() % 6 != 0) bits += '\0';
+  for (std::size_t i = 0; i < bits.size(); i += 6) {
+    std::size_t value = 0;
+    for (std::size_t b = 0; b < 6; ++b) value = value * 2 + static_cast<std::size_t>(bits[i + b]);
+    units += static_cast<char16_t>(kAlphabet[value]);
+  }
+  while (units.size() % 4 != 0) units += u'=';
+  std::u16string text;
+  for (std::size_t i = 0; i < units.size(); ++i) {
+    text += units[i];
+    if (i % 64 == 63) text += u'\n';
+  }
+  return text;
+}
+
+// What DecodeBase64 has to answer and to store; nothing is said about the buffer behind `bytes`.
+struct Decoded {
+  std::uint32_t result;
+  Bytes bytes;
+};
+
+Decoded decodedPlainly(const std::u16string& text, std::uint32_t capacity) {
+  std::vector<std::size_t> values;
+  Bytes bytes;
+  std::size_t at = 0;
+  while (at < text.size()) {
+    values.clear();
+    for (; at < text.size() && values.size() < 4; ++at) {
+      const std::size_t value = text[at] < 128 ? kAlphabet.find(static_cast<char>(text[at])) : std::string::npos;
+      if (value != std::string::npos) values.push_back(value);
+    }
+    for (std::size_t i = 0; i + 1 < values.size(); ++i) {
+      const std::size_t pair = values[i] << 6 | values[i + 1];
+      bytes.push_back(static_cast<std::uint8_t>(pair >> (4 - 2 * i)));
+    }
+    if (bytes.size() >= capacity) {
+      bytes.resize(capacity);
+      return {0xFFFFFFFF, bytes};
+    }
+  }
+  return {static_cast<std::uint32_t>(bytes.size()), bytes};
+}
+
+class Base64 : public testing::Test {
+ protected:
+  std::u16string encode(const Bytes& bytes) {
+    const auto count = static_cast<std::uint32_t>(bytes.size());
+    EXPECT_EQ(ARB_OK, ArbEncodedBytesNodeSetValue(node, bytes.data(), count, 0, ARB_ENCODING_BASE64));
+    const char16_t* text = nullptr;
+    std::uint32_t length = 0;
+    EXPECT_EQ(ARB_OK, ArbAbstractTextNodeGetValue(node, &text, &length));
+    if (!text) return {};
+    EXPECT_EQ(0, text[length]);
+    return {text, length};
+  }
+  static Bytes decode(const std::u16string& text) {
+    Bytes bytes(text.size() + 1);
+    const auto units = static_cast<std::uint32_t>(text.size());
+    bytes.resize(DecodeBase64(text.data(), units, bytes.data(), static_cast<std::uint32_t>(bytes.size())));
+    return bytes;
+  }
+
+  Host host;
+  ArbTree* const tree = host.makeTree();
+  ArbNode* const node = host.append(rootOf(tree), "bytes", ARB_ELEM_ENCODED_BYTES);
+  std::mt19937 random{testSeed()};
+};
+
+TEST_F(Base64, EveryLengthUpToAThousand) {
+  for (std::size_t count = 0; count <= 1000; ++count) {
+    const Bytes bytes = randomBytes(count, random);
+    const std::u16string text = encode(bytes);
+    ASSERT_EQ(encodedPlainly(bytes), text) << count;
+    ASSERT_EQ(bytes, decode(text)) << count;
+  }
+}
+
+TEST_F(Base64, Examples) {
+  const auto of = [&](const std::string& text) { return encode(Bytes(text.begin(), text.end())); };
+  EXPECT_EQ(u"", of(""));
+  EXPECT_EQ(u"YQ==", of("a"));
+  EXPECT_EQ(u"YWI=", of("ab"));
+  EXPECT_EQ(u"YWJj", of("abc"));
+  EXPECT_EQ(std::u16string(64, u'A') + u"\n", of(std::string(48, '\0')));
+  EXPECT_EQ(std::u16string(64, u'A') + u"\nAA==", of(std::string(49, '\0')));
+}
+
+#ifdef __linux__
+
+// A folder of its own, gone with the test.
+class Folder {
+ public:
+  Folder() {
+    std::string name = (std::filesystem::temp_directory_path() / "arbtree-base64-XXXXXX").string();
+    EXPECT_NE(nullptr, mkdtemp(name.data()));
+    path_ = name;
+  }
+  ~Folder() { std::filesystem::remove_all(path_); }
+  Folder(const Folder&) = delete;
+  Folder& operator=(const Folder&) = delete;
+  std::filesystem::path write(const std::string& name, const Bytes& bytes) const {
+    std::ofstream file(path_ / name, std::ios::binary);
+    file.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+    EXPECT_TRUE(file.good());
+    return path_ / name;
+  }
+  const std::filesystem::path& path() const { return path_; }
+
+ private:
+  std::filesystem::path path_;
+};
+
+// The output of a shell command.
+std::string outputOf(const std::string& command) {
+  std::string output;
+  FILE* const pipe = popen(command.c_str(), "r");
+  if (!pipe) return "no pipe";
+  static char buffer[1 << 16];
+  for (std::size_t got; (got = fread(buffer, 1, sizeof buffer, pipe)) > 0;) output.append(buffer, got);
+  EXPECT_EQ(0, pclose(pipe));
+  return output;
+}
+
+// Coreutils ends the last line too when it is not full.
+void dropFeedOfPartLine(std::string& text) {
+  if (text.size() % 65 != 0) text.pop_back();
+}
+
+TEST_F(Base64, AgreesWithCoreutilsOnEveryLengthUpToAThousand) {
+  const Folder folder;
+  std::vector<Bytes> inputs;
+  for (std::size_t count = 0; count <= 1000; ++count) {
+    inputs.push_back(randomBytes(count, random));
+    folder.write(std::to_string(count), inputs.back());
+  }
+  const std::string all = outputOf("cd '" + folder.path().string() +
+                                   "' && i=0; while [ $i -le 1000 ]; do base64 -w 64 $i; printf .; i=$((i+1)); done");
+  std::size_t at = 0;
+  for (const Bytes& bytes : inputs) {
+    const std::size_t end = all.find('.', at);
+    ASSERT_NE(std::string::npos, end);
+    std::string expected = all.substr(at, end - at);
+    dropFeedOfPartLine(expected);
+    at = end + 1;
+    ASSERT_EQ(std::u16string(expected.begin(), expected.end()), encode(bytes)) << bytes.size();
+  }
+  EXPECT_EQ(all.size(), at);
+}
+
+TEST_F(Base64, AgreesWithCoreutilsOnAHundredMegabytes) {
+  const Folder folder;
+  const Bytes bytes = randomBytes(100'000'000, random);
+  const std::filesystem::path file = folder.write("large", bytes);
+  std::string expected = outputOf("base64 -w 64 '" + file.string() + "'");
+  dropFeedOfPartLine(expected);
+  std::filesystem::remove(file);
+  const std::u16string text = encode(bytes);
+  ASSERT_EQ(expected.size(), text.size());
+  EXPECT_TRUE(std::equal(expected.begin(), expected.end(), text.begin()));
+  expected = {};
+  EXPECT_TRUE(bytes == decode(text));
+}
+
+#endif
+
+// Counts whose text does not fit in 32 bits are refused before a byte is read; the others when there is no memory.
+TEST_F(Base64, HugeCountsAreAnsweredWithAStatus) {
+  const std::uint8_t byte = 0;
+  for (const std::uint32_t count : {0xC0000000u, 0xFFFFFFFDu, 0xFFFFFFFEu, 0xFFFFFFFFu}) {
+    encode({1, 2, 3});
+    EXPECT_EQ(ARB_ERR_NOMEMORY, ArbEncodedBytesNodeSetValue(node, &byte, count, 5, ARB_ENCODING_BASE64)) << count;
+    EXPECT_EQ(nullptr, reinterpret_cast<ArbEncodedBytesNode*>(node)->text);
+    EXPECT_EQ(0u, reinterpret_cast<ArbEncodedBytesNode*>(node)->textLength);
+  }
+  for (const std::uint32_t count : {0x12492493u, 0x7FFFFFFFu, 0x80000000u, 0xFFFFFFFEu, 0xFFFFFFFFu}) {
+    for (const std::uint32_t encoding : {ARB_ENCODING_UTF16, ARB_ENCODING_BASE64, ARB_ENCODING_RAW8}) {
+      for (const std::uint32_t flags : {0u, ARB_BYTES_SWAP_ORDER | ARB_BYTES_UNITS16}) {
+        encode({1, 2, 3});
+        const std::uint64_t live = heap::testing::liveBlocks();
+        heap::testing::failAllocation(1, true);
+        EXPECT_EQ(ARB_ERR_NOMEMORY, ArbEncodedBytesNodeSetValueEx(node, &byte, count, 5, encoding, flags));
+        heap::testing::stopFailing();
+        EXPECT_EQ(nullptr, reinterpret_cast<ArbEncodedBytesNode*>(node)->text);
+        EXPECT_EQ(live - 1, heap::testing::liveBlocks());
+      }
+    }
+  }
+}
+
+TEST_F(Base64, TheBufferHoldsTheTextForEveryCount) {
+  EXPECT_EQ(34u, base64::capacityFor(0));
+  EXPECT_EQ(162u, base64::capacityFor(100));
+  EXPECT_EQ(6012954242u, base64::capacityFor(0xFFFFFFFF));
+  EXPECT_EQ(69u, base64::encodedLength(49));
+  for (int i = 0; i < 100'000; ++i) {
+    const std::uint32_t count = static_cast<std::uint32_t>(random()) >> (random() % 32);
+    ASSERT_GE(base64::capacityFor(count), base64::encodedLength(count)) << count;
+  }
+}
+
+TEST_F(Base64, DecodingSkipsWhatIsNoDigit) {
+  struct Row {
+    std::u16string text;
+    std::string bytes;
+  };
+  for (const Row& row : {Row{u"YWJj", "abc"}, Row{u"YW Jj\n", "abc"}, Row{u"YWJj====", "abc"}, Row{u"YW", "a"},
+                         Row{u"YWI", "ab"}, Row{u"Y", ""}, Row{u"YWJjZ", "abc"}, Row{u"YQ==YWJj", "a\x06\x16&"},
+                         Row{u"====", ""}, Row{u"", ""}, Row{u"Y\x0159W\xFF21J\x0080j", "abc"}, Row{u"-_@[`{", ""},
+                         Row{std::u16string(u"Y\0W", 3), "a"}, Row{u"++//", "\xFB\xEF\xFF"}}) {
+    EXPECT_EQ(Bytes(row.bytes.begin(), row.bytes.end()), decode(row.text)) << row.bytes;
+  }
+  EXPECT_EQ(0u, DecodeBase64(nullptr, 0, nullptr, 0));
+  std::uint8_t byte = 7;
+  EXPECT_EQ(0u, DecodeBase64(u"YWJj", 0, &byte, 0)) << "no text at all, even without room";
+  EXPECT_EQ(0xFFFFFFFF, DecodeBase64(u"=", 1, &byte, 0));
+  EXPECT_EQ(0xFFFFFFFF, DecodeBase64(u"Y", 1, &byte, 0));
+  EXPECT_EQ(7, byte);
+}
+
+// Texts of digits and others, and capacities on both sides of what they give.
+TEST_F(Base64, DecodingAgreesWithTheGroupsWrittenOutAtEveryCapacity) {
+  const std::u16string others = u"=\n \t-_.\x7F\x80\x0141\xFF41";
+  for (int i = 0; i < 3000; ++i) {
+    std::u16string text(random() % 40, u'\0');
+    for (char16_t& unit : text) {
+      unit = random() % 4 == 0 ? others[random() % others.size()] : static_cast<char16_t>(kAlphabet[random() % 64]);
+    }
+    for (std::uint32_t capacity = 0; capacity <= 32; ++capacity) {
+      std::uint8_t buffer[33];
+      std::fill(std::begin(buffer), std::end(buffer), std::uint8_t{0xEE});
+      const Decoded expected = text.empty() ? Decoded{0, {}} : decodedPlainly(text, capacity);
+      ASSERT_EQ(expected.result, DecodeBase64(text.data(), static_cast<std::uint32_t>(text.size()), buffer, capacity));
+      ASSERT_TRUE(std::equal(expected.bytes.begin(), expected.bytes.end(), buffer));
+      ASSERT_TRUE(std::all_of(buffer + capacity, std::end(buffer), [](std::uint8_t b) { return b == 0xEE; }));
+    }
+  }
+}
+
+}  // namespace
+}  // namespace arbtree::test

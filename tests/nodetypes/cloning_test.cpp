@@ -1,0 +1,355 @@
+// Copies of nodes and subtrees: what they carry, where they can be made, what is announced, and what failures leave.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <memory>
+#include <string>
+
+#include "platform/heap.h"
+#include "support/attribute_kinds.h"
+#include "support/host.h"
+#include "support/small_stack.h"
+#include "tree/tree.h"
+
+namespace arbtree::test {
+namespace {
+
+class Cloning : public testing::Test {
+ protected:
+  Cloning() {
+    addAttributeKinds(tree);
+    EXPECT_EQ(ARB_STATUS_END, ArbDocumentReadAhead(host.document));
+  }
+  static ArbNode* clone(ArbNode* node, ArbTree* target) {
+    ArbNode* copy = nullptr;
+    EXPECT_EQ(ARB_OK, ArbNodeClone(node, target, &copy));
+    EXPECT_NE(nullptr, copy);
+    return copy;
+  }
+  static ArbNode* cloneSubtree(ArbNode* node, ArbTree* target) {
+    ArbNode* copy = nullptr;
+    EXPECT_EQ(ARB_OK, ArbNodeCloneSubtree(node, target, &copy));
+    EXPECT_NE(nullptr, copy);
+    return copy;
+  }
+  // A node of every kind with a value, all marks and identifiers, and metadata.
+  ArbNode* sample(std::uint32_t id) {
+    ArbNode* const node = host.append(rootOf(tree), "source", id);
+    if (id == ARB_ELEM_ENCODED_BYTES) {
+      EXPECT_EQ(ARB_OK, ArbEncodedBytesNodeSetValueEx(node, "\1\2\3", 3, 5, ARB_ENCODING_RAW8, 0x22));
+    } else if (id == ARB_ELEM_EXTERNAL_REFERENCE) {
+      auto& record = *reinterpret_cast<ArbExternalReferenceNode*>(node);
+      record.target = asChild(tree);
+      record.entityName[0] = u'n';
+    } else if (node->nodeType->typeFlags & ARB_TYPE_ATTR_FUNCTIONS && id != kAttributeKind) {
+      EXPECT_EQ(ARB_OK, ArbAbstractTextNodeSetValue(node, u"a\0b", 3));
+    } else if (id == plainKind(5)) {
+      std::memcpy(areaOf(node), "12345", 5);
+    }
+    EXPECT_EQ(ARB_OK, ArbNodeSetMetadata(node, 1, "1234", 4));
+    EXPECT_EQ(ARB_OK, ArbNodeSetMetadata(node, 2, "longer value", 12));
+    EXPECT_EQ(ARB_OK, ArbNodeSetSeparateStream(node));
+    EXPECT_EQ(ARB_OK, ArbNodeSetSkipIfEmpty(node));
+    EXPECT_EQ(ARB_OK, ArbNodeCreateID(node));
+    host.append(node, "child");
+    EXPECT_EQ(ARB_OK, ArbNodeProducerDone(node));
+    return node;
+  }
+
+  Host host;
+  ArbTree* const tree = host.makeTree();
+};
+
+void expectMetadata(ArbNode* node, std::uint32_t key, const std::string& value) {
+  char buffer[32] = {};
+  std::uint32_t size = sizeof buffer;
+  EXPECT_EQ(ARB_OK, ArbNodeGetMetadata(node, key, buffer, &size)) << key;
+  EXPECT_EQ(value, std::string(buffer, size));
+}
+
+// Into the own tree (named and as null), another tree, and another document.
+TEST_F(Cloning, ACopyCarriesValueAndMetadataAndNothingElse) {
+  for (const std::uint32_t id : {ARB_ELEM_TEXT, ARB_ELEM_TEXT_3, ARB_ELEM_TEXT_4, ARB_ELEM_ENCODED_BYTES,
+                                 ARB_ELEM_EXTERNAL_REFERENCE, elementId(1), kAttributeKind, plainKind(5)}) {
+    Host elsewhere;
+    EXPECT_EQ(ARB_STATUS_END, ArbDocumentReadAhead(elsewhere.document));
+    ArbTree* const targets[] = {nullptr, tree, host.makeTree(), elsewhere.makeTree()};
+    ArbNode* const node = sample(id);
+    for (ArbTree* const target : targets) {
+      SCOPED_TRACE(testing::Message() << std::hex << id << " to target " << (target ? target->child.id : 0));
+      if (target) addAttributeKinds(target);
+      ArbTree* const owner = target ? target : tree;
+      const std::uint32_t number = owner->child.document->nodeCounter;
+      ArbNode* const copy = clone(node, target);
+      EXPECT_EQ(owner, copy->tree);
+      EXPECT_EQ(number + 1, copy->number);
+      EXPECT_EQ(copy, resolve(copy->cell));
+      EXPECT_EQ(node->nodeType->elementId, copy->nodeType->elementId);
+      EXPECT_EQ(1u, ArbNodeAttributesAreEqual(node, copy));
+      EXPECT_EQ(0, copy->flags);
+      EXPECT_EQ(0, copy->flags2 & (ARB_NODE_SEPARATE_STREAM | ARB_NODE_SKIP_IF_EMPTY));
+      EXPECT_EQ(nullptr, copy->idString);
+      EXPECT_EQ(nullptr, copy->parentCell);
+      EXPECT_EQ(0u, copy->childCount);
+      expectMetadata(copy, 1, "1234");
+      expectMetadata(copy, 2, "longer value");
+      EXPECT_EQ(ARB_OK, ArbNodeSetMetadata(copy, 2, "other", 5));
+      expectMetadata(node, 2, "longer value");
+      EXPECT_EQ(1u, node->childCount);
+      EXPECT_EQ(ARB_OK, ArbNodeAppendChild(rootOf(owner), copy));
+    }
+  }
+}
+
+TEST_F(Cloning, EncodedBytesOfEveryEncoding) {
+  struct Row {
+    std::string bytes;
+    std::uint32_t encoding;
+  };
+  for (const Row& row :
+       {Row{"abcd", ARB_ENCODING_UTF16}, Row{"abc", ARB_ENCODING_BASE64}, Row{"abc", ARB_ENCODING_RAW8},
+        Row{"x", ARB_ENCODING_UTF16}, Row{"", ARB_ENCODING_RAW8}, Row{std::string("\0\0\0", 3), ARB_ENCODING_RAW8}}) {
+    SCOPED_TRACE(testing::Message() << row.bytes << " as " << row.encoding);
+    ArbNode* const node = host.append(rootOf(tree), "source", ARB_ELEM_ENCODED_BYTES);
+    const auto count = static_cast<std::uint32_t>(row.bytes.size());
+    EXPECT_EQ(ARB_OK, ArbEncodedBytesNodeSetValueEx(node, row.bytes.data(), count, 7, row.encoding, 0x60));
+    ArbNode* const copy = clone(node, nullptr);
+    const auto& from = *reinterpret_cast<ArbEncodedBytesNode*>(node);
+    const auto& to = *reinterpret_cast<ArbEncodedBytesNode*>(copy);
+    EXPECT_EQ(from.textLength, to.textLength);
+    EXPECT_EQ(7u, to.info);
+    EXPECT_EQ(row.encoding, to.encoding);
+    EXPECT_EQ(0u, to.encodingFlags);
+    EXPECT_EQ(from.text == nullptr, to.text == nullptr);
+    if (from.text) {
+      EXPECT_NE(from.text, to.text);
+      const std::size_t bytes = row.encoding == ARB_ENCODING_RAW8 ? from.textLength + 1 : 2 * from.textLength + 2;
+      EXPECT_EQ(0, std::memcmp(from.text, to.text, bytes));
+    }
+    EXPECT_EQ(ARB_OK, ArbNodeDestroy(copy));
+  }
+}
+
+// Present attributes are set one by one, in order; one whose id has the top byte 0x37 never is. Nothing else is copied.
+TEST_F(Cloning, AttributesGoThroughTheOperations) {
+  ArbNode* const node = host.append(rootOf(tree), "source", kAttributeKind);
+  for (std::uint32_t present = 0; present < 16; ++present) {
+    AttributeNode& source = asAttributes(node);
+    source = {source.node, present, {10, 11, 12, 13}, 99};
+    takeSetAttributes();
+    ArbNode* const copy = clone(node, nullptr);
+    std::vector<std::uint32_t> expected;
+    for (const std::uint32_t index : {0u, 2u, 3u}) {
+      if (present >> index & 1) expected.push_back(index);
+    }
+    EXPECT_EQ(expected, takeSetAttributes()) << present;
+    EXPECT_EQ(present & ~(1u << kUncopied), asAttributes(copy).present);
+    for (const std::uint32_t index : expected) EXPECT_EQ(10 + index, asAttributes(copy).values[index]);
+    EXPECT_EQ(0u, asAttributes(copy).unseen);
+    EXPECT_EQ(ARB_OK, ArbNodeDestroy(copy));
+  }
+}
+
+TEST_F(Cloning, ARootCanBeCopiedButLinkedNowhere) {
+  Host alone;
+  ArbTree* const other = alone.makeTree();
+  alone.append(alone.append(rootOf(other), "a"), "b");
+  for (const bool whole : {false, true}) {
+    ArbNode* const copy = whole ? cloneSubtree(rootOf(other), nullptr) : clone(rootOf(other), nullptr);
+    EXPECT_EQ(ARB_ELEM_ROOT, copy->nodeType->elementId);
+    EXPECT_TRUE(copy->flags & ARB_NODE_LINKED);
+    EXPECT_EQ(ARB_ERR_ATTACHED, ArbNodeAppendChild(rootOf(other), copy));
+    EXPECT_EQ(whole ? 1u : 0u, ArbNodeIsEqual(rootOf(other), copy));
+    EXPECT_EQ(ARB_OK, ArbNodeProducerReleaseSubtree(copy));
+    EXPECT_EQ(ARB_OK, ArbNodeConsumerReleaseSubtree(copy));
+  }
+}
+
+TEST_F(Cloning, RefusalsAreThoseOfMakingANode) {
+  ArbNode* const node = host.append(rootOf(tree), "n", plainKind(1));
+  ArbTree* const bare = host.makeTree();
+  ArbTree* const closed = host.makeTree();
+  addAttributeKinds(closed);
+  EXPECT_EQ(ARB_OK, ArbForestChildProducerDone(asChild(closed)));
+  ArbNode* copy = untouchedNode();
+  for (const auto call : {ArbNodeClone, ArbNodeCloneSubtree}) {
+    EXPECT_EQ(ARB_ERR_NOTFOUND, call(node, bare, &copy)) << "no factory";
+    EXPECT_EQ(ARB_ERR_LOCKED, call(node, closed, &copy));
+    {
+      const RefusingFactory refusing(0);
+      EXPECT_EQ(ARB_ERR_NOTFOUND, call(node, tree, &copy)) << "a factory that makes nothing";
+    }
+    EXPECT_EQ(ARB_ERR_BADARG, call(nullptr, tree, &copy));
+    EXPECT_EQ(ARB_ERR_BADARG, call(node, tree, nullptr));
+    EXPECT_EQ(untouchedNode(), copy);
+  }
+}
+
+// source: top(a(b c) d), copied as: each node announced when made, each linked when all below it is.
+class CloningSubtrees : public Cloning {
+ protected:
+  CloningSubtrees() {
+    a = host.append(top, "a", plainKind(2));
+    host.append(a, "b", plainKind(3));
+    host.append(a, "c", plainKind(4));
+    host.append(top, "d", plainKind(5));
+  }
+  void nameCopies() {
+    const char* const names[] = {"top'", "a'", "b'", "c'", "d'"};
+    for (std::uint32_t i = 0; i < 5; ++i) host.events.setName(host.document->nodeCounter + 1 + i, names[i]);
+  }
+
+  ArbNode* const top = host.append(rootOf(tree), "top", plainKind(1));
+  ArbNode* a = nullptr;
+};
+
+TEST_F(CloningSubtrees, AreMadeAndLinkedLikeARecursion) {
+  nameCopies();
+  host.record();
+  ArbNode* const copy = cloneSubtree(top, nullptr);
+  EXPECT_EQ((Lines{"created top'", "created a'", "created b'", "linked b'", "created c'", "linked c'", "linked a'",
+                   "created d'", "linked d'"}),
+            host.events.take());
+  EXPECT_EQ("top'(a'(b' c') d')", host.shape(copy));
+  EXPECT_EQ(1u, ArbNodeIsEqual(top, copy));
+  EXPECT_EQ(0, copy->flags) << "not linked";
+  EXPECT_EQ(ARB_NODE_LINKED, resolve(copy->firstChildCell)->flags) << "its list left open, and nothing done";
+  EXPECT_EQ(ARB_OK, ArbNodeAppendChild(a, copy)) << "also below its own source";
+  EXPECT_EQ("top(a(b c top'(a'(b' c') d')) d)", host.shape(top));
+}
+
+// What a callback sees in the middle: a node in no child list has no parent.
+TEST_F(CloningSubtrees, ACallbackSeesConsistentNodes) {
+  struct Seen {
+    std::vector<ArbNode*> made;
+    static std::uint32_t ARB_CALL onEvent(ArbDocument*, std::uint32_t event, void* argument, void* context) {
+      auto& seen = *static_cast<Seen*>(context);
+      if (event == ARB_EVENT_NODE_CREATED) seen.made.push_back(static_cast<ArbNode*>(argument));
+      for (ArbNode* const node : seen.made) {
+        EXPECT_EQ((node->flags & ARB_NODE_LINKED) != 0, node->parentCell != nullptr) << "node " << node->number;
+      }
+      return 0;
+    }
+  } seen;
+  EXPECT_EQ(ARB_OK, ArbDocumentRegisterCallback(host.document, Seen::onEvent, &seen));
+  ArbNode* const copy = cloneSubtree(top, nullptr);
+  EXPECT_EQ(5u, seen.made.size());
+  EXPECT_EQ(ARB_OK, ArbDocumentUnregisterCallback(host.document, Seen::onEvent));
+  EXPECT_EQ(ARB_OK, ArbNodeDestroy(copy));
+}
+
+// The factory gives out after so many nodes. Finished children are linked, and so are the copies on the way down.
+TEST_F(CloningSubtrees, FailingMidwayKeepWhatWasMade) {
+  const char* const shapes[] = {"top'", "top'(a')", "top'(a'(b'))", "top'(a'(b' c'))"};
+  for (std::uint32_t made = 1; made <= 4; ++made) {
+    const std::uint64_t live = liveAttributeNodes();
+    nameCopies();
+    ArbNode* copy = nullptr;
+    {
+      const RefusingFactory refusing(made);
+      EXPECT_EQ(ARB_ERR_NOTFOUND, ArbNodeCloneSubtree(top, nullptr, &copy));
+    }
+    ASSERT_NE(nullptr, copy);
+    EXPECT_EQ(shapes[made - 1], host.shape(copy));
+    EXPECT_EQ(0, copy->flags);
+    EXPECT_EQ(live + made, liveAttributeNodes());
+    EXPECT_EQ(ARB_OK, ArbNodeDestroy(copy));
+    EXPECT_EQ(live, liveAttributeNodes());
+  }
+  EXPECT_EQ("top(a(b c) d)", host.shape(top));
+}
+
+// Only what is linked now is copied: freed children are not.
+TEST_F(CloningSubtrees, FreedChildrenAreLeftOut) {
+  EXPECT_EQ(ARB_OK, ArbNodeProducerReleaseSubtree(a));
+  EXPECT_EQ(ARB_OK, ArbNodeConsumerReleaseSubtree(a));
+  EXPECT_EQ("top(d)", host.shape(top));
+  host.events.setName(host.document->nodeCounter + 1, "top'");
+  host.events.setName(host.document->nodeCounter + 2, "d'");
+  ArbNode* const copy = cloneSubtree(top, nullptr);
+  EXPECT_EQ("top'(d')", host.shape(copy));
+  EXPECT_EQ(1u, copy->childCount);
+  EXPECT_EQ(0u, ArbNodeIsEqual(top, copy)) << "the freed child counts in the source";
+  EXPECT_EQ(ARB_OK, ArbNodeDestroy(copy));
+}
+
+TEST_F(Cloning, AValueWithoutMemoryIsMissing) {
+  for (const std::uint32_t id : {ARB_ELEM_TEXT, ARB_ELEM_TEXT_4, ARB_ELEM_ENCODED_BYTES}) {
+    ArbNode* const node = sample(id);
+    const std::uint64_t live = heap::testing::liveBlocks();
+    std::uint32_t withoutValue = 0;
+    std::uint32_t whole = 0;
+    for (std::uint64_t n = 1; whole == 0; ++n) {
+      ArbNode* copy = nullptr;
+      heap::testing::failAllocation(n, false);
+      const ArbStatus status = ArbNodeClone(node, nullptr, &copy);
+      heap::testing::stopFailing();
+      EXPECT_EQ(status == ARB_OK, copy != nullptr) << n;
+      if (!copy) continue;
+      const auto& record = *reinterpret_cast<ArbTextNode*>(copy);
+      if (!record.text) {
+        ++withoutValue;
+        EXPECT_EQ(0u, record.textLength);
+        expectMetadata(copy, 2, "longer value");
+      }
+      if (!heap::testing::failureFired()) ++whole;
+      EXPECT_EQ(ARB_OK, ArbNodeDestroy(copy));
+    }
+    EXPECT_EQ(1u, withoutValue) << std::hex << id;
+    EXPECT_LE(heap::testing::liveBlocks(), live + 2) << "a record may be kept for the next node of its kind";
+  }
+}
+
+TEST(CloningDeep, AMillionLevels) {
+  constexpr std::uint32_t kLevels = 1'000'000;
+  const std::uint64_t live = liveElements();
+  Host source;
+  Host target;
+  ArbTree* const tree = source.makeTree();
+  ArbTree* const into = target.makeTree();
+  ArbNode* const top = source.make(tree, "top");
+  ArbNode* parent = top;
+  for (std::uint32_t level = 1; level < kLevels; ++level) {
+    ArbNode* child = nullptr;
+    ASSERT_EQ(ARB_OK, ArbTreeCreateNode(tree, elementId(level % 100), nullptr, &child));
+    ASSERT_EQ(ARB_OK, ArbNodeAppendChild(parent, child));
+    parent = child;
+  }
+  onSmallStack([&] {
+    ArbNode* copy = nullptr;
+    EXPECT_EQ(ARB_OK, ArbNodeCloneSubtree(top, into, &copy));
+    EXPECT_EQ(live + 2 * kLevels, liveElements());
+    EXPECT_EQ(1u, ArbNodeIsEqual(top, copy));
+    EXPECT_EQ(ARB_OK, ArbNodeDestroy(copy));
+    EXPECT_EQ(ARB_OK, ArbNodeDestroy(top));
+  });
+  EXPECT_EQ(live, liveElements());
+}
+
+// As deep, and the last node cannot be made: every copy hangs below the top copy.
+TEST_F(Cloning, AMillionLevelsFailingAtTheLast) {
+  constexpr std::uint32_t kLevels = 1'000'000;
+  ArbNode* const top = host.make(tree, "top", plainKind(0));
+  ArbNode* parent = top;
+  for (std::uint32_t level = 1; level < kLevels; ++level) {
+    ArbNode* child = nullptr;
+    ASSERT_EQ(ARB_OK, ArbTreeCreateNode(tree, plainKind(0), nullptr, &child));
+    ASSERT_EQ(ARB_OK, ArbNodeAppendChild(parent, child));
+    parent = child;
+  }
+  const std::uint64_t live = liveAttributeNodes();
+  onSmallStack([&] {
+    ArbNode* copy = nullptr;
+    {
+      const RefusingFactory refusing(kLevels - 1);
+      EXPECT_EQ(ARB_ERR_NOTFOUND, ArbNodeCloneSubtree(top, nullptr, &copy));
+    }
+    EXPECT_EQ(live + kLevels - 1, liveAttributeNodes());
+    EXPECT_EQ(ARB_OK, ArbNodeDestroy(copy));
+    EXPECT_EQ(live, liveAttributeNodes());
+    EXPECT_EQ(ARB_OK, ArbNodeDestroy(top));
+  });
+}
+
+}  // namespace
+}  // namespace arbtree::test

@@ -1,0 +1,220 @@
+// Equality and hashing of nodes and subtrees, against the same questions asked recursively.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "support/attribute_kinds.h"
+#include "support/host.h"
+#include "support/seed.h"
+#include "support/small_stack.h"
+
+namespace arbtree::test {
+namespace {
+
+std::vector<ArbNode*> childrenOf(const ArbNode* node) {
+  std::vector<ArbNode*> children;
+  for (ArbNode* child = resolve(node->firstChildCell); child; child = resolve(child->nextSiblingCell)) {
+    children.push_back(child);
+  }
+  return children;
+}
+
+bool hasFunctions(const ArbNode* node) { return (node->nodeType->typeFlags & ARB_TYPE_ATTR_FUNCTIONS) != 0; }
+
+bool plainlyEqual(ArbNode* a, ArbNode* b) {
+  if (a == b) return true;
+  if (a->nodeType->elementId != b->nodeType->elementId || a->childCount != b->childCount) return false;
+  const std::size_t area = a->size - sizeof(ArbNode);
+  if (hasFunctions(a) ? !a->nodeType->isEqual(a, b) : std::memcmp(areaOf(a), areaOf(b), area) != 0) return false;
+  const std::vector<ArbNode*> left = childrenOf(a);
+  const std::vector<ArbNode*> right = childrenOf(b);
+  for (std::size_t i = 0; i < std::min(left.size(), right.size()); ++i) {
+    if (!plainlyEqual(left[i], right[i])) return false;
+  }
+  return true;
+}
+
+std::uint32_t plainHash(ArbNode* node) {
+  std::uint32_t hash = node->childCount ^ node->nodeType->elementId;
+  if (hasFunctions(node)) {
+    hash ^= node->nodeType->hash(node);
+  } else {
+    std::vector<std::uint8_t> area(areaOf(node), areaOf(node) + node->size - sizeof(ArbNode));
+    const std::size_t words = area.size() / 4 * 4;
+    for (std::size_t i = 0; i < words; ++i) hash ^= static_cast<std::uint32_t>(area[i]) << (8 * (i % 4));
+    for (std::size_t i = words; i < area.size(); ++i) hash ^= area[i];
+  }
+  for (ArbNode* const child : childrenOf(node)) hash ^= plainHash(child);
+  return hash;
+}
+
+class Equality : public testing::Test {
+ protected:
+  Equality() { addAttributeKinds(tree); }
+  ArbNode* text(ArbNode* parent, const std::u16string& value) {
+    ArbNode* const node = host.append(parent, "t", ARB_ELEM_TEXT);
+    EXPECT_EQ(ARB_OK, ArbAbstractTextNodeSetValue(node, value.data(), static_cast<std::uint32_t>(value.size())));
+    return node;
+  }
+  ArbNode* plain(ArbNode* parent, const std::string& area) {
+    ArbNode* const node = host.append(parent, "p", plainKind(static_cast<std::uint32_t>(area.size())));
+    std::copy(area.begin(), area.end(), areaOf(node));
+    return node;
+  }
+
+  Host host{1};
+  ArbTree* const tree = host.makeTree();
+  ArbNode* const root = rootOf(tree);
+};
+
+TEST_F(Equality, OfSingleNodes) {
+  ArbNode* const abc = text(root, u"abc");
+  EXPECT_EQ(1u, ArbNodeIsEqual(abc, abc));
+  EXPECT_EQ(1u, ArbNodeIsEqual(nullptr, nullptr));
+  EXPECT_EQ(0u, ArbNodeIsEqual(abc, nullptr));
+  EXPECT_EQ(0u, ArbNodeIsEqual(nullptr, abc));
+  EXPECT_EQ(1u, ArbNodeIsEqual(abc, text(root, u"abc")));
+  EXPECT_EQ(ArbNodeHashCode(abc), ArbNodeHashCode(text(root, u"abc")));
+  EXPECT_EQ(0u, ArbNodeIsEqual(abc, text(root, u"abd")));
+  ArbNode* const other = host.append(root, "t", ARB_ELEM_TEXT_3);
+  EXPECT_EQ(ARB_OK, ArbAbstractTextNodeSetValue(other, u"abc", 3));
+  EXPECT_EQ(0u, ArbNodeIsEqual(abc, other)) << "kinds differ";
+  EXPECT_EQ(0u, ArbNodeAttributesAreEqual(abc, nullptr));
+  EXPECT_EQ(0u, ArbNodeAttributesAreEqual(nullptr, nullptr));
+  EXPECT_EQ(0u, ArbNodeHashCode(nullptr));
+}
+
+// Everything about a node that is no value leaves equality and hash alone.
+TEST_F(Equality, IdentifiersMarksAndMetadataPlayNoPart) {
+  ArbNode* const a = text(root, u"abc");
+  ArbNode* const b = text(root, u"abc");
+  ArbString* name = nullptr;
+  EXPECT_EQ(ARB_OK, ArbDocumentCreateString(host.document, u"b", &name));
+  EXPECT_EQ(ARB_OK, ArbNodeSetIDString(b, name));
+  EXPECT_EQ(ARB_OK, ArbNodeSetSeparateStream(b));
+  EXPECT_EQ(ARB_OK, ArbNodeSetMetadata(b, 1, "long value", 10));
+  EXPECT_EQ(ARB_OK, ArbNodeProducerDone(b));
+  EXPECT_EQ(1u, ArbNodeIsEqual(a, b));
+  EXPECT_EQ(ArbNodeHashCode(a), ArbNodeHashCode(b));
+}
+
+// A plain area counts byte by byte; an area with functions counts as they say.
+TEST_F(Equality, OfAttributeAreas) {
+  const std::string bytes = "0123456789";
+  for (std::size_t size = 0; size <= bytes.size(); ++size) {
+    ArbNode* const a = plain(root, bytes.substr(0, size));
+    ArbNode* const b = plain(root, bytes.substr(0, size));
+    EXPECT_EQ(1u, ArbNodeAttributesAreEqual(a, b)) << size;
+    EXPECT_EQ(plainHash(a), ArbNodeHashCode(a)) << size;
+    for (std::size_t at = 0; at < size; ++at) {
+      areaOf(b)[at] ^= 0x80;
+      EXPECT_EQ(0u, ArbNodeAttributesAreEqual(a, b)) << at << " of " << size;
+      EXPECT_EQ(0u, ArbNodeIsEqual(a, b)) << at << " of " << size;
+      EXPECT_EQ(plainHash(b), ArbNodeHashCode(b)) << at << " of " << size;
+      areaOf(b)[at] ^= 0x80;
+    }
+  }
+  ArbNode* const a = host.append(root, "a", kAttributeKind);
+  ArbNode* const b = host.append(root, "b", kAttributeKind);
+  asAttributes(b).unseen = 9;
+  asAttributes(b).values[2] = 5;
+  EXPECT_EQ(1u, ArbNodeAttributesAreEqual(a, b)) << "the operation does not see the difference";
+  EXPECT_EQ(ArbNodeHashCode(a), ArbNodeHashCode(b));
+  EXPECT_EQ(kAttributeKind ^ a->nodeType->hash(a), ArbNodeHashCode(a));
+  asAttributes(b).present = 4;
+  EXPECT_EQ(0u, ArbNodeAttributesAreEqual(a, b));
+  EXPECT_EQ(0u, ArbNodeIsEqual(a, b));
+  EXPECT_NE(ArbNodeHashCode(a), ArbNodeHashCode(b));
+}
+
+TEST_F(Equality, OfChildren) {
+  ArbNode* const ab = host.append(root, "ab");
+  text(ab, u"a"), text(ab, u"b");
+  ArbNode* const ba = host.append(root, "ba");
+  text(ba, u"b"), text(ba, u"a");
+  EXPECT_EQ(0u, ArbNodeIsEqual(ab, ba));
+  EXPECT_EQ(ArbNodeHashCode(ab), ArbNodeHashCode(ba));
+  ArbNode* const twice = host.append(root, "bb", plainKind(4));
+  std::copy_n("\x01\x02\x03\x04", 4, areaOf(twice));
+  text(twice, u"b"), text(twice, u"b");
+  EXPECT_EQ(2u ^ plainKind(4) ^ 0x04030201, ArbNodeHashCode(twice)) << "equal children cancel out";
+  ArbNode* const one = host.append(root, "one");
+  text(one, u"a");
+  EXPECT_EQ(0u, ArbNodeIsEqual(ab, one));
+  // A freed child still counts, but has no pair: the comparison ends with the shorter list.
+  EXPECT_EQ(ARB_OK, ArbNodeProducerRelease(resolve(ab->firstChildCell)));
+  EXPECT_EQ(2u, ab->childCount);
+  EXPECT_EQ(1u, ArbNodeIsEqual(ab, ba)) << "b is left of both a b";
+  EXPECT_EQ(0u, ArbNodeIsEqual(ab, one));
+  EXPECT_EQ(plainHash(ab), ArbNodeHashCode(ab));
+}
+
+// Small random subtrees of all kinds of areas, many of them equal, some with freed children.
+TEST_F(Equality, RandomSubtreesAgreeWithTheRecursion) {
+  std::mt19937 random(testSeed());
+  std::vector<ArbNode*> tops;
+  for (int i = 0; i < 120; ++i) {
+    std::vector<ArbNode*> nodes = {tops.emplace_back(host.append(root, "top", elementId(1)))};
+    for (std::size_t size = random() % 6; size > 0; --size) {
+      ArbNode* const parent = nodes[random() % nodes.size()];
+      switch (random() % 4) {
+        case 0:
+          nodes.push_back(text(parent, random() % 2 ? u"x" : u""));
+          break;
+        case 1:
+          nodes.push_back(plain(parent, random() % 2 ? "12345" : "12346"));
+          break;
+        case 2:
+          nodes.push_back(host.append(parent, "k", kAttributeKind));
+          asAttributes(nodes.back()).present = random() % 2;
+          break;
+        default:
+          nodes.push_back(host.append(parent, "e", elementId(1)));
+      }
+    }
+    if (ArbNode* const first = resolve(tops.back()->firstChildCell); first && random() % 3 == 0) {
+      EXPECT_EQ(ARB_OK, ArbNodeProducerReleaseSubtree(first));
+    }
+  }
+  std::size_t equal = 0;
+  for (ArbNode* const a : tops) {
+    ASSERT_EQ(plainHash(a), ArbNodeHashCode(a));
+    for (ArbNode* const b : tops) {
+      ASSERT_EQ(plainlyEqual(a, b) ? 1u : 0u, ArbNodeIsEqual(a, b)) << host.shape(a) << " and " << host.shape(b);
+      if (a != b && plainlyEqual(a, b)) ++equal;
+    }
+  }
+  EXPECT_LT(100u, equal);
+  EXPECT_EQ(plainHash(root), ArbNodeHashCode(root));
+}
+
+TEST_F(Equality, AMillionLevels) {
+  constexpr std::uint32_t kLevels = 1'000'000;
+  ArbNode* tops[2] = {};
+  ArbNode* lowest[2] = {};
+  for (int i : {0, 1}) {
+    ArbNode* parent = tops[i] = host.make(tree, "top", plainKind(4));
+    for (std::uint32_t level = 1; level < kLevels; ++level) {
+      ArbNode* child = nullptr;
+      ASSERT_EQ(ARB_OK, ArbTreeCreateNode(tree, plainKind(4), nullptr, &child));
+      ASSERT_EQ(ARB_OK, ArbNodeAppendChild(parent, child));
+      parent = child;
+    }
+    lowest[i] = parent;
+  }
+  onSmallStack([&] {
+    EXPECT_EQ(1u, ArbNodeIsEqual(tops[0], tops[1]));
+    EXPECT_EQ(plainKind(4) ^ 1 ^ plainKind(4), ArbNodeHashCode(tops[0])) << "999,999 parents of one, and one leaf";
+    areaOf(lowest[1])[3] = 1;
+    EXPECT_EQ(0u, ArbNodeIsEqual(tops[0], tops[1]));
+    EXPECT_EQ(1u ^ 0x01000000, ArbNodeHashCode(tops[1]));
+    for (ArbNode* const top : tops) EXPECT_EQ(ARB_OK, ArbNodeDestroy(top));
+  });
+}
+
+}  // namespace
+}  // namespace arbtree::test

@@ -1,0 +1,177 @@
+// Interned strings: one record a text, the search tree of their links, comparing and hashing.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <map>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "support/host.h"
+#include "support/seed.h"
+
+namespace arbtree::test {
+namespace {
+
+// The unbalanced search tree, walked from its root for every text.
+class PlainTree {
+ public:
+  struct Entry {
+    std::u16string text;
+    std::uint32_t greater = 0, less = 0;
+  };
+  std::uint32_t request(const std::u16string& text) {
+    std::uint32_t at = 0;
+    while (!entries_.empty() && entries_[at].text != text) {
+      const bool greater = entries_[at].text < text;
+      const auto made = static_cast<std::uint32_t>(entries_.size());
+      std::uint32_t& link = greater ? entries_[at].greater : entries_[at].less;
+      if (link == 0) {
+        link = made;
+        entries_.push_back({text});
+        return made;
+      }
+      at = link;
+    }
+    if (entries_.empty()) entries_.push_back({text});
+    return at;
+  }
+  const std::vector<Entry>& entries() const { return entries_; }
+
+ private:
+  std::vector<Entry> entries_;
+};
+
+class Strings : public testing::Test {
+ protected:
+  ArbString* make(const std::u16string& text) { return make(host, text); }
+  static ArbString* make(Host& owner, const std::u16string& text) {
+    ArbString* string = nullptr;
+    EXPECT_EQ(ARB_OK, ArbDocumentCreateString(owner.document, text.c_str(), &string));
+    return string;
+  }
+  void expectSameAs(const PlainTree& model) {
+    const StringTable& table = host.document->strings;
+    ASSERT_EQ(model.entries().size(), table.count);
+    for (std::uint32_t i = 0; i < table.count; ++i) {
+      const PlainTree::Entry& entry = model.entries()[i];
+      const ArbString& string = *table.entries[i];
+      ASSERT_EQ(entry.text, string.text) << i;
+      ASSERT_EQ(entry.text.size(), string.length) << i;
+      ASSERT_EQ(entry.greater, string.greater) << i;
+      ASSERT_EQ(entry.less, string.less) << i;
+    }
+  }
+  void compareOn(const std::vector<std::u16string>& texts) {
+    PlainTree model;
+    for (const std::u16string& text : texts) {
+      const std::uint32_t index = model.request(text);
+      const ArbString* const string = make(text);
+      ASSERT_EQ(host.document->strings.entries[index], string);
+    }
+    expectSameAs(model);
+  }
+
+  Host host;
+  std::mt19937 random{testSeed()};
+};
+
+std::u16string chapter(std::uint32_t number) {
+  const std::string digits = std::to_string(number + 1'000'000);
+  return u"chapter" + std::u16string(digits.begin(), digits.end());
+}
+
+TEST_F(Strings, LinksOfAscendingTexts) {
+  std::vector<std::u16string> texts;
+  for (std::uint32_t i = 0; i < 2000; ++i) texts.push_back(chapter(i));
+  compareOn(texts);
+}
+
+TEST_F(Strings, LinksOfDescendingTextsEachAskedForTwice) {
+  std::vector<std::u16string> texts;
+  for (std::uint32_t i = 2000; i-- > 0;) texts.insert(texts.end(), 2, chapter(i));
+  compareOn(texts);
+}
+
+// Towards the middle from both ends: neighbours change with every text.
+TEST_F(Strings, LinksOfTextsFromBothEnds) {
+  std::vector<std::u16string> texts;
+  for (std::uint32_t i = 0; i < 1000; ++i) texts.push_back(chapter(i)), texts.push_back(chapter(4000 - i));
+  compareOn(texts);
+}
+
+TEST_F(Strings, LinksOfRandomTexts) {
+  const std::u16string units = u"ab\x01\x7F\x80\xD800\xDFFF\xFF41\xFFFF";
+  std::vector<std::u16string> texts(20'000);
+  for (std::u16string& text : texts) {
+    text.resize(random() % 6);
+    for (char16_t& unit : text) unit = units[random() % units.size()];
+  }
+  compareOn(texts);
+}
+
+TEST_F(Strings, OneRecordForOneText) {
+  const std::u16string text = u"name";
+  const std::u16string again = u"name";
+  ArbString* const string = make(text);
+  EXPECT_EQ(string, make(again));
+  EXPECT_EQ(text, string->text);
+  EXPECT_NE(text.data(), string->text);
+  EXPECT_EQ(nullptr, string->boundRef);
+  Host other;
+  EXPECT_NE(string, make(other, text)) << "every document has its own";
+  EXPECT_EQ(0, ArbStringCompare(string, make(other, text)));
+  EXPECT_EQ(1u, host.document->strings.count);
+  ArbString* answer = string;
+  EXPECT_EQ(ARB_ERR_BADARG, ArbDocumentCreateString(nullptr, u"a", &answer));
+  EXPECT_EQ(ARB_ERR_BADARG, ArbDocumentCreateString(host.document, nullptr, &answer));
+  EXPECT_EQ(ARB_ERR_BADARG, ArbDocumentCreateString(host.document, u"new", nullptr));
+  EXPECT_EQ(string, answer);
+  EXPECT_EQ(1u, host.document->strings.count);
+}
+
+TEST_F(Strings, TheTableGrowsByDoubling) {
+  EXPECT_EQ(0u, host.document->strings.capacity);
+  std::map<std::u16string, ArbString*> made;
+  for (std::uint32_t i = 0; i < 2049; ++i) {
+    made[chapter(i * 7919 % 2049)] = make(chapter(i * 7919 % 2049));
+    EXPECT_EQ(i < 1024 ? 1024u : i < 2048 ? 2048u : 4096u, host.document->strings.capacity) << i;
+  }
+  for (const auto& [text, string] : made) EXPECT_EQ(string, make(text));
+  EXPECT_EQ(2049u, host.document->strings.count);
+}
+
+TEST_F(Strings, Order) {
+  struct Row {
+    const char16_t *less, *greater;
+  };
+  for (const Row& row : {Row{u"ID10", u"ID2"}, Row{u"ab", u"abc"}, Row{u"a", u"\xFF41"}, Row{u"", u"a"},
+                         Row{u"\x7FFF", u"\x8000"}, Row{u"a\x8000", u"a\xFFFF"}, Row{u"\xD83D\xDE00", u"\xFF41"}}) {
+    ArbString* const less = make(row.less);
+    ArbString* const greater = make(row.greater);
+    EXPECT_EQ(-1, ArbStringCompare(less, greater));
+    EXPECT_EQ(1, ArbStringCompare(greater, less));
+    EXPECT_EQ(0, ArbStringCompare(less, less));
+    EXPECT_EQ(-1, ArbStringCompare(nullptr, less));
+    EXPECT_EQ(1, ArbStringCompare(less, nullptr));
+  }
+  EXPECT_EQ(0, ArbStringCompare(nullptr, nullptr));
+}
+
+TEST_F(Strings, HashesWrittenOut) {
+  struct Row {
+    std::u16string text;
+    std::uint32_t hash;
+  };
+  const std::u16string half(32768, u'x');
+  for (const Row& row : {Row{u"", 0}, Row{u"abc", 0x00620002}, Row{u"ab", 0x00620061}, Row{u"a", 0x61},
+                         Row{u"\x1234", 0x12 ^ 0x34}, Row{u"ab\x1234", 0x00620061 ^ 0x12 ^ 0x34}, Row{u"abab", 0},
+                         // Only (2 x length) modulo 65536 bytes count: none of 32768 units, two of 32769.
+                         Row{half, 0}, Row{u"a" + half, 0x61}, Row{u"ab" + half, 0x00620061}}) {
+    EXPECT_EQ(row.hash, ArbStringGetHashCode(make(row.text))) << row.text.size();
+  }
+  EXPECT_EQ(0u, ArbStringGetHashCode(nullptr));
+}
+
+}  // namespace
+}  // namespace arbtree::test

@@ -1,0 +1,69 @@
+"""The progress bar: shown on a terminal while the work goes on, taken away at its end, and shown nowhere else."""
+import json
+import os
+import pty
+import select
+import subprocess
+import sys
+import unittest
+
+sys.dont_write_bytecode = True
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "support"))
+from tool import ENVIRONMENT, TIMEOUT, TOOL  # noqa: E402
+
+BLOCK = b"<e>text</e>\n" * 1000
+
+
+class OnTerminal:
+    """The tool with its standard error on a terminal, fed through a pipe."""
+
+    def __init__(self, *options):
+        self.terminal, tools_end = pty.openpty()
+        self.process = subprocess.Popen([TOOL, *options, "-"], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+                                        stderr=tools_end, env=ENVIRONMENT)
+        os.close(tools_end)
+        self.shown = b""
+        self.process.stdin.write(b"<r>")
+
+    def feed(self):
+        self.process.stdin.write(BLOCK)
+        self.process.stdin.flush()
+        while select.select([self.terminal], [], [], 0)[0]:
+            self.shown += os.read(self.terminal, 4096)
+
+    def finish(self):
+        out = self.process.communicate(b"</r>", timeout=TIMEOUT)[0]
+        try:
+            while True:
+                self.shown += os.read(self.terminal, 4096)
+        except OSError:  # how a terminal says that its other end is closed
+            os.close(self.terminal)
+        assert self.process.returncode == 0
+        return out
+
+
+class Bar(unittest.TestCase):
+    def test_it_comes_and_goes(self):
+        shown = OnTerminal("stats", "--json")
+        blocks = 0
+        while b"MB read" not in shown.shown:
+            shown.feed()
+            blocks += 1
+        out = shown.finish()
+        self.assertEqual(1000 * blocks + 1, json.loads(out)["elements"])
+        self.assertTrue(shown.shown.endswith(b"\r\x1b[K"), shown.shown[-100:])
+
+        hidden = OnTerminal("stats", "--quiet")
+        for _ in range(2 * blocks):
+            hidden.feed()
+        hidden.finish()
+        self.assertEqual(b"", hidden.shown)
+
+    def test_work_that_is_short_shows_nothing(self):
+        tool = OnTerminal("xml")
+        tool.finish()
+        self.assertEqual(b"", tool.shown)
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)
