@@ -530,7 +530,7 @@ ARB_API ArbStatus ARB_CALL ArbDocumentSetMemoryLimit(ArbDocument *document, uint
  * that found no host context or a null entry.
  *
  * An exception that leaves the producer is caught, and its 32-bit code translated by the rtcore library; the result
- * counts as the producer's own. These are C++ exceptions and, on Windows, structured ones. RtCodedException
+ * counts as the producer's own. These are C++ exceptions (structured ones of Windows not yet). RtCodedException
  * (arbtree/rtcore.h) carries its code, every other C++ exception has a fixed one. The forced unwinding of thread
  * cancellation passes through instead, and the document is no longer running then.
  *

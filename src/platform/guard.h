@@ -1,8 +1,8 @@
 // The guard around the producer: nothing that the producer raises leaves a run except as a status.
 //
-// On Windows it catches structured exceptions and C++ exceptions, elsewhere C++ exceptions. A caught exception gives a
-// 32-bit code (RtCodedException its own, any other a fixed one) that rtcore turns into a status. The forced unwinding
-// of thread cancellation is not the producer's doing and passes through.
+// It catches C++ exceptions; structured exceptions of Windows are not caught yet. A caught exception gives a 32-bit
+// code (RtCodedException its own, any other a fixed one) that rtcore turns into a status. The forced unwinding of
+// thread cancellation is not the producer's doing and passes through.
 #ifndef ARBTREE_PLATFORM_GUARD_H
 #define ARBTREE_PLATFORM_GUARD_H
 
