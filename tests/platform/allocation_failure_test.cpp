@@ -2,36 +2,16 @@
 // leaks, what was refused has changed nothing, and the document can still be used and destroyed.
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <string>
 #include <vector>
 
 #include "platform/heap.h"
+#include "support/failing_heap.h"
 #include "support/host.h"
 #include "tree/cell_pool.h"
 
 namespace arbtree::test {
 namespace {
-
-// A scenario sets things up, calls arm(), does what may fail, and calls stopFailing(); what it checks afterwards must
-// hold with any failure. `least` is the number of allocations that must be reached.
-void failEveryAllocation(std::uint64_t least, const std::function<void(const std::function<void()>& arm)>& scenario) {
-  for (const bool forever : {false, true}) {
-    for (std::uint64_t n = 1;; ++n) {
-      SCOPED_TRACE(testing::Message() << "allocation " << n << (forever ? " and all after it fail" : " fails"));
-      const std::uint64_t live = heap::testing::liveBlocks();
-      const std::uint64_t elements = liveElements();
-      scenario([&] { heap::testing::failAllocation(n, forever); });
-      heap::testing::stopFailing();
-      ASSERT_EQ(live, heap::testing::liveBlocks());
-      ASSERT_EQ(elements, liveElements());
-      ASSERT_FALSE(testing::Test::HasFailure());
-      if (heap::testing::failureFired()) continue;
-      ASSERT_LE(least, n - 1);
-      break;
-    }
-  }
-}
 
 bool succeeded(ArbStatus status, ArbStatus refusal = ARB_ERR_NOMEMORY) {
   EXPECT_TRUE(status == ARB_OK || (status == refusal && heap::testing::failureFired())) << status;
@@ -49,7 +29,7 @@ void useAndDestroy(Host& host) {
 }
 
 TEST(AllocationFailure, Documents) {
-  failEveryAllocation(2, [](const auto& arm) {
+  failEachAllocation(2, [](const auto& arm) {
     ArbHostContext context{};
     ArbDocument* const untouched = reinterpret_cast<ArbDocument*>(&context);
     ArbDocument* document = untouched;
@@ -64,7 +44,7 @@ TEST(AllocationFailure, Documents) {
 }
 
 TEST(AllocationFailure, ChildDocuments) {
-  failEveryAllocation(8, [](const auto& arm) {
+  failEachAllocation(8, [](const auto& arm) {
     Host host;
     ArbForest* const root = host.document->rootForest;
     std::uint32_t appended = 0;
@@ -93,7 +73,7 @@ TEST(AllocationFailure, ChildDocuments) {
 }
 
 TEST(AllocationFailure, NodesAndTheirValues) {
-  failEveryAllocation(20, [](const auto& arm) {
+  failEachAllocation(20, [](const auto& arm) {
     Host host;
     EXPECT_EQ(ARB_STATUS_END, ArbDocumentReadAhead(host.document));
     ArbTree* const tree = host.makeTree();
@@ -129,7 +109,7 @@ TEST(AllocationFailure, NodesAndTheirValues) {
 }
 
 TEST(AllocationFailure, TheSeventeenthBlockOfCells) {
-  failEveryAllocation(2, [](const auto& arm) {
+  failEachAllocation(2, [](const auto& arm) {
     Host host;
     ArbTree* const tree = host.makeTree();
     for (std::uint32_t i = 1; i < 16 * kCellsPerBlock; ++i) takeCell(*tree);
@@ -157,7 +137,7 @@ TEST(AllocationFailure, TheSeventeenthBlockOfCells) {
 }
 
 TEST(AllocationFailure, TheListOfExternalReferences) {
-  failEveryAllocation(2, [](const auto& arm) {
+  failEachAllocation(2, [](const auto& arm) {
     Host host;
     EXPECT_EQ(ARB_STATUS_END, ArbDocumentReadAhead(host.document));
     ArbTree* const tree = host.makeTree();
@@ -185,7 +165,7 @@ TEST(AllocationFailure, TheListOfExternalReferences) {
 std::uint32_t ARB_CALL countHook(std::uintptr_t, void* context) { return ++*static_cast<std::uint32_t*>(context); }
 
 TEST(AllocationFailure, Hooks) {
-  failEveryAllocation(4, [](const auto& arm) {
+  failEachAllocation(4, [](const auto& arm) {
     Host host;
     ArbTree* const tree = host.makeTree();
     std::uint32_t calls = 0;
@@ -207,7 +187,7 @@ TEST(AllocationFailure, Hooks) {
 }
 
 TEST(AllocationFailure, Callbacks) {
-  failEveryAllocation(3, [](const auto& arm) {
+  failEachAllocation(3, [](const auto& arm) {
     Host host;
     std::size_t registered = 0;
     arm();
@@ -226,7 +206,7 @@ TEST(AllocationFailure, Callbacks) {
 TEST(AllocationFailure, WalksNeedNoMemory) {
   for (const bool producerFirst : {false, true}) {
     SCOPED_TRACE(producerFirst);
-    failEveryAllocation(0, [&](const auto& arm) {
+    failEachAllocation(0, [&](const auto& arm) {
       const std::uint64_t elements = liveElements();
       Host host;
       ArbForest* forest = host.document->rootForest;
