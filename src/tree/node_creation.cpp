@@ -70,6 +70,7 @@ inline ArbStatus createNode(ArbTree& tree, std::uint32_t elementId, ArbNode** ou
 
 ArbStatus createReferredNode(ArbTree& tree, std::uint32_t elementId, ArbNodeRef& reference, ArbNode** out) {
   if (isProducerDone(tree)) return ARB_ERR_LOCKED;
+  fetchPendingRef(tree, &reference);
   ArbNode* const node = makeRecord(tree, elementId);
   if (!node) return ARB_ERR_NOTFOUND;
   joinReferred(tree, *node, reference);
