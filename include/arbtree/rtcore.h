@@ -1,4 +1,5 @@
-/*
+/**
+ * \file
  * The rtcore stand-in: turns the code of an exception that left a producer into a status, and names the exception type
  * and the codes with which a C++ producer and arbtree's guard around it understand each other.
  *
@@ -15,30 +16,38 @@
 extern "C" {
 #endif
 
-#define RT_STATUS_EXCEPTION 3401u /* the status of every code that has no translation */
+/**
+ * \defgroup standin_rtcore Stand-in: rtcore
+ * What exceptions of a producer become.
+ * \{
+ */
+
+#define RT_STATUS_EXCEPTION 3401u /**< the status of every code that has no translation */
 
 /* The codes under which the guard reports exceptions that carry none. */
-#define RT_CODE_CPP_EXCEPTION 0xE0000001u /* any C++ exception but the next one and RtCodedException */
-#define RT_CODE_NOMEMORY 0xE0000002u      /* std::bad_alloc */
+#define RT_CODE_CPP_EXCEPTION 0xE0000001u /**< any C++ exception but the next one and RtCodedException */
+#define RT_CODE_NOMEMORY 0xE0000002u      /**< std::bad_alloc */
 
 /* ------------------------------------------------------------------------------------------------------------------
  * For hosts
  * ------------------------------------------------------------------------------------------------------------------ */
 
-/*
+/**
  * Makes a code translate to a status from now on, in place of what it translated to before. Every code and every status
- * is allowed. ARB_OK, or ARB_ERR_NOMEMORY (nothing has changed).
+ * is allowed.
+ *
+ * \return ARB_OK, or ARB_ERR_NOMEMORY (nothing has changed).
  */
 uint32_t ARB_CALL RtSetTranslation(uint32_t exceptionCode, uint32_t status);
 
-/* Takes a code's translation back. ARB_OK, or ARB_ERR_NOTFOUND when none has been set. */
+/** Takes a code's translation back. \return ARB_OK, or ARB_ERR_NOTFOUND when none has been set. */
 uint32_t ARB_CALL RtRemoveTranslation(uint32_t exceptionCode);
 
 /* ------------------------------------------------------------------------------------------------------------------
  * What arbtree calls
  * ------------------------------------------------------------------------------------------------------------------ */
 
-/* The status set for a code; without one ARB_ERR_NOMEMORY for RT_CODE_NOMEMORY, else RT_STATUS_EXCEPTION. */
+/** The status set for a code; without one ARB_ERR_NOMEMORY for RT_CODE_NOMEMORY, else RT_STATUS_EXCEPTION. */
 uint32_t ARB_CALL RtTranslateException(uint32_t exceptionCode);
 
 #ifdef __cplusplus
@@ -47,13 +56,15 @@ uint32_t ARB_CALL RtTranslateException(uint32_t exceptionCode);
 #if defined(_WIN32)
 #define RT_EXCEPTION_TYPE
 #else
-#define RT_EXCEPTION_TYPE __attribute__((visibility("default")))
+#define RT_EXCEPTION_TYPE __attribute__((visibility("default"))) /**< so that it can be caught outside the library */
 #endif
 
-/* What a C++ producer throws to leave a run with a code of its own. */
+/** What a C++ producer throws to leave a run with a code of its own. */
 struct RT_EXCEPTION_TYPE RtCodedException {
-  uint32_t code;
+  uint32_t code; /**< the code that RtTranslateException gets */
 };
 #endif
+
+/** \} */
 
 #endif /* ARBTREE_RTCORE_H */
