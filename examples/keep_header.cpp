@@ -1,5 +1,5 @@
-// A table of a hundred thousand records, read in bounded memory: the consumer keeps the header, which says what the columns
-// mean, and releases each record once it has read it.
+// A table of a hundred thousand records, read in bounded memory: the consumer keeps the header, which says what the
+// columns mean, and releases each record once it has read it.
 //
 // The table's nodes are of three kinds of this host's own, made by its own factory:
 //
