@@ -146,16 +146,16 @@ ARB_API ArbStatus ARB_CALL ArbFileWrite(ArbFile *file, uint32_t argument);
 ARB_API ArbStatus ARB_CALL ArbForestChildGetDocumentPath(ArbForestChild *child, char16_t *buffer, uint32_t *size);
 
 /**
- * Takes the forest out of its parent forest (whose childCount stays) and destroys it with every child document below
- * it, trees as by ArbTreeDestroy, with its events. Must not be given the root forest, which goes with its document.
+ * Takes the forest out of its parent forest (whose childCount stays), if it is in one, and destroys it with every child
+ * document below it, trees as by ArbTreeDestroy, with its events. Must not be given the root forest, which goes with its document.
  *
  * \retval ARB_OK always
  */
 ARB_API ArbStatus ARB_CALL ArbForestDestroy(ArbForest *forest);
 
 /**
- * Takes the tree out of its forest (whose childCount stays) and destroys it: the root with its subtree, all cells and
- * so all references, the hooks, the metadata. Raises ARB_EVENT_NODE_FREED with the root, and calls the destroyers of
+ * Takes the tree out of its forest (whose childCount stays), if it is in one, and destroys it: the root with its
+ * subtree, all cells and so all references, the hooks, the metadata. Raises ARB_EVENT_NODE_FREED with the root, and calls the destroyers of
  * the nodes' namespaces. Nodes not connected to the root are not freed: ArbNodeDestroy them first. Strings stay with
  * the document; one that was bound to a node of this tree is free to be bound again.
  *
