@@ -19,7 +19,8 @@ extern "C" {
  * Every child document is named once, when it is made, from a pattern, cut at 259 units:
  *
  * \verbatim
-   %f %b %x   file name of the input path; the same up to its last "." (without a ".": %b nothing, %x the whole name)
+   %f %b %x   file name of the input path; the same up to its last "." (without a ".": %b nothing, %x the whole name;
+              a "." that is the first unit of the whole path counts for %b alone)
    %F %B %X   the same of the output path
    %e         extension of the child's format, without a dot; nothing for an unknown format
    %n         the child's id in decimal
@@ -147,7 +148,8 @@ ARB_API ArbStatus ARB_CALL ArbForestChildGetDocumentPath(ArbForestChild *child, 
 
 /**
  * Takes the forest out of its parent forest (whose childCount stays), if it is in one, and destroys it with every child
- * document below it, trees as by ArbTreeDestroy, with its events. Must not be given the root forest, which goes with its document.
+ * document below it, trees as by ArbTreeDestroy, with its events. Must not be given the root forest, which goes with its
+ * document.
  *
  * \retval ARB_OK always
  */
@@ -155,9 +157,9 @@ ARB_API ArbStatus ARB_CALL ArbForestDestroy(ArbForest *forest);
 
 /**
  * Takes the tree out of its forest (whose childCount stays), if it is in one, and destroys it: the root with its
- * subtree, all cells and so all references, the hooks, the metadata. Raises ARB_EVENT_NODE_FREED with the root, and calls the destroyers of
- * the nodes' namespaces. Nodes not connected to the root are not freed: ArbNodeDestroy them first. Strings stay with
- * the document; one that was bound to a node of this tree is free to be bound again.
+ * subtree, all cells and so all references, the hooks, the metadata. Raises ARB_EVENT_NODE_FREED with the root, and
+ * calls the destroyers of the nodes' namespaces. Nodes not connected to the root are not freed: ArbNodeDestroy them
+ * first. Strings stay with the document; one that was bound to a node of this tree is free to be bound again.
  *
  * \retval ARB_OK always
  */
