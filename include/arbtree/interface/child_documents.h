@@ -148,8 +148,8 @@ ARB_API ArbStatus ARB_CALL ArbForestChildGetDocumentPath(ArbForestChild *child, 
 
 /**
  * Takes the forest out of its parent forest (whose childCount stays), if it is in one, and destroys it with every child
- * document below it, trees as by ArbTreeDestroy, with its events. Must not be given the root forest, which goes with its
- * document.
+ * document below it, trees as by ArbTreeDestroy, with its events. Must not be given the root forest, which goes with
+ * its document.
  *
  * \retval ARB_OK always
  */

@@ -24,7 +24,7 @@ extern "C" {
 
 /* Flags of an encoded-bytes value; other bits are kept as given. */
 #define ARB_BYTES_KEEP_ORDER 0x01u  /**< the bytes stay in the order given */
-#define ARB_BYTES_SWAP_ORDER 0x02u  /**< base64 of 16-bit units: the bytes are swapped in pairs before they are encoded */
+#define ARB_BYTES_SWAP_ORDER 0x02u  /**< base64 of 16-bit units: the bytes are swapped in pairs before */
 #define ARB_BYTES_UNITS8 0x10u      /**< the bytes are single bytes */
 #define ARB_BYTES_UNITS16 0x20u     /**< the bytes are 16-bit units */
 #define ARB_BYTES_UNITS_OTHER 0x40u /**< the bytes are units of another size */
