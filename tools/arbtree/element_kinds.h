@@ -93,6 +93,8 @@ class ElementKinds {
     const std::uint32_t serial = serialOf(elementId);
     return serial < types_.size() ? types_[serial] : nullptr;
   }
+  // The namespaces of all kinds there are.
+  std::uint32_t namespaceCount() const { return namespacesFor(kinds_.back()); }
   // How many namespaces, from kFirstNamespace on, a tree needs for all kinds up to this one.
   static std::uint32_t namespacesFor(const ElementKind& kind) {
     return ARB_ELEMENT_NAMESPACE(kind.elementId) - kFirstNamespace + 1;

@@ -9,6 +9,8 @@
 #include <cstring>
 #include <utility>
 
+#include "interrupt.h"
+
 namespace arbtree::tool {
 
 InputFile::InputFile(std::string path) : path_(std::move(path)) {
@@ -33,10 +35,17 @@ std::optional<std::size_t> InputFile::read(void* buffer, std::size_t size) {
       bytesRead_ += static_cast<std::uint64_t>(count);
       return static_cast<std::size_t>(count);
     }
-    if (errno == EINTR) continue;
+    if (errno == EINTR && !isInterrupted()) continue;
     error_ = std::strerror(errno);
     return std::nullopt;
   }
+}
+
+std::optional<std::uint64_t> InputFile::seek(std::int64_t offset, int whence) {
+  if (!canSeek()) return std::nullopt;
+  const off_t place = lseek(descriptor_, offset, whence);
+  if (place < 0) return std::nullopt;
+  return static_cast<std::uint64_t>(place);
 }
 
 }  // namespace arbtree::tool

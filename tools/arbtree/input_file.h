@@ -7,24 +7,27 @@
 #include <optional>
 #include <string>
 
+#include "byte_source.h"
+
 namespace arbtree::tool {
 
-class InputFile {
+class InputFile final : public ByteSource {
  public:
   explicit InputFile(std::string path);
-  ~InputFile();
+  ~InputFile() override;
   InputFile(const InputFile&) = delete;
   InputFile& operator=(const InputFile&) = delete;
 
-  // Reads at most `size` bytes; 0 at the end. Nothing when the system refuses: error() then says why.
-  std::optional<std::size_t> read(void* buffer, std::size_t size);
-  // Why the file could not be opened or read; empty while all is well.
-  const std::string& error() const { return error_; }
+  std::optional<std::size_t> read(void* buffer, std::size_t size) override;
+  const std::string& error() const override { return error_; }
+  // A regular file can be gone to any place of.
+  std::optional<std::uint64_t> seek(std::int64_t offset, int whence) override;
+  bool canSeek() const override { return size_.has_value(); }
 
   const std::string& path() const { return path_; }
   // As messages show it: the path as it was given, or "<stdin>".
   std::string displayName() const { return isStandardInput() ? "<stdin>" : path_; }
-  std::uint64_t bytesRead() const { return bytesRead_; }
+  const std::uint64_t& bytesRead() const { return bytesRead_; }
   // Nothing when the input is no regular file.
   std::optional<std::uint64_t> size() const { return size_; }
 

@@ -1,41 +1,35 @@
-// One line for each message, on standard error.
 #include "report.h"
 
+#include <algorithm>
 #include <cerrno>
-#include <cinttypes>
 #include <cstdio>
 #include <cstring>
-#include <string>
 
 namespace arbtree::tool {
-namespace {
 
-void print(const std::string& file, const Place& place, const std::string& text) {
-  std::fprintf(stderr, "arbtree: %s:%" PRIu64 ":%" PRIu64 ": %s\n", file.c_str(), place.line, place.column,
-               text.c_str());
+void Report::failure(const std::string& member, const std::optional<Place>& place, const std::string& reason,
+                     int status) {
+  print(member, place, reason);
+  status_ = std::max(status_, status);
 }
 
-}  // namespace
+void Report::warning(const std::string& member, const std::optional<Place>& place, const std::string& text) {
+  print(member, place, "warning: " + text);
+}
 
-int reportInput(const InputFile& input, const XmlProducer& producer) {
-  if (const auto& failure = producer.failure()) {
-    print(input.displayName(), failure->place, failure->reason);
-    return 1;
-  }
-  const OmittedEntities& omitted = producer.omitted();
-  if (omitted.count != 0) {
-    print(input.displayName(), omitted.firstPlace,
-          "warning: entity \"" + omitted.firstName + "\" is not declared in the document itself and was left out (" +
-              std::to_string(omitted.count) + " such references in all)");
-  }
-  return 0;
+void Report::print(const std::string& member, const std::optional<Place>& place, const std::string& text) {
+  progress_.clear();
+  std::string line = "arbtree: " + input_.displayName();
+  if (!member.empty()) line += ": " + member;
+  if (place) line += ":" + std::to_string(place->line) + ":" + std::to_string(place->column);
+  std::fprintf(stderr, "%s: %s\n", line.c_str(), text.c_str());
 }
 
 int finishOutput(OutputFile& out) {
   out.flush();
   if (out.isGood()) return 0;
   if (out.error() != EPIPE) std::fprintf(stderr, "arbtree: standard output: %s\n", std::strerror(out.error()));
-  return 1;
+  return kFailure;
 }
 
 }  // namespace arbtree::tool

@@ -1,25 +1,29 @@
-// `arbtree stats`: what a document consists of, and what it took to stream it.
+// `arbtree stats`: what an input consists of, and what it took to stream it.
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
+#include <iterator>
 #include <string>
 
 #include "commands.h"
 #include "element_kinds.h"
 #include "json_string.h"
-#include "output_file.h"
 #include "peak_memory.h"
-#include "progress.h"
-#include "report.h"
+#include "run_command.h"
 
 namespace arbtree::tool {
 namespace {
 
-struct Counting {
-  std::uint64_t nodes[4] = {};  // by NodeSort
-  std::uint64_t depth = 0;      // of open elements
+struct Counting : ChildVisitor {
+  std::uint64_t children[4] = {};  // by kind
+  std::uint64_t nodes[4] = {};     // by NodeSort
+  std::uint64_t depth = 0;         // of open elements
   std::uint64_t mostDepth = 0;
 
+  bool enterChild(ArbForestChild& child) {
+    ++children[child.kind];
+    return true;
+  }
   bool enter(const ArbNode& node) {
     const NodeSort sort = sortOf(node);
     ++nodes[static_cast<int>(sort)];
@@ -53,22 +57,26 @@ void printJson(OutputFile& out, const std::string& file, bool complete, const Li
   out.append("}\n");
 }
 
-void print(OutputFile& out, const StatsOptions& options, const Counting& counts, const XmlDocument& document) {
-  const XmlProducer& producer = document.producer();
+void print(OutputFile& out, const StatsOptions& options, const Counting& counts, ContentDocument& document,
+           bool complete) {
+  const ProducerCounts made = document.producer().counts();
   const Line lines[] = {
+      {"XML documents", "xmlDocuments", counts.children[ARB_CHILD_TREE]},
+      {"archives in the archive", "archives", counts.children[ARB_CHILD_FOREST]},
+      {"other files", "files", counts.children[ARB_CHILD_FILE]},
       {"elements", "elements", counts.count(NodeSort::element)},
       {"different element names", "elementNames", ElementKinds::instance().elementNameCount()},
-      {"attributes", "attributes", producer.attributesMade()},
+      {"attributes", "attributes", made.attributes},
       {"text nodes", "textNodes", counts.count(NodeSort::text)},
       {"comments", "comments", counts.count(NodeSort::comment)},
       {"processing instructions", "processingInstructions", counts.count(NodeSort::instruction)},
       {"depth of elements", "depth", counts.mostDepth},
-      {"runs of the producer", "runs", producer.runs()},
+      {"runs of the producer", "runs", made.runs},
       {"most nodes alive at once", "mostLiveNodes", document.mostLiveNodes()},
       {"peak memory in bytes", "peakMemoryBytes", peakMemory()},
   };
   if (options.json) {
-    printJson(out, options.common.file, !producer.failure(), lines, std::size(lines));
+    printJson(out, options.common.file, complete, lines, std::size(lines));
   } else {
     printText(out, lines, std::size(lines));
   }
@@ -77,16 +85,11 @@ void print(OutputFile& out, const StatsOptions& options, const Counting& counts,
 }  // namespace
 
 int runStats(const StatsOptions& options) {
-  InputFile input(options.common.file);
-  Progress progress(progressIsWanted(options.common.quiet, false), input.size());
-  XmlDocument document(input, options.common.limits, progress);
-  Counting counts;
-  document.walk(counts);
-  progress.clear();
-  OutputFile out;
-  print(out, options, counts, document);
-  const int outputStatus = finishOutput(out);
-  return std::max(outputStatus, reportInput(input, document.producer()));
+  return runCommand(
+      options.common, Wanted{}, false, [](ContentDocument&, OutputFile&, Report&) { return Counting(); },
+      [&](const Counting& counts, ContentDocument& document, OutputFile& out, const Report& report) {
+        print(out, options, counts, document, report.status() == 0);
+      });
 }
 
 }  // namespace arbtree::tool

@@ -69,8 +69,13 @@ struct XmlProducer::Handlers {
   }
 };
 
-XmlProducer::XmlProducer(InputFile& input, std::uint64_t maxDepth)
-    : input_(input), maxDepth_(maxDepth), parser_(XML_ParserCreate(nullptr)), feed_(input, parser_) {
+XmlProducer::XmlProducer(ByteSource& input, const Limits& limits, bool offsets, ArbDocument* document, ArbTree* tree)
+    : limits_(limits),
+      offsets_(offsets),
+      parser_(XML_ParserCreate(nullptr)),
+      feed_(input, parser_),
+      document_(document),
+      tree_(tree) {
   if (!parser_) throw std::bad_alloc();
   setHandlers();
 }
@@ -87,34 +92,31 @@ void XmlProducer::setHandlers() {
   XML_SetSkippedEntityHandler(parser_, Handlers::skippedEntity);
   XML_SetExternalEntityRefHandler(parser_, Handlers::externalEntity);
   XML_SetUnknownEncodingHandler(parser_, Handlers::unknownEncoding, this);
+  XML_SetBillionLaughsAttackProtectionMaximumAmplification(parser_, static_cast<float>(limits_.maxAmplification));
 }
 
 // --- Runs ------------------------------------------------------------------------------------------------------------
 
-std::uint32_t XmlProducer::run(ArbDocument* document, ArbForest* forest) {
-  ++runs_;
-  document_ = document;
+void XmlProducer::run() {
   stopping_ = false;
   attributeBytes_ = 0;
-  if (!tree_ && !begin(forest)) return finish(forest);
+  if (!current_ && !begin()) return finish();
   XML_Status status = suspended_ ? XML_ResumeParser(parser_) : parseNext();
   while (status == XML_STATUS_OK && !feed_.isAtEnd() && !failure_) {
     std::uint32_t due = 0;
     ArbDocumentQueryBreak(document_, &due);
     suspended_ = false;
-    if (due != 0) return ARB_OK;
+    if (due != 0) return;
     status = parseNext();
   }
   suspended_ = status == XML_STATUS_SUSPENDED;
-  if (suspended_ && !failure_) return ARB_OK;
-  if (status != XML_STATUS_OK && !failure_) fail(reasonOfExpat());
-  return finish(forest);
+  if (suspended_ && !failure_) return;
+  if (status != XML_STATUS_OK && !failure_) failInParser();
+  finish();
 }
 
-bool XmlProducer::begin(ArbForest* forest) {
-  return check(ArbDocumentCreateTree(document_, nullptr, &tree_)) &&
-         check(ArbForestAppendChild(forest, asChild(tree_))) && check(ArbTreeQueryRootNode(tree_, &current_)) &&
-         prepareNamespaces(ElementKinds::instance().comment());
+bool XmlProducer::begin() {
+  return check(ArbTreeQueryRootNode(tree_, &current_)) && prepareNamespaces(ElementKinds::instance().comment());
 }
 
 // Expat knows few encodings by itself. An input in another one is begun again, transcoded.
@@ -131,13 +133,10 @@ XML_Status XmlProducer::parseNext() {
 }
 
 // The tree's release completes and releases every node that is still open.
-std::uint32_t XmlProducer::finish(ArbForest* forest) {
-  if (tree_) {
-    if (!text_.isEmpty()) flushText();
-    ArbForestChildProducerRelease(asChild(tree_));
-  }
-  ArbForestAllChildrenAttached(forest);
-  return ARB_STATUS_END;
+void XmlProducer::finish() {
+  if (current_ && !text_.isEmpty()) flushText();
+  ArbForestChildProducerRelease(asChild(tree_));
+  finished_ = true;
 }
 
 void XmlProducer::offerBreak() {
@@ -152,14 +151,16 @@ void XmlProducer::offerBreak() {
 
 void XmlProducer::startElement(const char* name, const char** attributes) {
   if (!text_.isEmpty()) flushText();
-  if (depth_ == maxDepth_) {
-    return fail("elements are nested more than " + std::to_string(maxDepth_) + " deep (see --max-depth)");
+  if (depth_ == limits_.maxDepth) {
+    reachedLimit_ = true;
+    return fail("elements are nested more than " + std::to_string(limits_.maxDepth) + " deep (see --max-depth)");
   }
   ElementKind& kind = ElementKinds::instance().element(name);
   collectAttributes(kind, attributes);
   ElementNode* const element = makeElement(kind);
   if (!element || !link(&element->node)) return;
   attributesMade_ += newAttributes_.size();
+  if (offsets_) element->byteOffset = static_cast<std::uint64_t>(XML_GetCurrentByteIndex(parser_));
   current_ = &element->node;
   ++depth_;
   offerBreak();
@@ -285,12 +286,19 @@ bool XmlProducer::refused(ArbStatus status) {
   return false;
 }
 
+void XmlProducer::failInParser() {
+  reachedLimit_ = XML_GetErrorCode(parser_) == XML_ERROR_AMPLIFICATION_LIMIT_BREACH;
+  fail(reachedLimit_ ? "entities expand to more than " + std::to_string(limits_.maxAmplification) +
+                           " times what was read (see --max-amplification)"
+                     : reasonOfExpat());
+}
+
 // Expat's own words, but for inputs that just end: there it says "no element found" also inside an element.
 std::string XmlProducer::reasonOfExpat() const {
   const XML_Error code = XML_GetErrorCode(parser_);
   if (code == XML_ERROR_NO_ELEMENTS) {
     if (depth_ != 0) return "the input ends inside element <" + kindOf(*current_).name + ">";
-    return input_.bytesRead() == 0 ? "the input is empty" : "the input ends without an element";
+    return feed_.bytesRead() == 0 ? "the input is empty" : "the input ends without an element";
   }
   return XML_ErrorString(code);
 }

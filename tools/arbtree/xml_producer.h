@@ -1,11 +1,11 @@
-// The producer of an XML document: runs expat over an input and builds the tree, one chunk at a time.
+// The producer of one tree: runs expat over an input and builds the tree, one chunk at a time.
 //
 // Expat is stopped inside a handler as soon as the library says that the chunk is full, and resumed by the next run; a
 // few handlers may still be called after the stop, and simply add to the chunk.
 //
 // Whatever ends the parse, be it the end of the input, malformed content, a limit or a full memory, the tree built so
-// far is completed and released, the forest is closed and production ends in good order; failure() tells afterwards why
-// it ended early. So the consumer gets everything that came before.
+// far is completed and released in good order; failure() tells afterwards why it ended early. So the consumer gets
+// everything that came before.
 #ifndef ARBTREE_TOOL_XML_PRODUCER_H
 #define ARBTREE_TOOL_XML_PRODUCER_H
 
@@ -21,7 +21,7 @@
 #include "element_kinds.h"
 #include "element_node.h"
 #include "failure.h"
-#include "input_file.h"
+#include "input_limits.h"
 #include "parser_feed.h"
 #include "text_collector.h"
 
@@ -36,17 +36,20 @@ struct OmittedEntities {
 
 class XmlProducer {
  public:
-  XmlProducer(InputFile& input, std::uint64_t maxDepth);
+  // Fills a tree of the document that is empty and in a forest. With `offsets` each element tells where it begins.
+  XmlProducer(ByteSource& input, const Limits& limits, bool offsets, ArbDocument* document, ArbTree* tree);
   ~XmlProducer();
   XmlProducer(const XmlProducer&) = delete;
   XmlProducer& operator=(const XmlProducer&) = delete;
 
-  // Produces one chunk into a document, whose forest gets the tree in the first run; the result is a producer entry's.
-  std::uint32_t run(ArbDocument* document, ArbForest* forest);
+  // Goes on until the chunk is full or the tree is finished.
+  void run();
+  bool isFinished() const { return finished_; }
 
   const std::optional<Failure>& failure() const { return failure_; }
+  // Whether the failure is that a limit was reached.
+  bool reachedLimit() const { return reachedLimit_; }
   const OmittedEntities& omitted() const { return omitted_; }
-  std::uint64_t runs() const { return runs_; }
   std::uint64_t nodesMade() const { return nodesMade_; }
   // Of elements alone.
   std::uint64_t attributesMade() const { return attributesMade_; }
@@ -54,10 +57,10 @@ class XmlProducer {
  private:
   struct Handlers;  // what expat calls
 
-  bool begin(ArbForest* forest);
+  bool begin();
   void setHandlers();
   XML_Status parseNext();
-  std::uint32_t finish(ArbForest* forest);
+  void finish();
 
   void startElement(const char* name, const char** attributes);
   void endElement();
@@ -78,20 +81,23 @@ class XmlProducer {
   void fail(std::string reason);
   bool check(ArbStatus status) { return status == ARB_OK || refused(status); }
   bool refused(ArbStatus status);
+  void failInParser();
   std::string reasonOfExpat() const;
 
-  InputFile& input_;
-  const std::uint64_t maxDepth_;
+  const Limits limits_;
+  const bool offsets_;
   const XML_Parser parser_;
   ParserFeed feed_;
   std::string encoding_;  // as the input declares it, when expat does not know it
 
-  ArbDocument* document_ = nullptr;
-  ArbTree* tree_ = nullptr;
+  ArbDocument* const document_;
+  ArbTree* const tree_;
   ArbNode* current_ = nullptr;  // the open element, or the root node
   std::uint32_t namespacesKnown_ = 0;
   std::uint64_t depth_ = 0;
   bool inDocumentType_ = false;
+  bool finished_ = false;
+  bool reachedLimit_ = false;
   bool suspended_ = false;          // expat waits to be resumed
   bool stopping_ = false;           // a stop has been asked for in this run
   std::size_t attributeBytes_ = 0;  // in this run
@@ -100,7 +106,6 @@ class XmlProducer {
 
   std::optional<Failure> failure_;
   OmittedEntities omitted_;
-  std::uint64_t runs_ = 0;
   std::uint64_t nodesMade_ = 0;
   std::uint64_t attributesMade_ = 0;
 };
