@@ -6,6 +6,7 @@
 #include "childdocs/child_record.h"
 #include "nodetypes/strings.h"
 #include "platform/heap.h"
+#include "tree/cell_pool.h"
 
 namespace arbtree {
 namespace {
@@ -76,6 +77,7 @@ ArbStatus ARB_CALL ArbDocumentCreateForest(ArbDocument* document, const char16_t
 ArbStatus ARB_CALL ArbDocumentDestroy(ArbDocument* document) {
   if (!document) return ARB_ERR_BADARG;
   ArbForestDestroy(document->rootForest);
+  destroySpareCells(*document);
   ElemDefsDestroy(document->elemDefs);
   destroyStrings(*document);
   heap::release(document->callbacks);

@@ -15,6 +15,7 @@ struct CallbackSlot {
 };
 
 class StringIndex;
+struct CellBlock;  // tree/cell_pool.h
 
 // Strings of the document in the order made; index 0 is the root of the search tree laid over them.
 struct StringTable {
@@ -50,6 +51,10 @@ struct ArbDocument {
 
   // For speed: finds the neighbours of a text in text order, so that entering a string need not walk the search tree.
   arbtree::StringIndex* stringIndex;
+  // Blocks of trees that are gone, for the next ones (tree/cell_pool.cpp): a document may have very many small trees,
+  // as many of them at a time as a chunk has child documents.
+  arbtree::CellBlock* spareCellBlocks;
+  std::uint32_t spareCellBlockCount;
 };
 
 namespace arbtree {

@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <bit>
+#include <cstring>
 #include <iterator>
+#include <utility>
 
 #include "platform/heap.h"
 #include "tree/growing_array.h"
@@ -11,6 +13,7 @@ namespace arbtree {
 namespace {
 
 constexpr std::uint32_t kFirstBlockCapacity = 16;
+constexpr std::uint32_t kMaxSpares = 33;  // one more than the child documents of a chunk
 constexpr std::uint32_t kNoBlock = 0xFFFFFFFF;
 
 // Blocks are found by address through ranges as long as a block's cells: no two blocks start in one range, and a cell
@@ -61,6 +64,35 @@ bool growAddressTable(ArbTree& tree) {
   return true;
 }
 
+// Spare blocks are linked through their first cells.
+CellBlock* nextSpare(const CellBlock& block) { return reinterpret_cast<CellBlock*>(block.cells[0].value); }
+
+CellBlock* takeSpare(ArbDocument& document) {
+  CellBlock* const block = document.spareCellBlocks;
+  if (!block) return nullptr;
+  document.spareCellBlocks = nextSpare(*block);
+  --document.spareCellBlockCount;
+  constexpr std::size_t kCells = sizeof(CellBlock::cells);
+  std::memset(reinterpret_cast<char*>(block) + kCells, 0, sizeof *block - kCells);
+  return block;
+}
+
+// A block whose cells are all free, or null.
+CellBlock* makeBlock(ArbDocument& document) {
+  CellBlock* block = takeSpare(document);
+  if (!block) block = heap::allocateRecord<CellBlock>();
+  if (block) std::fill(std::begin(block->wordsWithRoom), std::end(block->wordsWithRoom), ~std::uint64_t{0});
+  return block;
+}
+
+void giveUpBlock(ArbDocument& document, CellBlock* block) {
+  heap::release(block->pendingSlots);
+  if (document.spareCellBlockCount == kMaxSpares) return heap::release(block, sizeof *block);
+  block->cells[0].value = reinterpret_cast<std::uintptr_t>(document.spareCellBlocks);
+  document.spareCellBlocks = block;
+  ++document.spareCellBlockCount;
+}
+
 }  // namespace
 
 [[gnu::noinline]] bool cell_pool::addBlock(ArbTree& tree) {
@@ -68,9 +100,8 @@ bool growAddressTable(ArbTree& tree) {
       !growAddressTable(tree) || !tree.blocksWithRoom.reserve(tree.cellBlockCapacity)) {
     return false;
   }
-  auto* const block = heap::allocateRecord<CellBlock>();
+  CellBlock* const block = makeBlock(documentOf(tree));
   if (!block) return false;
-  std::fill(std::begin(block->wordsWithRoom), std::end(block->wordsWithRoom), ~std::uint64_t{0});
   const std::uint32_t index = tree.cellBlockCount++;
   tree.cellBlocks[index] = block;
   enterByAddress(tree, index);
@@ -115,13 +146,14 @@ bool growAddressTable(ArbTree& tree) {
 }
 
 void destroyCells(ArbTree& tree) {
-  for (std::uint32_t i = 0; i < tree.cellBlockCount; ++i) {
-    heap::release(tree.cellBlocks[i]->pendingSlots);
-    heap::release(tree.cellBlocks[i], sizeof(CellBlock));
-  }
+  for (std::uint32_t i = 0; i < tree.cellBlockCount; ++i) giveUpBlock(documentOf(tree), tree.cellBlocks[i]);
   heap::release(tree.cellBlocks);
   heap::release(tree.blockByAddress);
   tree.blocksWithRoom.destroy();
+}
+
+void destroySpareCells(ArbDocument& document) {
+  while (CellBlock* const block = takeSpare(document)) heap::release(block, sizeof *block);
 }
 
 }  // namespace arbtree

@@ -6,7 +6,8 @@
 // Invariants: a bit is set exactly when its cell is in use; usedCount is the number of bits set; wordsWithRoom has the
 // bit of each word that is not all ones; the tree's blocksWithRoom has each block whose usedCount is below 4096, and
 // blockWithRoom is the first of them, or null.
-// taken + free = 4096 x cellBlockCount. Blocks live as long as the tree.
+// taken + free = 4096 x cellBlockCount. Blocks live as long as the tree; the document keeps some of them for its next
+// trees, with whatever their cells held.
 #ifndef ARBTREE_TREE_CELL_POOL_H
 #define ARBTREE_TREE_CELL_POOL_H
 
@@ -35,8 +36,9 @@ struct CellBlock {
 // The block that holds a cell, or null.
 CellBlock* blockOf(const ArbTree& tree, const ArbNodeRef* cell);
 
-// Frees every block and the tables of the pool.
+// Gives up every block, and frees the tables of the pool.
 void destroyCells(ArbTree& tree);
+void destroySpareCells(ArbDocument& document);
 
 // What taking and giving back do seldom; nobody else calls these.
 namespace cell_pool {

@@ -16,8 +16,6 @@ struct FactoryEntry {
   ArbNodeDestroyer destroy;
 };
 
-struct CellBlock;  // tree/cell_pool.h
-
 struct ProducerNodeHook {
   std::uint32_t event;
   std::uint32_t elementId;
