@@ -70,7 +70,8 @@ class TargetDirectory {
   // The target directory itself ("./") stays as it is.
   std::string makeDirectory(std::string_view path, const TargetAttributes& attributes);
 
-  // Begins a file; missing directories are made. The next call about any other member abandons it.
+  // Begins a file; missing directories are made. It is committed or abandoned before the next member; one that the
+  // caller forgot is abandoned when another member is made.
   std::string beginFile(std::string_view path, const TargetAttributes& attributes);
   // REQUIRES: a file has begun. A failure abandons it.
   std::string write(const void* bytes, std::size_t size);
