@@ -32,8 +32,9 @@ struct ListOptions {
 
 struct FindOptions {
   CommonOptions common;
-  std::string element;
-  std::string attributeName;  // empty for any
+  std::string element;        // empty for any
+  std::string id;             // likewise
+  std::string attributeName;  // likewise
   std::string attributeValue;
   std::uint64_t limit = UINT64_MAX;
 };

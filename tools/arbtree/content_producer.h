@@ -33,6 +33,7 @@ struct Wanted {
   bool archives = true;     // what is in archives; otherwise those within the outermost are files
   bool offsets = false;     // where elements begin
   bool plainIsXml = true;   // an input that is no archive is XML, whatever it looks like
+  std::string id;           // of an element to be found by it; empty for none
   std::string member;       // the shown path of the only XML that is wanted; empty for all
 };
 

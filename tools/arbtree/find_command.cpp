@@ -21,9 +21,15 @@ struct Finding : ChildVisitor {
     return out.isGood();
   }
   bool enter(const ArbNode& node) {
-    if (sortOf(node) != NodeSort::element || kindOf(node).name != options.element || !hasAttribute(node)) return true;
+    if (sortOf(node) != NodeSort::element || !isWanted(node)) return true;
     out.append(path + ':' + std::to_string(asElement(node).byteOffset) + '\n');
     return ++found < options.limit && out.isGood();
+  }
+
+  // Only the element that was referred to by the ID has it as its ID string.
+  bool isWanted(const ArbNode& node) const {
+    return (options.element.empty() || kindOf(node).name == options.element) && (options.id.empty() || node.idString) &&
+           hasAttribute(node);
   }
 
   bool hasAttribute(const ArbNode& node) const {
@@ -47,6 +53,7 @@ struct Finding : ChildVisitor {
 int runFind(const FindOptions& options) {
   Wanted wanted;
   wanted.offsets = true;
+  wanted.id = options.id;
   return runCommand(
       options.common, wanted, true, [&](ContentDocument&, OutputFile& out, Report&) { return Finding(options, out); },
       [](const Finding&, ContentDocument&, OutputFile&, Report&) {});

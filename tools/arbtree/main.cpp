@@ -94,7 +94,8 @@ constexpr char kFindFooter[] =
     "\n"
     "Examples:\n"
     "  arbtree find dump.xml --element page --limit 1\n"
-    "  arbtree find site.zip --element a --attribute href=index.html";
+    "  arbtree find site.zip --element a --attribute href=index.html\n"
+    "  arbtree find manual.odt --id chapter-3";
 
 constexpr char kExtractFooter[] =
     "\n"
@@ -232,9 +233,9 @@ class CommandLine {
 
   void addFind() {
     CLI::App& command = add("find", "Finds elements.", kFindFooter, findOptions_, runFind);
-    command.add_option("--element", findOptions_.element, "the element's name as it is written")
-        ->type_name("NAME")
-        ->required();
+    command.add_option("--element", findOptions_.element, "elements of this name, as it is written")->type_name("NAME");
+    command.add_option("--id", findOptions_.id, "the first element of a document whose xml:id or id is this")
+        ->type_name("ID");
     command
         .add_option_function<std::string>(
             "--attribute",

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "node_links.h"
+#include "utf.h"
 
 namespace arbtree::tool {
 namespace {
@@ -69,9 +70,11 @@ struct XmlProducer::Handlers {
   }
 };
 
-XmlProducer::XmlProducer(ByteSource& input, const Limits& limits, bool offsets, ArbDocument* document, ArbTree* tree)
+XmlProducer::XmlProducer(ByteSource& input, const Limits& limits, bool offsets, std::string id, ArbDocument* document,
+                         ArbTree* tree)
     : limits_(limits),
       offsets_(offsets),
+      id_(std::move(id)),
       parser_(XML_ParserCreate(nullptr)),
       feed_(input, parser_),
       document_(document),
@@ -116,7 +119,23 @@ void XmlProducer::run() {
 }
 
 bool XmlProducer::begin() {
-  return check(ArbTreeQueryRootNode(tree_, &current_)) && prepareNamespaces(ElementKinds::instance().comment());
+  return check(ArbTreeQueryRootNode(tree_, &current_)) && prepareNamespaces(ElementKinds::instance().comment()) &&
+         (id_.empty() || referToId());
+}
+
+bool XmlProducer::referToId() {
+  ArbString* name = nullptr;
+  return check(ArbDocumentCreateString(document_, toUtf16(id_).c_str(), &name)) &&
+         check(ArbTreeCreateNamedNodeReference(tree_, name, &awaited_));
+}
+
+// The reference on which the element with these attributes is to be made, or null.
+ArbNodeRef* XmlProducer::takeAwaited(const char** attributes) {
+  for (; *attributes; attributes += 2) {
+    const std::string_view name = attributes[0];
+    if ((name == "xml:id" || name == "id") && id_ == attributes[1]) return std::exchange(awaited_, nullptr);
+  }
+  return nullptr;
 }
 
 // Expat knows few encodings by itself. An input in another one is begun again, transcoded.
@@ -157,7 +176,7 @@ void XmlProducer::startElement(const char* name, const char** attributes) {
   }
   ElementKind& kind = ElementKinds::instance().element(name);
   collectAttributes(kind, attributes);
-  ElementNode* const element = makeElement(kind);
+  ElementNode* const element = makeElement(kind, awaited_ ? takeAwaited(attributes) : nullptr);
   if (!element || !link(&element->node)) return;
   attributesMade_ += newAttributes_.size();
   if (offsets_) element->byteOffset = static_cast<std::uint64_t>(XML_GetCurrentByteIndex(parser_));
@@ -230,11 +249,11 @@ void XmlProducer::collectAttributes(ElementKind& kind, const char** attributes) 
 }
 
 // A new node with the collected attributes, or null after a failure.
-ElementNode* XmlProducer::makeElement(ElementKind& kind) {
+ElementNode* XmlProducer::makeElement(ElementKind& kind, ArbNodeRef* cell) {
   ArbNode* node = nullptr;
   if (!prepareNamespaces(kind)) return nullptr;
   // Our factory knows every kind; it makes no node only when there is no memory.
-  const ArbStatus status = ArbTreeCreateNode(tree_, kind.elementId, nullptr, &node);
+  const ArbStatus status = ArbTreeCreateNode(tree_, kind.elementId, cell, &node);
   if (!check(status == ARB_ERR_NOTFOUND ? ARB_ERR_NOMEMORY : status)) return nullptr;
   ElementNode& element = asElement(*node);
   if (!newAttributes_.empty() && !takeAttributes(element)) return nullptr;

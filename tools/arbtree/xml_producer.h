@@ -36,8 +36,11 @@ struct OmittedEntities {
 
 class XmlProducer {
  public:
-  // Fills a tree of the document that is empty and in a forest. With `offsets` each element tells where it begins.
-  XmlProducer(ByteSource& input, const Limits& limits, bool offsets, ArbDocument* document, ArbTree* tree);
+  // Fills a tree of the document that is empty and in a forest. With `offsets` each element tells where it begins. An
+  // `id` that is not empty is referred to before its element is there: the first element whose attribute xml:id or id
+  // has that value is made on the reference, and so has it as its ID string.
+  XmlProducer(ByteSource& input, const Limits& limits, bool offsets, std::string id, ArbDocument* document,
+              ArbTree* tree);
   ~XmlProducer();
   XmlProducer(const XmlProducer&) = delete;
   XmlProducer& operator=(const XmlProducer&) = delete;
@@ -58,6 +61,8 @@ class XmlProducer {
   struct Handlers;  // what expat calls
 
   bool begin();
+  bool referToId();
+  ArbNodeRef* takeAwaited(const char** attributes);
   void setHandlers();
   XML_Status parseNext();
   void finish();
@@ -71,7 +76,7 @@ class XmlProducer {
   void flushText();
 
   void collectAttributes(ElementKind& kind, const char** attributes);
-  ElementNode* makeElement(ElementKind& kind);
+  ElementNode* makeElement(ElementKind& kind, ArbNodeRef* cell = nullptr);
   bool takeAttributes(ElementNode& element);
   bool prepareNamespaces(const ElementKind& kind);
   bool link(ArbNode* node);
@@ -86,13 +91,15 @@ class XmlProducer {
 
   const Limits limits_;
   const bool offsets_;
+  const std::string id_;
   const XML_Parser parser_;
   ParserFeed feed_;
   std::string encoding_;  // as the input declares it, when expat does not know it
 
   ArbDocument* const document_;
   ArbTree* const tree_;
-  ArbNode* current_ = nullptr;  // the open element, or the root node
+  ArbNode* current_ = nullptr;     // the open element, or the root node
+  ArbNodeRef* awaited_ = nullptr;  // the reference to the element with the ID, until it is there
   std::uint32_t namespacesKnown_ = 0;
   std::uint64_t depth_ = 0;
   bool inDocumentType_ = false;
