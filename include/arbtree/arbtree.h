@@ -8,9 +8,9 @@
  *
  * Rules that hold for every call:
  *  - All state hangs off a document. A document and everything in it is used from one thread at a time.
- *  - Failures are answered by the status alone; the library throws nothing and logs nothing. An exception that the
- *    host's own bail-out throws passes through a waiting call, and the document stays usable. A wait made inside the
- *    producer of another document lies within that document's guard: an exception there fails that document's run.
+ *  - Failures are answered by the status alone; the library throws nothing and logs nothing. The host's own bail-out
+ *    may leave a waiting call by a non-local exit, and the document stays usable. A wait made inside the producer of
+ *    another document lies within that document's guard: an exception there fails that document's run.
  *  - A null document, tree, node, child document or required out-pointer is answered with ARB_ERR_BADARG before every
  *    other check, and nothing is changed, unless the function says that its null has a meaning. Calls that return no
  *    status answer 0 or nothing.
@@ -530,9 +530,11 @@ ARB_API ArbStatus ARB_CALL ArbDocumentSetMemoryLimit(ArbDocument *document, uint
  * that found no host context or a null entry.
  *
  * An exception that leaves the producer is caught, and its 32-bit code translated by the rtcore library; the result
- * counts as the producer's own. These are C++ exceptions (structured ones of Windows not yet). RtCodedException
- * (arbtree/rtcore.h) carries its code, every other C++ exception has a fixed one. The forced unwinding of thread
- * cancellation passes through instead, and the document is no longer running then.
+ * counts as the producer's own. These are C++ exceptions (RtCodedException of arbtree/rtcore.h carries its code, every
+ * other has a fixed one) and, on Windows, all structured exceptions under their own codes. A C++ exception is only seen
+ * by the guard of a library with the same C++ runtime; RtProducer in arbtree/rtcore.h is for producers with another, as
+ * most on Windows. The forced unwinding of thread cancellation passes through instead, and the document is no longer
+ * running then.
  *
  * After a run that attached a node to a tree the status callback of the baseutil library gets the statusContext. When
  * it answers 20 or 32 the bail-out is called, which usually leaves this call by a non-local exit: the run is complete
