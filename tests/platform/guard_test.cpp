@@ -233,6 +233,20 @@ TEST(Guard, EveryStructuredExceptionIsAStatus) {
   }
 }
 
+// The outer document never learns that its run is over; but the thread goes on as if it had never been.
+TEST(Guard, ALongjmpPastARunTakesItsFrameOffTheChain) {
+  static std::jmp_buf outside;
+  Raiser left([] { std::longjmp(outside, 1); });
+  const unsigned long chain = __readfsdword(0);
+  if (setjmp(outside) == 0) {
+    ArbDocumentReadAhead(left.document);
+    FAIL() << "returned";
+  }
+  EXPECT_EQ(chain, __readfsdword(0));
+  EXPECT_EQ("t running", left.state());
+  expectTranslated(0xE0001237, raiseCode<0xE0001237>);
+}
+
 TEST(Guard, OnlyTheInnermostRunFails) {
   ASSERT_EQ(ARB_OK, RtSetTranslation(0xE0001236, 4322));
   Raiser nested(raiseCode<0xE0001236>);
