@@ -1,4 +1,5 @@
-/*
+/**
+ * \file
  * The rtcore stand-in: turns the code of an exception that left a producer into a status, and names the exception type
  * and the codes with which a C++ producer and arbtree's guard around it understand each other.
  *
@@ -20,30 +21,38 @@
 extern "C" {
 #endif
 
-#define RT_STATUS_EXCEPTION 3401u /* the status of every code that has no translation */
+/**
+ * \defgroup standin_rtcore Stand-in: rtcore
+ * What exceptions of a producer become.
+ * \{
+ */
 
-/* The codes under which C++ exceptions are reported that carry none. Structured exceptions of Windows have their own. */
-#define RT_CODE_CPP_EXCEPTION 0xE0000001u /* any C++ exception but the next one and RtCodedException */
-#define RT_CODE_NOMEMORY 0xE0000002u      /* std::bad_alloc */
+#define RT_STATUS_EXCEPTION 3401u /**< the status of every code that has no translation */
+
+/* The codes under which C++ exceptions are reported that carry none; structured ones of Windows have their own. */
+#define RT_CODE_CPP_EXCEPTION 0xE0000001u /**< any C++ exception but the next one and RtCodedException */
+#define RT_CODE_NOMEMORY 0xE0000002u      /**< std::bad_alloc */
 
 /* ------------------------------------------------------------------------------------------------------------------
  * For hosts
  * ------------------------------------------------------------------------------------------------------------------ */
 
-/*
+/**
  * Makes a code translate to a status from now on, in place of what it translated to before. Every code and every status
- * is allowed. ARB_OK, or ARB_ERR_NOMEMORY (nothing has changed).
+ * is allowed.
+ *
+ * \return ARB_OK, or ARB_ERR_NOMEMORY (nothing has changed).
  */
 uint32_t ARB_CALL RtSetTranslation(uint32_t exceptionCode, uint32_t status);
 
-/* Takes a code's translation back. ARB_OK, or ARB_ERR_NOTFOUND when none has been set. */
+/** Takes a code's translation back. \return ARB_OK, or ARB_ERR_NOTFOUND when none has been set. */
 uint32_t ARB_CALL RtRemoveTranslation(uint32_t exceptionCode);
 
 /* ------------------------------------------------------------------------------------------------------------------
  * What arbtree calls
  * ------------------------------------------------------------------------------------------------------------------ */
 
-/* The status set for a code; without one ARB_ERR_NOMEMORY for RT_CODE_NOMEMORY, else RT_STATUS_EXCEPTION. */
+/** The status set for a code; without one ARB_ERR_NOMEMORY for RT_CODE_NOMEMORY, else RT_STATUS_EXCEPTION. */
 uint32_t ARB_CALL RtTranslateException(uint32_t exceptionCode);
 
 #ifdef __cplusplus
@@ -56,15 +65,15 @@ uint32_t ARB_CALL RtTranslateException(uint32_t exceptionCode);
 #if defined(_WIN32)
 #define RT_EXCEPTION_TYPE
 #else
-#define RT_EXCEPTION_TYPE __attribute__((visibility("default")))
+#define RT_EXCEPTION_TYPE __attribute__((visibility("default"))) /**< so that it can be caught outside the library */
 #endif
 
-/* What a C++ producer throws to leave a run with a code of its own. */
+/** What a C++ producer throws to leave a run with a code of its own. */
 struct RT_EXCEPTION_TYPE RtCodedException {
-  uint32_t code;
+  uint32_t code; /**< the code that RtTranslateException gets */
 };
 
-/* The code of the exception that is being handled. REQUIRES: the caller is handling one, and not a forced unwinding. */
+/** The code of the exception that the caller is handling. REQUIRES: there is one, and not a forced unwinding. */
 inline uint32_t RtCodeOfException() {
   try {
     throw;
@@ -77,7 +86,7 @@ inline uint32_t RtCodeOfException() {
   }
 }
 
-/*
+/**
  * A producer entry around another one, with the same outcome, that lets no C++ exception out: startEntry =
  * RtProducer<produce>. arbtree's own guard sees the C++ exceptions of producers that share its C++ runtime; the modules
  * of a Windows program usually have one each, and there an exception that reaches the end of its module ends the
@@ -96,5 +105,7 @@ uint32_t ARB_CALL RtProducer(uint32_t argument1, uint32_t argument2, uint32_t ar
   }
 }
 #endif
+
+/** \} */
 
 #endif /* ARBTREE_RTCORE_H */

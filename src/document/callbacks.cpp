@@ -58,7 +58,7 @@ ArbStatus ARB_CALL ArbDocumentUnregisterCallback(ArbDocument* document, ArbEvent
 }
 
 // A callback may register and unregister callbacks, so the table is read anew at every step.
-void ARB_CALL ArbDocumentDoCallback(ArbDocument* document, uint32_t event, void* argument) {
+[[gnu::noinline]] void ARB_CALL ArbDocumentDoCallback(ArbDocument* document, uint32_t event, void* argument) {
   if (!document) return;
   for (std::uint32_t i = 0; i < document->callbackCount; ++i) {
     const CallbackSlot slot = document->callbacks[i];

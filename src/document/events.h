@@ -7,7 +7,8 @@
 namespace arbtree {
 
 inline void raiseEvent(ArbDocument& document, std::uint32_t event, ArbNode* node) {
-  if (document.callbackCount != 0) ArbDocumentDoCallback(&document, event, node);
+  if (document.callbackCount != 0) [[unlikely]]
+    ArbDocumentDoCallback(&document, event, node);
 }
 
 }  // namespace arbtree

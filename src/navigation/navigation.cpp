@@ -10,6 +10,44 @@ namespace {
 
 bool isClosed(const ArbNode& node) { return has(node, ARB_NODE_CHILDREN_DONE); }
 
+// A step to a relative: when its answer is known, and the link that holds it then.
+struct FirstChild {
+  static bool isKnown(const ArbNode& node) { return node.firstChildCell || isClosed(node); }
+  static ArbNodeRef* link(const ArbNode& node) { return node.firstChildCell; }
+};
+
+struct LastChild {
+  static bool isKnown(const ArbNode& node) { return isClosed(node); }
+  static ArbNodeRef* link(const ArbNode& node) { return node.lastChildCell; }
+};
+
+// A run may move the node to another parent, so that is looked up every time.
+struct NextSibling {
+  static bool isKnown(const ArbNode& node) {
+    if (node.nextSiblingCell) return true;
+    const ArbNode* const parent = parentOf(node);
+    return !parent || isClosed(*parent);
+  }
+  static ArbNodeRef* link(const ArbNode& node) { return node.nextSiblingCell; }
+};
+
+template <typename Step>
+ArbStatus query(const ArbNode& node, ArbNode** result) {
+  return Step::isKnown(node) ? answerLink(Step::link(node), node, result) : ArbStatus{ARB_ERR_NOTREADY};
+}
+
+// Apart from wait(), which needs no stack while the answer is known.
+template <typename Step>
+[[gnu::noinline]] ArbStatus runUntilKnown(const ArbNode& node, ArbNode** result) {
+  const ArbStatus status = waitUntil(documentOf(node), [&] { return Step::isKnown(node); });
+  return status == ARB_OK ? answerLink(Step::link(node), node, result) : status;
+}
+
+template <typename Step>
+ArbStatus wait(const ArbNode& node, ArbNode** result) {
+  return Step::isKnown(node) ? answerLink(Step::link(node), node, result) : runUntilKnown<Step>(node, result);
+}
+
 ArbStatus waitForFlag(ArbNode& node, std::uint32_t flag) {
   if (isProducerOnly(documentOf(node))) return ARB_ERR_MODE;
   return waitWhileAlive(node, [&] { return has(node, flag); });
@@ -41,52 +79,39 @@ ArbStatus ARB_CALL ArbNodeWaitChildCount(ArbNode* node, uint32_t* count) {
 ArbStatus ARB_CALL ArbNodeQueryFirstChild(ArbNode* node, ArbNode** result) {
   if (!node || !result) return ARB_ERR_BADARG;
   if (const ArbStatus status = checkConsumer(*node)) return status;
-  if (!node->firstChildCell && !isClosed(*node)) return ARB_ERR_NOTREADY;
-  return answerLink(node->firstChildCell, *node, result);
+  return query<FirstChild>(*node, result);
 }
 
 ArbStatus ARB_CALL ArbNodeWaitFirstChild(ArbNode* node, ArbNode** result) {
   if (!node || !result) return ARB_ERR_BADARG;
   if (const ArbStatus status = checkConsumer(*node)) return status;
-  const ArbStatus status = waitUntil(documentOf(*node), [&] { return node->firstChildCell || isClosed(*node); });
-  if (status != ARB_OK) return status;
-  return answerLink(node->firstChildCell, *node, result);
+  return wait<FirstChild>(*node, result);
 }
 
 ArbStatus ARB_CALL ArbNodeQueryLastChild(ArbNode* node, ArbNode** result) {
   if (!node || !result) return ARB_ERR_BADARG;
   if (const ArbStatus status = checkConsumer(*node)) return status;
-  if (!isClosed(*node)) return ARB_ERR_NOTREADY;
-  return answerLink(node->lastChildCell, *node, result);
+  return query<LastChild>(*node, result);
 }
 
 ArbStatus ARB_CALL ArbNodeWaitLastChild(ArbNode* node, ArbNode** result) {
   if (!node || !result) return ARB_ERR_BADARG;
   if (const ArbStatus status = checkConsumer(*node)) return status;
-  if (const ArbStatus status = ArbNodeWaitAllChildrenAttached(node)) return status;
-  return answerLink(node->lastChildCell, *node, result);
+  return wait<LastChild>(*node, result);
 }
 
 ArbStatus ARB_CALL ArbNodeQueryNextSibling(ArbNode* node, ArbNode** result) {
   if (!node || !result) return ARB_ERR_BADARG;
   if (const ArbStatus status = checkConsumer(*node)) return status;
-  const ArbNode* const parent = parentOf(*node);
-  if (!parent) return ARB_OK;
-  if (!node->nextSiblingCell && !isClosed(*parent)) return ARB_ERR_NOTREADY;
-  return answerLink(node->nextSiblingCell, *node, result);
+  if (!node->nextSiblingCell && !parentOf(*node)) return ARB_OK;
+  return query<NextSibling>(*node, result);
 }
 
 ArbStatus ARB_CALL ArbNodeWaitNextSibling(ArbNode* node, ArbNode** result) {
   if (!node || !result) return ARB_ERR_BADARG;
   if (const ArbStatus status = checkConsumer(*node)) return status;
-  if (!parentOf(*node)) return ARB_OK;
-  // A run may move the node to another parent.
-  const ArbStatus status = waitUntil(documentOf(*node), [&] {
-    const ArbNode* const parent = parentOf(*node);
-    return node->nextSiblingCell || !parent || isClosed(*parent);
-  });
-  if (status != ARB_OK) return status;
-  return answerLink(node->nextSiblingCell, *node, result);
+  if (!node->nextSiblingCell && !parentOf(*node)) return ARB_OK;
+  return wait<NextSibling>(*node, result);
 }
 
 ArbStatus ARB_CALL ArbNodeWaitPrevSibling(ArbNode* node, ArbNode** result) {

@@ -1,9 +1,6 @@
 #include "nodetypes/builtin_kinds.h"
 
-#include <initializer_list>
-
 #include "nodetypes/kind_operations.h"
-#include "nodetypes/text_value.h"
 
 namespace arbtree {
 namespace {
@@ -59,51 +56,19 @@ constexpr ArbNodeType rootType() {
   return type;
 }
 
-// A built-in kind: its descriptor, its record's size, and the tree's cache of such records.
-struct Kind {
-  ArbNodeType type;
-  std::uint16_t size;
-  std::uint8_t cache;
-};
-
-constexpr Kind kRoot = {rootType(), sizeof(ArbNode), 0};
-constexpr Kind kText = {textType(ARB_ELEM_TEXT), sizeof(ArbTextNode), 1};
-constexpr Kind kText3 = {textType(ARB_ELEM_TEXT_3), sizeof(ArbTextNode), 1};
-constexpr Kind kText4 = {textType(ARB_ELEM_TEXT_4), sizeof(ArbTextNode), 1};
-constexpr Kind kEncodedBytes = {encodedBytesType(), sizeof(ArbEncodedBytesNode), 2};
-constexpr Kind kExternalReference = {externalReferenceType(), sizeof(ArbExternalReferenceNode), 3};
-
-const Kind* findKind(std::uint32_t elementId) {
-  switch (elementId) {
-    case ARB_ELEM_ROOT:
-      return &kRoot;
-    case ARB_ELEM_TEXT:
-      return &kText;
-    case ARB_ELEM_TEXT_3:
-      return &kText3;
-    case ARB_ELEM_TEXT_4:
-      return &kText4;
-    case ARB_ELEM_ENCODED_BYTES:
-      return &kEncodedBytes;
-    case ARB_ELEM_EXTERNAL_REFERENCE:
-      return &kExternalReference;
-    default:
-      return nullptr;
-  }
-}
-
 }  // namespace
 
+constinit const BuiltinKind kBuiltinKinds[kBuiltinKindCount] = {
+    {rootType(), sizeof(ArbNode), 0},
+    {textType(ARB_ELEM_TEXT), sizeof(ArbTextNode), 1},
+    {textType(ARB_ELEM_TEXT_3), sizeof(ArbTextNode), 1},
+    {textType(ARB_ELEM_TEXT_4), sizeof(ArbTextNode), 1},
+    {encodedBytesType(), sizeof(ArbEncodedBytesNode), 2},
+    {externalReferenceType(), sizeof(ArbExternalReferenceNode), 3},
+};
+
 std::uint32_t ARB_CALL createBuiltinNode(ArbTree* tree, std::uint32_t elementId, ArbNode** node) {
-  const Kind* const kind = findKind(elementId);
-  if (!kind) return ARB_OK;
-  if (kind == &kExternalReference && documentOf(*tree).runCount == 0) return ARB_OK;
-  auto* const created = static_cast<ArbNode*>(tree->recordCaches[kind->cache].take(kind->size));
-  if (!created) return ARB_OK;
-  created->size = kind->size;
-  created->nodeType = &kind->type;
-  if (kind == &kRoot) created->flags = ARB_NODE_LINKED | ARB_NODE_IN_TREE;
-  *node = created;
+  if (ArbNode* const created = makeBuiltinNode(*tree, elementId)) *node = created;
   return ARB_OK;
 }
 
@@ -114,16 +79,8 @@ std::uint32_t ARB_CALL destroyBuiltinNode(ArbNode* node) {
   return ARB_OK;
 }
 
-void recycleBuiltinNode(ArbTree& tree, ArbNode& node) {
-  const Kind* const kind = findKind(elementIdOf(node));
-  if (isTextBearing(kind->type.elementId)) dropValue(node);
-  tree.recordCaches[kind->cache].giveBack(&node, kind->size);
-}
-
 void destroyBuiltinRecords(ArbTree& tree) {
-  for (const Kind* const kind : {&kRoot, &kText, &kEncodedBytes, &kExternalReference}) {
-    tree.recordCaches[kind->cache].destroy(kind->size);
-  }
+  for (const BuiltinKind& kind : kBuiltinKinds) tree.recordCaches[kind.cache].destroy(kind.size);
 }
 
 }  // namespace arbtree

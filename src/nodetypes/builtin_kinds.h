@@ -8,16 +8,60 @@
 #ifndef ARBTREE_NODETYPES_BUILTIN_KINDS_H
 #define ARBTREE_NODETYPES_BUILTIN_KINDS_H
 
-#include "tree/tree.h"
+#include "nodetypes/text_value.h"
 
 namespace arbtree {
 
-// The factory and the destroyer of namespace 2. An external reference is made only after the document's first run.
+// The descriptor is the first, so that a node leads to its kind.
+struct BuiltinKind {
+  ArbNodeType type;
+  std::uint16_t size;  // of the record
+  std::uint8_t cache;  // which of the tree's caches keeps such records
+};
+
+// In the order of the numbers in their element ids, from 1.
+inline constexpr std::uint32_t kBuiltinKindCount = 6;
+extern const BuiltinKind kBuiltinKinds[kBuiltinKindCount];
+
+inline const BuiltinKind* findBuiltinKind(std::uint32_t elementId) {
+  const std::uint32_t index = (elementId & 0x3FFF) - 1;
+  if (index >= kBuiltinKindCount || kBuiltinKinds[index].type.elementId != elementId) return nullptr;
+  return &kBuiltinKinds[index];
+}
+
+// The kind whose descriptor this is, or null.
+inline const BuiltinKind* builtinKindOf(const ArbNodeType* type) {
+  const auto distance = reinterpret_cast<std::uintptr_t>(type) - reinterpret_cast<std::uintptr_t>(kBuiltinKinds);
+  return distance < sizeof kBuiltinKinds ? reinterpret_cast<const BuiltinKind*>(type) : nullptr;
+}
+
+// A node of namespace 2 without a cell; null for an unknown element id or without memory. An external reference is made
+// only after the document's first run.
+inline ArbNode* makeBuiltinNode(ArbTree& tree, std::uint32_t elementId) {
+  const BuiltinKind* const kind = findBuiltinKind(elementId);
+  if (!kind) return nullptr;
+  if (elementId == ARB_ELEM_EXTERNAL_REFERENCE && documentOf(tree).runCount == 0) return nullptr;
+  auto* const created = static_cast<ArbNode*>(tree.recordCaches[kind->cache].take(kind->size));
+  if (!created) return nullptr;
+  created->size = kind->size;
+  created->nodeType = &kind->type;
+  if (elementId == ARB_ELEM_ROOT) created->flags = ARB_NODE_LINKED | ARB_NODE_IN_TREE;
+  return created;
+}
+
+// Destroys a node of the tree and keeps its record for the tree's next node of that size. False, and nothing is done,
+// when the node does not have a built-in descriptor.
+inline bool recycleBuiltinNode(ArbTree& tree, ArbNode& node) {
+  const BuiltinKind* const kind = builtinKindOf(node.nodeType);
+  if (!kind) return false;
+  if (isTextBearing(kind->type.elementId) && asText(node).text) dropValue(node);
+  tree.recordCaches[kind->cache].giveBack(&node, kind->size);
+  return true;
+}
+
+// The factory and the destroyer of namespace 2, as the tree hands them out.
 std::uint32_t ARB_CALL createBuiltinNode(ArbTree* tree, std::uint32_t elementId, ArbNode** node);
 std::uint32_t ARB_CALL destroyBuiltinNode(ArbNode* node);
-
-// Destroys a node of the tree and keeps its record for the tree's next node of that size.
-void recycleBuiltinNode(ArbTree& tree, ArbNode& node);
 
 // Frees the records that the tree kept for reuse.
 void destroyBuiltinRecords(ArbTree& tree);

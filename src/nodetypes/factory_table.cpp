@@ -32,7 +32,7 @@ ArbStatus lookUp(ArbTree& tree, std::uint16_t elementNamespace, Store store) {
 
 }  // namespace
 
-const FactoryEntry* scanFactories(ArbTree& tree, std::uint32_t elementNamespace) {
+[[gnu::noinline]] const FactoryEntry* scanFactories(ArbTree& tree, std::uint32_t elementNamespace) {
   for (const FactoryEntry& entry : tree.factories) {
     if (!entry.create) return nullptr;
     if (entry.elementNamespace != elementNamespace) continue;

@@ -40,21 +40,12 @@ std::uint32_t blockStartingIn(const ArbTree& tree, std::uintptr_t range) {
   return kNoBlock;
 }
 
-bool holds(const CellBlock* block, const ArbNodeRef* cell) {
-  const auto start = reinterpret_cast<std::uintptr_t>(block->cells);
-  const auto address = reinterpret_cast<std::uintptr_t>(cell);
-  return address >= start && address - start < sizeof block->cells;
-}
-
 std::uint32_t indexOfBlock(const ArbTree& tree, const ArbNodeRef* cell) {
   if (tree.cellBlockCount == 0) return kNoBlock;
-  // Cells mostly come back to the block that is being taken from.
-  const std::uint32_t current = tree.firstBlockWithRoom;
-  if (current < tree.cellBlockCount && holds(tree.cellBlocks[current], cell)) return current;
   const std::uintptr_t range = rangeOf(cell);
   std::uint32_t index = blockStartingIn(tree, range);
-  if (index == kNoBlock || !holds(tree.cellBlocks[index], cell)) index = blockStartingIn(tree, range - 1);
-  return index != kNoBlock && holds(tree.cellBlocks[index], cell) ? index : kNoBlock;
+  if (index == kNoBlock || !holds(*tree.cellBlocks[index], cell)) index = blockStartingIn(tree, range - 1);
+  return index != kNoBlock && holds(*tree.cellBlocks[index], cell) ? index : kNoBlock;
 }
 
 // Keeps the address table at most half full.
@@ -70,8 +61,9 @@ bool growAddressTable(ArbTree& tree) {
   return true;
 }
 
-// Appends a block whose cells are all free.
-bool addBlock(ArbTree& tree) {
+}  // namespace
+
+[[gnu::noinline]] bool cell_pool::addBlock(ArbTree& tree) {
   if (!reserveOne(tree.cellBlocks, tree.cellBlockCapacity, tree.cellBlockCount, kFirstBlockCapacity) ||
       !growAddressTable(tree) || !tree.blocksWithRoom.reserve(tree.cellBlockCapacity)) {
     return false;
@@ -83,13 +75,28 @@ bool addBlock(ArbTree& tree) {
   tree.cellBlocks[index] = block;
   enterByAddress(tree, index);
   tree.blocksWithRoom.insert(index);
+  if (!tree.blockWithRoom) tree.blockWithRoom = block;
   return true;
 }
 
-// The first word with room from the hint upwards and round. REQUIRES: the block has a free cell.
-std::uint32_t findWord(const CellBlock& block) {
+[[gnu::noinline]] void cell_pool::noteFullWord(ArbTree& tree, CellBlock& block, std::uint32_t w) {
+  block.wordsWithRoom[w / 64] &= ~(std::uint64_t{1} << (w % 64));
+  if (block.usedCount < kCellsPerBlock) return;
+  tree.blocksWithRoom.erase(tree.blocksWithRoom.lowest());
+  const std::uint32_t first = tree.blocksWithRoom.lowest();
+  tree.blockWithRoom = first == LowestSet::kNone ? nullptr : tree.cellBlocks[first];
+}
+
+[[gnu::noinline]] void cell_pool::noteRoom(ArbTree& tree, CellBlock& block, std::uint32_t w) {
+  block.wordsWithRoom[w / 64] |= std::uint64_t{1} << (w % 64);
+  if (block.usedCount != kCellsPerBlock - 1) return;
+  tree.blocksWithRoom.insert(indexOfBlock(tree, block.cells));
+  tree.blockWithRoom = tree.cellBlocks[tree.blocksWithRoom.lowest()];
+}
+
+// From the hint upwards and round.
+[[gnu::noinline]] std::uint32_t cell_pool::findWordWithRoom(CellBlock& block) {
   const std::uint32_t hint = block.wordHint;
-  if (block.occupancy[hint] != 0xFFFFFFFF) return hint;
   constexpr std::uint32_t kWords = kOccupancyWords / 64;
   const std::uint64_t fromHint = ~std::uint64_t{0} << (hint % 64);
   for (std::uint32_t i = 0; i <= kWords; ++i) {
@@ -102,39 +109,7 @@ std::uint32_t findWord(const CellBlock& block) {
   return hint;  // not reached while the block has a free cell
 }
 
-}  // namespace
-
-ArbNodeRef* takeCell(ArbTree& tree) {
-  if (tree.firstBlockWithRoom == tree.cellBlockCount && !addBlock(tree)) return nullptr;
-  CellBlock& block = *tree.cellBlocks[tree.firstBlockWithRoom];
-  const std::uint32_t w = findWord(block);
-  std::uint32_t& word = block.occupancy[w];
-  const auto place = static_cast<std::uint32_t>(std::countl_one(word));
-  word |= 0x80000000u >> place;
-  if (word == 0xFFFFFFFF) block.wordsWithRoom[w / 64] &= ~(std::uint64_t{1} << (w % 64));
-  block.wordHint = w;
-  if (++block.usedCount == kCellsPerBlock) {
-    tree.blocksWithRoom.erase(tree.firstBlockWithRoom);
-    tree.firstBlockWithRoom = std::min(tree.blocksWithRoom.lowest(), tree.cellBlockCount);
-  }
-  return &block.cells[w * 32 + place];
-}
-
-void giveBackCell(ArbTree& tree, ArbNodeRef* cell) {
-  const std::uint32_t index = indexOfBlock(tree, cell);
-  if (index == kNoBlock) return;
-  CellBlock& block = *tree.cellBlocks[index];
-  const auto at = static_cast<std::uint32_t>(cell - block.cells);
-  const std::uint32_t bit = 0x80000000u >> (at % 32);
-  std::uint32_t& word = block.occupancy[at / 32];
-  if ((word & bit) == 0) return;  // already free
-  word &= ~bit;
-  block.wordsWithRoom[at / 32 / 64] |= std::uint64_t{1} << (at / 32 % 64);
-  if (block.usedCount-- == kCellsPerBlock) tree.blocksWithRoom.insert(index);
-  tree.firstBlockWithRoom = std::min(tree.firstBlockWithRoom, index);
-}
-
-CellBlock* blockOf(const ArbTree& tree, const ArbNodeRef* cell) {
+[[gnu::noinline]] CellBlock* blockOf(const ArbTree& tree, const ArbNodeRef* cell) {
   const std::uint32_t index = indexOfBlock(tree, cell);
   return index == kNoBlock ? nullptr : tree.cellBlocks[index];
 }

@@ -4,10 +4,13 @@
 // with a free bit, searched from the word of the block's last allocation upwards and round; there the lowest cell.
 //
 // Invariants: a bit is set exactly when its cell is in use; usedCount is the number of bits set; wordsWithRoom has the
-// bit of each word that is not all ones; the tree's blocksWithRoom has each block whose usedCount is below 4096.
+// bit of each word that is not all ones; the tree's blocksWithRoom has each block whose usedCount is below 4096, and
+// blockWithRoom is the first of them, or null.
 // taken + free = 4096 x cellBlockCount. Blocks live as long as the tree.
 #ifndef ARBTREE_TREE_CELL_POOL_H
 #define ARBTREE_TREE_CELL_POOL_H
+
+#include <bit>
 
 #include "tree/tree.h"
 
@@ -15,6 +18,7 @@ namespace arbtree {
 
 inline constexpr std::uint32_t kCellsPerBlock = 4096;
 inline constexpr std::uint32_t kOccupancyWords = kCellsPerBlock / 32;
+inline constexpr std::uint32_t kFullWord = 0xFFFFFFFF;
 
 struct CellBlock {
   ArbNodeRef cells[kCellsPerBlock];
@@ -28,17 +32,57 @@ struct CellBlock {
   std::uint32_t* pendingSlots;
 };
 
-// A cell that still holds what its last user left, or null when there is no memory.
-ArbNodeRef* takeCell(ArbTree& tree);
-
-// Gives a cell back. A cell that lies in no block of the tree is ignored.
-void giveBackCell(ArbTree& tree, ArbNodeRef* cell);
-
 // The block that holds a cell, or null.
 CellBlock* blockOf(const ArbTree& tree, const ArbNodeRef* cell);
 
 // Frees every block and the tables of the pool.
 void destroyCells(ArbTree& tree);
+
+// What taking and giving back do seldom; nobody else calls these.
+namespace cell_pool {
+bool addBlock(ArbTree& tree);                      // a block whose cells are all free; false when there is no memory
+std::uint32_t findWordWithRoom(CellBlock& block);  // REQUIRES: the block has a free cell
+void noteFullWord(ArbTree& tree, CellBlock& block,
+                  std::uint32_t w);                               // a word of the block with room has become all ones
+void noteRoom(ArbTree& tree, CellBlock& block, std::uint32_t w);  // a word was all ones and has a free bit now
+}  // namespace cell_pool
+
+// A cell that still holds what its last user left, or null when there is no memory.
+inline ArbNodeRef* takeCell(ArbTree& tree) {
+  if (!tree.blockWithRoom && !cell_pool::addBlock(tree)) [[unlikely]]
+    return nullptr;
+  CellBlock& block = *tree.blockWithRoom;
+  if (block.occupancy[block.wordHint] == kFullWord) [[unlikely]]
+    block.wordHint = cell_pool::findWordWithRoom(block);
+  const std::uint32_t w = block.wordHint;
+  const auto place = static_cast<std::uint32_t>(std::countl_one(block.occupancy[w]));
+  block.occupancy[w] |= 0x80000000u >> place;
+  ++block.usedCount;
+  if (block.occupancy[w] == kFullWord) [[unlikely]]
+    cell_pool::noteFullWord(tree, block, w);
+  return &block.cells[w * 32 + place];
+}
+
+inline bool holds(const CellBlock& block, const ArbNodeRef* cell) {
+  return reinterpret_cast<std::uintptr_t>(cell) - reinterpret_cast<std::uintptr_t>(block.cells) < sizeof block.cells;
+}
+
+// Gives a cell back. A cell that lies in no block of the tree is ignored.
+inline void giveBackCell(ArbTree& tree, ArbNodeRef* cell) {
+  // Cells mostly come back to the block that is being taken from.
+  CellBlock* block = tree.blockWithRoom;
+  if (!block || !holds(*block, cell)) [[unlikely]]
+    block = blockOf(tree, cell);
+  if (!block) return;
+  const auto at = static_cast<std::uint32_t>(cell - block->cells);
+  const std::uint32_t bit = 0x80000000u >> (at % 32);
+  const std::uint32_t word = block->occupancy[at / 32];
+  if ((word & bit) == 0) return;  // already free
+  block->occupancy[at / 32] = word & ~bit;
+  --block->usedCount;
+  if (word == kFullWord) [[unlikely]]
+    cell_pool::noteRoom(tree, *block, at / 32);
+}
 
 }  // namespace arbtree
 

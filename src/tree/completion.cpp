@@ -1,15 +1,15 @@
 #include "tree/completion.h"
 
-#include "document/events.h"
 #include "document/read_ahead.h"
 #include "tree/producer_walk.h"
 
 namespace arbtree {
 namespace {
 
-ArbStatus completeNode(ArbNode& node) {
-  if (const ArbStatus status = completeAttributes(node)) return status;
-  closeChildren(node);
+template <typename Observers>
+ArbStatus completeNode(Observers observers, ArbNode& node) {
+  if (const ArbStatus status = completeAttributes(observers, node)) return status;
+  closeChildren(observers, node);
   return ARB_OK;
 }
 
@@ -17,23 +17,10 @@ ArbStatus completeNode(ArbNode& node) {
 struct Completing {
   static bool isDone(const ArbNode& node) { return isComplete(node); }
   static bool mayBeFreed(const ArbNode& node) { return has(node, ARB_NODE_PRODUCER_RELEASED); }
-  static void finish(ArbNode& node) { completeNode(node); }
+  static void finish(ArbNode& node) { completeNode(Observed{}, node); }
 };
 
 }  // namespace
-
-ArbStatus completeAttributes(ArbNode& node) {
-  if (has(node, ARB_NODE_ATTRIBUTES_DONE)) return ARB_OK;
-  const ArbStatus status = raiseHook(node, ARB_HOOK_ATTRIBUTES_DONE);
-  give(node, ARB_NODE_ATTRIBUTES_DONE);
-  raiseEvent(documentOf(node), ARB_EVENT_ATTRIBUTES_DONE, &node);
-  return status;
-}
-
-void closeChildren(ArbNode& node) {
-  give(node, ARB_NODE_CHILDREN_DONE);
-  raiseEvent(documentOf(node), ARB_EVENT_CHILDREN_DONE, &node);
-}
 
 }  // namespace arbtree
 
@@ -41,18 +28,18 @@ using namespace arbtree;
 
 ArbStatus ARB_CALL ArbNodeAttributesDone(ArbNode* node) {
   if (!node) return ARB_ERR_BADARG;
-  return completeAttributes(*node);
+  return completeAttributes(Observed{}, *node);
 }
 
 ArbStatus ARB_CALL ArbNodeAllChildrenAttached(ArbNode* node) {
   if (!node) return ARB_ERR_BADARG;
-  closeChildren(*node);
+  closeChildren(Observed{}, *node);
   return ARB_OK;
 }
 
 ArbStatus ARB_CALL ArbNodeProducerDone(ArbNode* node) {
   if (!node) return ARB_ERR_BADARG;
-  return completeNode(*node);
+  return observe(*node, [=](auto observers) { return completeNode(observers, *node); });
 }
 
 ArbStatus ARB_CALL ArbNodeProducerDoneSubtree(ArbNode* node) {

@@ -3,9 +3,7 @@
 // Invariants that every call keeps: a linked node has a parentCell; the children of a node run from firstChildCell
 // along nextSiblingCell to lastChildCell, with prevSiblingCell pointing back; every ancestor of a node in the tree is
 // in the tree, except below a node that was removed.
-#include "document/events.h"
 #include "tree/attach.h"
-#include "tree/node.h"
 
 namespace arbtree {
 namespace {
@@ -17,9 +15,12 @@ ArbStatus checkLinking(const ArbNode& node, const ArbNode& openList, const ArbNo
   return ARB_OK;
 }
 
-void announceLinked(ArbNode& node, const ArbNode& connectedThrough) {
-  raiseEvent(documentOf(node), ARB_EVENT_NODE_LINKED, &node);
-  if (has(connectedThrough, ARB_NODE_IN_TREE)) notifyAttached(node);
+ArbStatus announceLinked(ArbNode& node, const ArbNode& connectedThrough) {
+  return observe(node, [to = &connectedThrough, linked = &node](auto observers) {
+    raiseEvent(observers, ARB_EVENT_NODE_LINKED, *linked);
+    if (has(*to, ARB_NODE_IN_TREE)) notifyAttached(observers, *linked);
+    return ArbStatus{ARB_OK};
+  });
 }
 
 void linkLast(ArbNode& parent, ArbNode& child) {
@@ -105,12 +106,11 @@ void transferChildren(ArbNode& from, ArbNode& to) {
 
 using namespace arbtree;
 
-ArbStatus ARB_CALL ArbNodeAppendChild(ArbNode* parent, ArbNode* child) {
+[[gnu::flatten]] ArbStatus ARB_CALL ArbNodeAppendChild(ArbNode* parent, ArbNode* child) {
   if (!parent || !child) return ARB_ERR_BADARG;
   if (const ArbStatus status = checkLinking(*child, *parent, *parent)) return status;
   linkLast(*parent, *child);
-  announceLinked(*child, *parent);
-  return ARB_OK;
+  return announceLinked(*child, *parent);
 }
 
 ArbStatus ARB_CALL ArbNodeInsertSiblingBefore(ArbNode* reference, ArbNode* node) {
@@ -120,8 +120,7 @@ ArbStatus ARB_CALL ArbNodeInsertSiblingBefore(ArbNode* reference, ArbNode* node)
   ArbNode* const parent = parentOf(*reference);
   if (!parent) return ARB_ERR_DETACHED;
   linkBefore(*reference, *parent, *node);
-  announceLinked(*node, *reference);
-  return ARB_OK;
+  return announceLinked(*node, *reference);
 }
 
 ArbStatus ARB_CALL ArbNodeRemoveFromTree(ArbNode* node) {

@@ -1,5 +1,6 @@
 // Making nodes through the tree's factories, and binding them to their cells.
 #include "document/events.h"
+#include "nodetypes/builtin_kinds.h"
 #include "nodetypes/factory_table.h"
 #include "tree/cell_pool.h"
 #include "tree/growing_array.h"
@@ -15,39 +16,81 @@ bool reserveExternalRef(ArbTree& tree) {
   return reserveOne(tree.externalRefCells, tree.externalRefCapacity, tree.externalRefCount, kFirstExternalRefs);
 }
 
-// A cell that a reference made ahead brings the number or the ID string that it promised.
-void bind(ArbTree& tree, ArbNode& node, ArbNodeRef& cell, bool isReference) {
-  const std::uint32_t state = isReference ? cell.state : std::uint32_t{ARB_REF_NODE};
-  node.number = state == ARB_REF_FLOATING ? static_cast<std::uint32_t>(cell.value) : ++documentOf(tree).nodeCounter;
-  node.idString = state == ARB_REF_NAMED ? reinterpret_cast<ArbString*>(cell.value) : nullptr;
+[[gnu::noinline]] ArbNode* makeForeignRecord(ArbTree& tree, std::uint32_t elementId) {
+  const FactoryEntry* const factory = findFactory(tree, ARB_ELEMENT_NAMESPACE(elementId));
+  ArbNode* node = nullptr;
+  if (factory) factory->create(&tree, elementId, &node);
+  return node;
+}
+
+// Null when no factory serves the namespace, or the one that does makes no node.
+inline ArbNode* makeRecord(ArbTree& tree, std::uint32_t elementId) {
+  if (ARB_ELEMENT_NAMESPACE(elementId) == ARB_NAMESPACE_BUILTIN) return makeBuiltinNode(tree, elementId);
+  return makeForeignRecord(tree, elementId);
+}
+
+[[gnu::noinline]] void destroyRecord(ArbTree& tree, std::uint32_t elementId, ArbNode& node) {
+  node.tree = &tree;
+  findFactory(tree, ARB_ELEMENT_NAMESPACE(elementId))->destroy(&node);
+}
+
+void join(ArbTree& tree, ArbNode& node, ArbNodeRef& cell) {
   cell = {ARB_REF_NODE, reinterpret_cast<std::uintptr_t>(&node)};
   node.tree = &tree;
   node.cell = &cell;
+  ++documentOf(tree).chunkNodes;
+}
+
+// A cell that a reference made ahead brings the number or the ID string that it promised.
+void joinReferred(ArbTree& tree, ArbNode& node, ArbNodeRef& cell) {
+  const ArbNodeRef promised = cell;
+  node.number =
+      promised.state == ARB_REF_FLOATING ? static_cast<std::uint32_t>(promised.value) : ++documentOf(tree).nodeCounter;
+  node.idString = promised.state == ARB_REF_NAMED ? reinterpret_cast<ArbString*>(promised.value) : nullptr;
+  join(tree, node, cell);
+  removePendingRef(tree, &cell);
 }
 
 // All that can fail comes before the first change that outlives the call.
-ArbStatus createNode(ArbTree& tree, std::uint32_t elementId, ArbNodeRef* reference, ArbNode** out) {
+inline ArbStatus createNode(ArbTree& tree, std::uint32_t elementId, ArbNode** out) {
   if (isProducerDone(tree)) return ARB_ERR_LOCKED;
-  const FactoryEntry* const found = findFactory(tree, ARB_ELEMENT_NAMESPACE(elementId));
-  if (!found) return ARB_ERR_NOTFOUND;
-  const FactoryEntry entry = *found;  // the factory may make nodes of other namespaces
-  const bool isExternalRef = elementId == ARB_ELEM_EXTERNAL_REFERENCE;
-  if (isExternalRef && !reserveExternalRef(tree)) return ARB_ERR_NOMEMORY;
-  ArbNode* node = nullptr;
-  entry.create(&tree, elementId, &node);
+  ArbNode* const node = makeRecord(tree, elementId);
   if (!node) return ARB_ERR_NOTFOUND;
-  ArbNodeRef* const cell = reference ? reference : takeCell(tree);
-  if (!cell) {
-    node->tree = &tree;
-    entry.destroy(node);
+  ArbNodeRef* const cell = takeCell(tree);
+  if (!cell) [[unlikely]] {
+    destroyRecord(tree, elementId, *node);
     return ARB_ERR_NOMEMORY;
   }
-  bind(tree, *node, *cell, reference != nullptr);
+  node->number = ++documentOf(tree).nodeCounter;
+  node->idString = nullptr;
+  join(tree, *node, *cell);
   *out = node;
-  if (reference) removePendingRef(tree, reference);
-  if (isExternalRef) tree.externalRefCells[tree.externalRefCount++] = cell;
-  ++documentOf(tree).chunkNodes;
   return ARB_OK;
+}
+
+ArbStatus createReferredNode(ArbTree& tree, std::uint32_t elementId, ArbNodeRef& reference, ArbNode** out) {
+  if (isProducerDone(tree)) return ARB_ERR_LOCKED;
+  fetchPendingRef(tree, &reference);
+  ArbNode* const node = makeRecord(tree, elementId);
+  if (!node) return ARB_ERR_NOTFOUND;
+  joinReferred(tree, *node, reference);
+  *out = node;
+  return ARB_OK;
+}
+
+ArbStatus createExternalReference(ArbTree& tree, ArbNodeRef* reference, ArbNode** out) {
+  if (isProducerDone(tree)) return ARB_ERR_LOCKED;
+  if (!reserveExternalRef(tree)) return ARB_ERR_NOMEMORY;
+  const ArbStatus status = reference ? createReferredNode(tree, ARB_ELEM_EXTERNAL_REFERENCE, *reference, out)
+                                     : createNode(tree, ARB_ELEM_EXTERNAL_REFERENCE, out);
+  if (status == ARB_OK) tree.externalRefCells[tree.externalRefCount++] = (*out)->cell;
+  return status;
+}
+
+[[gnu::noinline]] ArbStatus createSpecialNode(ArbTree& tree, std::uint32_t elementId, ArbNodeRef* reference,
+                                              ArbNode** out) {
+  if (elementId == ARB_ELEM_EXTERNAL_REFERENCE) return createExternalReference(tree, reference, out);
+  return createReferredNode(tree, elementId, *reference, out);
 }
 
 }  // namespace
@@ -55,9 +98,12 @@ ArbStatus createNode(ArbTree& tree, std::uint32_t elementId, ArbNodeRef* referen
 
 using namespace arbtree;
 
-ArbStatus ARB_CALL ArbTreeCreateNode(ArbTree* tree, uint32_t elementId, ArbNodeRef* cell, ArbNode** node) {
+[[gnu::flatten]] ArbStatus ARB_CALL ArbTreeCreateNode(ArbTree* tree, uint32_t elementId, ArbNodeRef* cell,
+                                                      ArbNode** node) {
   if (!tree || !node) return ARB_ERR_BADARG;
-  const ArbStatus status = createNode(*tree, elementId, cell, node);
+  const bool special = cell || elementId == ARB_ELEM_EXTERNAL_REFERENCE;
+  const ArbStatus status =
+      special ? createSpecialNode(*tree, elementId, cell, node) : createNode(*tree, elementId, node);
   raiseEvent(documentOf(*tree), ARB_EVENT_NODE_CREATED, *node);
   return status;
 }

@@ -20,20 +20,20 @@
 namespace arbtree {
 namespace {
 
-bool isLastOfOpenList(const ArbNode& node) {
-  const ArbNode* const parent = parentOf(node);
-  return parent && lastChildOf(*parent) == &node && !has(*parent, ARB_NODE_CHILDREN_DONE);
-}
-
 // Moving children between nodes leaves the counters of freed children behind, so a node whose counters say that all its
 // children are gone may still have one in its list; that one keeps it.
-bool hasNoChildren(const ArbNode& node) { return !hasLiveChildren(node) && !firstChildOf(node); }
+bool hasChildren(const ArbNode& node) { return hasLiveChildren(node) || firstChildOf(node); }
 
-bool freeRuleHolds(const ArbNode& node) {
-  return has(node, ARB_NODE_PRODUCER_RELEASED) &&
-         (has(node, ARB_NODE_CONSUMER_RELEASED) || isProducerOnly(documentOf(node))) && hasNoChildren(node) &&
-         resolve(node.tree->rootCell) != &node && !isLastOfOpenList(node);
+bool isLastOfOpenList(const ArbNode& node) {
+  const ArbNode* const parent = parentOf(node);
+  return parent && parent->lastChildCell == node.cell && !has(*parent, ARB_NODE_CHILDREN_DONE);
 }
+
+bool isKept(const ArbNode& node) {
+  return hasChildren(node) || node.cell == node.tree->rootCell || isLastOfOpenList(node);
+}
+
+bool freeRuleHolds(const ArbNode& node) { return isReleasedByAll(node) && !isKept(node); }
 
 bool isBeingFreed(const ArbNode& node) { return (node.flags2 & ARB_NODE_FREEING) != 0; }
 
@@ -53,7 +53,7 @@ void unlinkFromParent(ArbNode& node, ArbNode& parent) {
 }
 
 // First half: out of its list. Gives the parent when it has to be freed now.
-ArbNode* detach(ArbNode& node) {
+inline ArbNode* detach(ArbNode& node) {
   unlinkFromSiblings(node);
   ArbNode* const parent = parentOf(node);
   if (!parent) return nullptr;
@@ -78,24 +78,22 @@ void settleCell(ArbNode& node) {
 }
 
 // Second half: the cell, the metadata and the record.
-ArbStatus destroy(ArbNode& node) {
+inline ArbStatus destroy(ArbNode& node) {
   settleCell(node);
-  metadata::clear(node.metadata);
+  if (node.metadata) [[unlikely]]
+    metadata::clear(node.metadata);
+  if (recycleBuiltinNode(*node.tree, node)) return ARB_OK;
   const FactoryEntry* const entry = findFactory(*node.tree, ARB_ELEMENT_NAMESPACE(elementIdOf(node)));
   if (!entry) return ARB_ERR_NOTFOUND;
-  if (entry == &node.tree->builtinFactory) {
-    recycleBuiltinNode(*node.tree, node);
-  } else {
-    entry->destroy(&node);
-  }
+  entry->destroy(&node);
   return ARB_OK;
 }
 
-// Settles a node whose children are all freed, with the ancestors that go because of it.
-ArbStatus settle(ArbNode& node) {
+// Settles the ancestors that go because of a node that has been detached, then the node.
+[[gnu::noinline]] ArbStatus settleWithAncestors(ArbNode& node, ArbNode* parent) {
   ArbNode* top = &node;
   ArbNode* below = nullptr;
-  while (ArbNode* const parent = detach(*top)) {
+  for (; parent; parent = detach(*top)) {
     markFreeing(*parent);
     raiseEvent(documentOf(*parent), ARB_EVENT_NODE_FREED, parent);
     top->parentCell = cellOf(below);  // the way back
@@ -112,9 +110,15 @@ ArbStatus settle(ArbNode& node) {
   }
 }
 
+// Settles a node whose children are all freed.
+inline ArbStatus settle(ArbNode& node) {
+  ArbNode* const parent = detach(node);
+  return parent ? settleWithAncestors(node, parent) : destroy(node);
+}
+
 // Settles all descendants, children before their parents. Every node on the way down is marked, so that no free rule
 // reaches it.
-void settleDescendants(ArbNode& start) {
+[[gnu::noinline]] void settleDescendants(ArbNode& start) {
   ArbNode* node = &start;
   while (firstChildOf(start)) {
     markFreeing(*node);
@@ -130,16 +134,17 @@ void settleDescendants(ArbNode& start) {
 
 }  // namespace
 
-void applyFreeRule(ArbNode& node) {
-  if (freeRuleHolds(node)) freeNode(node);
-}
-
 ArbStatus freeNode(ArbNode& node) {
   if (isBeingFreed(node)) return ARB_OK;
   markFreeing(node);
   raiseEvent(documentOf(node), ARB_EVENT_NODE_FREED, &node);
-  settleDescendants(node);
+  if (node.firstChildCell) [[unlikely]]
+    settleDescendants(node);
   return settle(node);
+}
+
+[[gnu::flatten]] void freeUnlessKept(ArbNode& node) {
+  if (!isKept(node)) freeNode(node);
 }
 
 }  // namespace arbtree

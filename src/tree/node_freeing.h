@@ -5,16 +5,25 @@
 #ifndef ARBTREE_TREE_NODE_FREEING_H
 #define ARBTREE_TREE_NODE_FREEING_H
 
-#include "tree/tree.h"
+#include "tree/node.h"
 
 namespace arbtree {
-
-// Frees the node if the rule says so. REQUIRES: the node is alive.
-void applyFreeRule(ArbNode& node);
 
 // Frees the node with its whole subtree. ARB_OK, or ARB_ERR_NOTFOUND when no destroyer is known for the node itself:
 // its memory is then kept. Raises ARB_EVENT_NODE_FREED for the node and for each ancestor that goes with it.
 ArbStatus freeNode(ArbNode& node);
+
+inline bool isReleasedByAll(const ArbNode& node) {
+  return has(node, ARB_NODE_PRODUCER_RELEASED) &&
+         (has(node, ARB_NODE_CONSUMER_RELEASED) || isProducerOnly(documentOf(node)));
+}
+
+// Frees a node that all have released, unless something keeps it. REQUIRES: the node is alive.
+void freeUnlessKept(ArbNode& node);
+
+inline void applyFreeRule(ArbNode& node) {
+  if (isReleasedByAll(node)) freeUnlessKept(node);
+}
 
 }  // namespace arbtree
 

@@ -36,6 +36,12 @@ bool addPendingRef(ArbTree& tree, ArbNodeRef* cell) {
   return true;
 }
 
+void fetchPendingRef(const ArbTree& tree, const ArbNodeRef* cell) {
+  __builtin_prefetch(cell, 1);
+  CellBlock* const block = blockOf(tree, cell);
+  if (block && block->pendingSlots) __builtin_prefetch(&slotOf(*block, cell), 1);
+}
+
 void removePendingRef(ArbTree& tree, ArbNodeRef* cell) {
   CellBlock* const block = blockOf(tree, cell);
   if (!block || !block->pendingSlots || slotOf(*block, cell) == 0) return;

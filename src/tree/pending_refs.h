@@ -16,6 +16,9 @@ bool addPendingRef(ArbTree& tree, ArbNodeRef* cell);
 // Frees the slot of a cell; a cell that is not in the table is ignored.
 void removePendingRef(ArbTree& tree, ArbNodeRef* cell);
 
+// Has the processor fetch what removing the reference will touch, while the node for it is being made.
+void fetchPendingRef(const ArbTree& tree, const ArbNodeRef* cell);
+
 // Gives the cells of all references that never received a node back to the pool, and frees the table.
 void destroyPendingRefs(ArbTree& tree);
 

@@ -6,7 +6,6 @@
 //
 // The rule is applied to a node when a side releases it and when a child of it is settled, at no other time: a leaf
 // that both sides released while it was the last child of an open list stays until its tree is destroyed.
-#include "document/events.h"
 #include "tree/completion.h"
 #include "tree/node_freeing.h"
 #include "tree/producer_walk.h"
@@ -14,13 +13,14 @@
 namespace arbtree {
 namespace {
 
-ArbStatus producerRelease(ArbNode& node) {
+template <typename Observers>
+ArbStatus producerRelease(Observers observers, ArbNode& node) {
   if (has(node, ARB_NODE_PRODUCER_RELEASED)) return ARB_ERR_RELEASED;
-  raiseEvent(documentOf(node), ARB_EVENT_PRODUCER_RELEASE, &node);
-  const ArbStatus status = raiseHook(node, ARB_HOOK_PRODUCER_RELEASE);
+  raiseEvent(observers, ARB_EVENT_PRODUCER_RELEASE, node);
+  const ArbStatus status = raiseHook(observers, ARB_HOOK_PRODUCER_RELEASE, node);
   if (!has(node, ARB_NODE_LINKED)) return ARB_ERR_DETACHED;
-  completeAttributes(node);
-  if (!has(node, ARB_NODE_CHILDREN_DONE)) closeChildren(node);
+  completeAttributes(observers, node);
+  if (!has(node, ARB_NODE_CHILDREN_DONE)) closeChildren(observers, node);
   give(node, ARB_NODE_PRODUCER_RELEASED);
   applyFreeRule(node);
   return status;
@@ -29,12 +29,13 @@ ArbStatus producerRelease(ArbNode& node) {
 struct ProducerReleasing {
   static bool isDone(const ArbNode& node) { return has(node, ARB_NODE_PRODUCER_RELEASED); }
   static bool mayBeFreed(const ArbNode& node) { return isDone(node); }
-  static void finish(ArbNode& node) { producerRelease(node); }
+  static void finish(ArbNode& node) { producerRelease(Observed{}, node); }
 };
 
-ArbStatus consumerRelease(ArbNode& node) {
+template <typename Observers>
+ArbStatus consumerRelease(Observers observers, ArbNode& node) {
   if (has(node, ARB_NODE_CONSUMER_RELEASED)) return ARB_ERR_RELEASED;
-  raiseEvent(documentOf(node), ARB_EVENT_CONSUMER_RELEASE, &node);
+  raiseEvent(observers, ARB_EVENT_CONSUMER_RELEASE, node);
   give(node, ARB_NODE_CONSUMER_RELEASED);
   applyFreeRule(node);
   return ARB_OK;
@@ -47,7 +48,7 @@ using namespace arbtree;
 
 ArbStatus ARB_CALL ArbNodeProducerRelease(ArbNode* node) {
   if (!node) return ARB_ERR_BADARG;
-  return producerRelease(*node);
+  return observe(*node, [=](auto observers) { return producerRelease(observers, *node); });
 }
 
 ArbStatus ARB_CALL ArbNodeProducerReleaseSubtree(ArbNode* node) {
@@ -59,5 +60,5 @@ ArbStatus ARB_CALL ArbNodeProducerReleaseSubtree(ArbNode* node) {
 ArbStatus ARB_CALL ArbNodeConsumerRelease(ArbNode* node) {
   if (!node) return ARB_ERR_BADARG;
   if (isProducerOnly(documentOf(*node))) return ARB_ERR_MODE;
-  return consumerRelease(*node);
+  return observe(*node, [=](auto observers) { return consumerRelease(observers, *node); });
 }

@@ -58,7 +58,7 @@ struct ArbTree {
 
   // For speed: where the cell pool finds room and the block of a cell (tree/cell_pool.cpp) ...
   arbtree::LowestSet blocksWithRoom;     // indices of the blocks that have a free cell
-  std::uint32_t firstBlockWithRoom;      // the lowest of them, or cellBlockCount when there is none
+  arbtree::CellBlock* blockWithRoom;     // the first of them, or null when there is none
   std::uint32_t* blockByAddress;         // hash table: index + 1 of a block by the address range it starts in
   std::uint32_t blockByAddressCapacity;  // a power of two, or 0
   // ... the strings that were bound to cells of this tree, so that none points here when the tree is gone ...
