@@ -10,9 +10,9 @@
  * Rules that hold for every call:
  *
  * - All state hangs off a document. A document and everything in it is used from one thread at a time.
- * - Failures are answered by the status alone; the library throws nothing and logs nothing. An exception that the
- *   host's own bail-out throws passes through a waiting call, and the document stays usable. A wait made inside the
- *   producer of another document lies within that document's guard: an exception there fails that document's run.
+ * - Failures are answered by the status alone; the library throws nothing and logs nothing. The host's own bail-out
+ *   may leave a waiting call by a non-local exit, and the document stays usable. A wait made inside the producer of
+ *   another document lies within that document's guard: an exception there fails that document's run.
  * - A null document, tree, node, child document or required out-pointer is answered with ARB_ERR_BADARG before every
  *   other check, and nothing is changed, unless the function says that its null has a meaning. Calls that return no
  *   status answer 0 or nothing.

@@ -38,16 +38,17 @@ typedef uint32_t(ARB_CALL *BaseStatusFunction)(uint32_t statusContext, void *hos
 
 /**
  * Abandons the host's operation, with the code that arbtree gave (20). It may leave by longjmp or by an exception, past
- * arbtree's frames, which hold nothing at that point; when it returns, the waiting call goes on with its status. Where
- * the wait was made inside the producer of another document, that document's guard lies between: an exception fails its
+ * arbtree's frames, which hold nothing at that point; when it returns, the waiting call goes on with its status. On
+ * Windows the exception is a structured one, as one of C++ does not get past the frames of other modules. Where the
+ * wait was made inside the producer of another document, that document's guard lies between: an exception fails its
  * run, and a longjmp must not go past it.
  */
 typedef void(ARB_CALL *BaseBailOutFunction)(uint32_t code, uint32_t statusContext, void *hostData);
 
-/** What a host has to say. A null status function answers 0; a null bailOut throws BaseBailOutException. */
+/** What a host has to say. A null status function answers 0; a null bailOut raises the exception described below. */
 typedef struct BaseHostFunctions {
   BaseStatusFunction status;   /**< null: go on */
-  BaseBailOutFunction bailOut; /**< null: throw BaseBailOutException */
+  BaseBailOutFunction bailOut; /**< null: raise the exception described below */
   void *hostData;              /**< handed to both; the host's own */
 } BaseHostFunctions;
 
@@ -68,7 +69,7 @@ uint32_t ARB_CALL BaseStatusCallback(uint32_t statusContext, uint32_t zero1, uin
 /**
  * Called by arbtree after an answer of 20 or 32. The call names no document, so the functions are those of the context
  * whose status function last answered on this thread, or the default ones if none did, looked up at this moment. With
- * no bail-out function it throws BaseBailOutException.
+ * no bail-out function it throws a BaseBailOutException, or on Windows raises BASE_EXCEPTION_BAIL_OUT.
  */
 void ARB_CALL BaseBailOut(uint32_t code, uint32_t zero1, uint32_t zero2);
 
@@ -146,14 +147,16 @@ uint32_t ARB_CALL BaseMapIoError(uint32_t ioResult);
 
 #ifdef __cplusplus
 }
-
-#if defined(_WIN32)
-#define BASE_EXCEPTION_TYPE
-#else
-#define BASE_EXCEPTION_TYPE __attribute__((visibility("default"))) /**< so that it can be caught outside the library */
 #endif
 
-/** What BaseBailOut throws when the host has set no bail-out function. */
+#if defined(_WIN32)
+/** The structured exception that BaseBailOut raises when the host has set no bail-out function. Its parameter is the
+ * code given to BaseBailOut, and it cannot be continued. */
+#define BASE_EXCEPTION_BAIL_OUT 0xE0000003u
+#elif defined(__cplusplus)
+#define BASE_EXCEPTION_TYPE __attribute__((visibility("default"))) /**< so that it can be caught outside the library */
+
+/** What BaseBailOut throws when the host has set no bail-out function; on Windows it raises BASE_EXCEPTION_BAIL_OUT. */
 struct BASE_EXCEPTION_TYPE BaseBailOutException {
   uint32_t code; /**< as given to BaseBailOut */
 };

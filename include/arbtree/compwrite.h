@@ -37,15 +37,15 @@ extern "C" {
 
 /**
  * Writes a file; argument is the one given to ArbFileWrite, and the result is the status that its caller gets. It may
- * throw, but must not leave by longjmp.
+ * throw (not on Windows), but must not leave by longjmp.
  */
 typedef uint32_t(ARB_CALL *CompWriter)(ArbHostContext *hostContext, ArbFile *file, uint32_t argument, void *writerData);
 
 /**
  * Provides a file's content: puts at most capacity bytes, those from offset on, into the buffer and stores their
  * number; 0 bytes end the content. Offsets grow from 0 by the bytes provided, once for each file written. A status
- * other than 0 ends the writing and becomes its result. It may throw, which leaves nothing behind, but must not leave
- * by longjmp.
+ * other than 0 ends the writing and becomes its result. It may throw (not on Windows), which leaves nothing behind,
+ * but must not leave by longjmp.
  */
 typedef uint32_t(ARB_CALL *CompContentProvider)(ArbFile *file, uint32_t argument, uint64_t offset, void *buffer,
                                                 uint32_t capacity, uint32_t *byteCount, void *providerData);

@@ -13,6 +13,11 @@
 #include "arbtree/arbtree.h"
 
 #ifdef __cplusplus
+#include <new>
+#if defined(__GLIBCXX__)
+#include <cxxabi.h>
+#endif
+
 extern "C" {
 #endif
 
@@ -24,7 +29,7 @@ extern "C" {
 
 #define RT_STATUS_EXCEPTION 3401u /**< the status of every code that has no translation */
 
-/* The codes under which the guard reports exceptions that carry none. */
+/* The codes under which C++ exceptions are reported that carry none; structured ones of Windows have their own. */
 #define RT_CODE_CPP_EXCEPTION 0xE0000001u /**< any C++ exception but the next one and RtCodedException */
 #define RT_CODE_NOMEMORY 0xE0000002u      /**< std::bad_alloc */
 
@@ -53,6 +58,10 @@ uint32_t ARB_CALL RtTranslateException(uint32_t exceptionCode);
 #ifdef __cplusplus
 }
 
+/* ------------------------------------------------------------------------------------------------------------------
+ * For producers in C++
+ * ------------------------------------------------------------------------------------------------------------------ */
+
 #if defined(_WIN32)
 #define RT_EXCEPTION_TYPE
 #else
@@ -63,6 +72,38 @@ uint32_t ARB_CALL RtTranslateException(uint32_t exceptionCode);
 struct RT_EXCEPTION_TYPE RtCodedException {
   uint32_t code; /**< the code that RtTranslateException gets */
 };
+
+/** The code of the exception that the caller is handling. REQUIRES: there is one, and not a forced unwinding. */
+inline uint32_t RtCodeOfException() {
+  try {
+    throw;
+  } catch (const RtCodedException &exception) {
+    return exception.code;
+  } catch (const std::bad_alloc &) {
+    return RT_CODE_NOMEMORY;
+  } catch (...) {
+    return RT_CODE_CPP_EXCEPTION;
+  }
+}
+
+/**
+ * A producer entry around another one, with the same outcome, that lets no C++ exception out: startEntry =
+ * RtProducer<produce>. arbtree's own guard sees the C++ exceptions of producers that share its C++ runtime; the modules
+ * of a Windows program usually have one each, and there an exception that reaches the end of its module ends the
+ * process. This one is compiled into the producer's module and catches there.
+ */
+template <ArbProducerEntry Entry>
+uint32_t ARB_CALL RtProducer(uint32_t argument1, uint32_t argument2, uint32_t argument3) {
+  try {
+    return Entry(argument1, argument2, argument3);
+#if defined(__GLIBCXX__)
+  } catch (abi::__forced_unwind &) {
+    throw; /* the thread's cancellation goes on */
+#endif
+  } catch (...) {
+    return RtTranslateException(RtCodeOfException());
+  }
+}
 #endif
 
 /** \} */

@@ -1,13 +1,7 @@
 #include "platform/guard.h"
 
-#include <new>
-
 #include "arbtree/rtcore.h"
 #include "platform/closed_libraries.h"
-
-#if defined(__GLIBCXX__)
-#include <cxxabi.h>
-#endif
 
 namespace arbtree {
 
@@ -16,23 +10,26 @@ namespace arbtree {
 #if defined(__GNUC__)
 __attribute__((no_sanitize("null")))
 #endif
-std::uint32_t
-runGuarded(const ProducerCall& call) {
-  std::uint32_t code;
+GuardedOutcome
+runCatching(const ProducerCall& call) {
   try {
-    return call.entry(call.argument1, call.argument2, call.argument3);
-  } catch (const RtCodedException& exception) {
-    code = exception.code;
-  } catch (const std::bad_alloc&) {
-    code = RT_CODE_NOMEMORY;
+    return {false, call.entry(call.argument1, call.argument2, call.argument3)};
 #if defined(__GLIBCXX__)
   } catch (abi::__forced_unwind&) {
     throw;
 #endif
   } catch (...) {
-    code = RT_CODE_CPP_EXCEPTION;
+    return {true, RtCodeOfException()};
   }
-  return RtTranslateException(code);
+}
+
+std::uint32_t runGuarded(const ProducerCall& call) {
+#ifdef _WIN32
+  const GuardedOutcome outcome = runInExceptionFrame(call);
+#else
+  const GuardedOutcome outcome = runCatching(call);
+#endif
+  return outcome.raised ? RtTranslateException(outcome.value) : outcome.value;
 }
 
 }  // namespace arbtree

@@ -1,8 +1,9 @@
 // The guard around the producer: nothing that the producer raises leaves a run except as a status.
 //
-// It catches C++ exceptions; structured exceptions of Windows are not caught yet. A caught exception gives a 32-bit
-// code (RtCodedException its own, any other a fixed one) that rtcore turns into a status. The forced unwinding of
-// thread cancellation is not the producer's doing and passes through.
+// A caught exception gives a 32-bit code that rtcore turns into a status. C++ exceptions are caught everywhere
+// (RtCodedException has its own code, any other a fixed one), as far as producer and library share one C++ runtime. On
+// Windows structured exceptions are caught as well, under their own codes, also those of other modules and compilers.
+// The forced unwinding of thread cancellation is not the producer's doing and passes through.
 #ifndef ARBTREE_PLATFORM_GUARD_H
 #define ARBTREE_PLATFORM_GUARD_H
 
@@ -22,6 +23,17 @@ struct ProducerCall {
 
 // The entry's result, or the status of the exception that it raised.
 std::uint32_t runGuarded(const ProducerCall& call);
+
+// What a call came to: `value` is the entry's result, or the code of the exception that was raised.
+struct GuardedOutcome {
+  bool raised;
+  std::uint32_t value;
+};
+
+// The two layers: the inner one catches C++ exceptions; the outer one, on Windows only, runs the inner one and catches
+// structured exceptions.
+GuardedOutcome runCatching(const ProducerCall& call);
+GuardedOutcome runInExceptionFrame(const ProducerCall& call);
 
 }  // namespace arbtree
 

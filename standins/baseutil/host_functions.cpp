@@ -6,6 +6,13 @@
 #include <shared_mutex>
 #include <unordered_map>
 
+#ifdef _WIN32
+#ifndef WIN32_LEAN_AND_MEAN
+#define WIN32_LEAN_AND_MEAN
+#endif
+#include <windows.h>
+#endif
+
 #include "arbtree/baseutil.h"
 #include "common/answer.h"
 #include "common/export.h"
@@ -41,6 +48,15 @@ BaseHostFunctions functionsOf(std::uint32_t statusContext) {
   return found == all.contexts.end() ? all.fallback : found->second;
 }
 
+void raiseBailOut(std::uint32_t code) {
+#ifdef _WIN32
+  const ULONG_PTR parameter = code;
+  RaiseException(BASE_EXCEPTION_BAIL_OUT, EXCEPTION_NONCONTINUABLE, 1, &parameter);
+#else
+  throw BaseBailOutException{code};
+#endif
+}
+
 }  // namespace
 
 STANDIN_EXPORT std::uint32_t ARB_CALL BaseSetHostFunctions(std::uint32_t statusContext,
@@ -71,6 +87,6 @@ STANDIN_EXPORT std::uint32_t ARB_CALL BaseStatusCallback(std::uint32_t statusCon
 STANDIN_EXPORT void ARB_CALL BaseBailOut(std::uint32_t code, std::uint32_t, std::uint32_t) {
   const LastAnswered last = lastAnswered;
   const BaseHostFunctions functions = last.known ? functionsOf(last.statusContext) : fallbackFunctions();
-  if (!functions.bailOut) throw BaseBailOutException{code};
+  if (!functions.bailOut) return raiseBailOut(code);
   functions.bailOut(code, last.statusContext, functions.hostData);
 }

@@ -50,6 +50,25 @@ std::wstring literalPath(const std::u16string& directory) {
   return L"\\\\?\\" + full;
 }
 
+// Gives a file the place of another. For the moment in which somebody else replaces, reads or checks that one Windows
+// refuses, so this is asked again for about a second.
+bool replaceFile(const std::wstring& file, const std::wstring& target) {
+  constexpr DWORD kAttempts = 45;
+  for (DWORD attempt = 1;; ++attempt) {
+    if (MoveFileExW(file.c_str(), target.c_str(), MOVEFILE_REPLACE_EXISTING)) return true;
+    const DWORD error = GetLastError();
+    const DWORD attributes = GetFileAttributesW(target.c_str());
+    const bool forGood = attributes != INVALID_FILE_ATTRIBUTES &&
+                         (attributes & (FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_READONLY)) != 0;
+    const bool forAMoment = error == ERROR_ACCESS_DENIED || error == ERROR_SHARING_VIOLATION;
+    if (forGood || !forAMoment || attempt == kAttempts) {
+      SetLastError(error);
+      return false;
+    }
+    Sleep(attempt);
+  }
+}
+
 std::wstring wide(const std::u16string& part) { return {part.begin(), part.end()}; }
 
 }  // namespace
@@ -109,7 +128,7 @@ std::uint32_t PendingFile::append(const void* bytes, std::uint32_t byteCount) {
 
 std::uint32_t PendingFile::commit() {
   if (!CloseHandle(std::exchange(file_, nullptr))) return statusOfLastError();
-  if (!MoveFileExW(temporary_.c_str(), target_.c_str(), MOVEFILE_REPLACE_EXISTING)) return statusOfLastError();
+  if (!replaceFile(temporary_, target_)) return statusOfLastError();
   temporary_.clear();
   return ARB_OK;
 }

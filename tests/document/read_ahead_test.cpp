@@ -4,6 +4,7 @@
 #include <new>
 #include <stdexcept>
 
+#include "support/bail_out.h"
 #include "support/host.h"
 #include "support/standins.h"
 
@@ -262,17 +263,14 @@ TEST(StatusCallback, OnlyTwentyAndThirtyTwoAbandonAndNothingIsLost) {
     ArbNode* const root = rootOf(host.makeTree());
     host.then([&] { return host.append(root, "a"), kPause; });
     host.then([&] { return host.append(root, "b"), ArbNodeAllChildrenAttached(root); });
-    bool abandoned = false;
-    try {
-      EXPECT_EQ(ARB_OK, ArbNodeWaitAllChildrenAttached(root));
-    } catch (const BaseBailOutException& exception) {
-      abandoned = true;
-      EXPECT_EQ(20u, exception.code);
+    const auto abandoned = bailOutOf([&] { EXPECT_EQ(ARB_OK, ArbNodeWaitAllChildrenAttached(root)); });
+    EXPECT_EQ(row.abandons, abandoned.has_value());
+    if (abandoned) {
+      EXPECT_EQ(20u, *abandoned);
       EXPECT_EQ(0u, host.document->flags);
       EXPECT_EQ(1u, host.document->runCount);
       EXPECT_EQ("root(a)", host.shape(root));
     }
-    EXPECT_EQ(row.abandons, abandoned);
 
     // The document goes on where it was left.
     answer.set(0);
@@ -304,14 +302,7 @@ TEST(StatusCallback, AbandoningInsideASubtreeReleaseLeavesAReleasableTree) {
   host.then([&] { return host.append(a, "c"), kPause; });
   host.then([&] { return ArbNodeProducerReleaseSubtree(root); });
   int abandoned = 0;
-  for (bool finished = false; !finished && abandoned < 10;) {
-    try {
-      EXPECT_EQ(ARB_OK, ArbNodeConsumerReleaseSubtree(root));
-      finished = true;
-    } catch (const BaseBailOutException&) {
-      ++abandoned;
-    }
-  }
+  while (abandoned < 10 && bailOutOf([&] { EXPECT_EQ(ARB_OK, ArbNodeConsumerReleaseSubtree(root)); })) ++abandoned;
   EXPECT_EQ(2, abandoned);
   EXPECT_TRUE(root->flags & ARB_NODE_CONSUMER_RELEASED);
   host.destroy();

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "arbtree/baseutil.h"
+#include "support/bail_out.h"
 
 namespace {
 
@@ -49,14 +50,9 @@ class BaseUtilHost : public ::testing::Test {
   std::vector<std::uint32_t> contexts;
 };
 
-// What BaseBailOut threw, or nothing.
+// What BaseBailOut raised, or nothing.
 std::optional<std::uint32_t> thrownByBailOut(std::uint32_t code) {
-  try {
-    BaseBailOut(code, 0, 0);
-  } catch (const BaseBailOutException& exception) {
-    return exception.code;
-  }
-  return {};
+  return arbtree::test::bailOutOf([code] { BaseBailOut(code, 0, 0); });
 }
 
 TEST_F(BaseUtilHost, WithoutFunctionsGoesOnAndBailsOutByException) {

@@ -47,7 +47,12 @@ TEST_F(CompWrite, AFailureKeepsWhatWasThere) {
     bool throws;
     std::uint32_t overclaim;
   };
-  const Case cases[] = {{0, false, 0}, {100000, false, 0}, {0, true, 0}, {100000, true, 0}, {UINT64_MAX, false, 1}};
+  const Case cases[] = {
+      {0, false, 0}, {100000, false, 0}, {UINT64_MAX, false, 1},
+#ifndef _WIN32  // where nothing is thrown from one module to another
+      {0, true, 0},  {100000, true, 0},
+#endif
+  };
   content.bytes.assign(150000, 'n');
   for (const Case& c : cases) {
     content.failAt = c.failAt;

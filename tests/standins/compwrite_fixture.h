@@ -76,8 +76,17 @@ struct Content {
   }
 };
 
+// On Windows: the path without limits of length and without special names, as the writer takes it.
+inline fs::path literal(fs::path path) {
+#ifdef _WIN32
+  return L"\\\\?\\" + path.make_preferred().wstring();
+#else
+  return path;
+#endif
+}
+
 inline std::string contentOf(const fs::path& path) {
-  std::ifstream stream(path, std::ios::binary);
+  std::ifstream stream(literal(path), std::ios::binary);
   return {std::istreambuf_iterator<char>(stream), {}};
 }
 
@@ -93,7 +102,7 @@ class CompWrite : public ::testing::Test {
   }
   void TearDown() override {
     EXPECT_EQ(CompWriteRemoveWriter(&context), ARB_OK);
-    fs::remove_all(top);
+    fs::remove_all(literal(top));
   }
 
   std::uint32_t write(FileChild&& file) { return CompWriteFile(&context, file.get(), 0); }
@@ -101,9 +110,10 @@ class CompWrite : public ::testing::Test {
   // Everything below a directory, relative to it; directories are left out when they hold something.
   static std::set<std::u16string> entries(const fs::path& directory) {
     std::set<std::u16string> found;
-    for (const auto& entry : fs::recursive_directory_iterator(directory)) {
+    const fs::path base = literal(directory);
+    for (const auto& entry : fs::recursive_directory_iterator(base)) {
       if (entry.is_symlink() || !entry.is_directory() || fs::is_empty(entry)) {
-        found.insert(entry.path().lexically_relative(directory).generic_u16string());
+        found.insert(fs::path(entry.path().native().substr(base.native().size() + 1)).generic_u16string());
       }
     }
     return found;

@@ -34,7 +34,7 @@ TEST_F(CompWrite, PutsAFileAtItsDocumentPath) {
     EXPECT_EQ(write(FileChild(c.name, c.levels)), ARB_OK);
     EXPECT_EQ(entries(out), Entries{c.expected});
     EXPECT_EQ(contentOf(out / c.expected), "content");
-    fs::remove_all(out);
+    fs::remove_all(literal(out));
     fs::create_directory(out);
   }
 }

@@ -33,8 +33,8 @@ class Source {
   std::uint32_t handle_ = 0;
 };
 
-// Answers the status callback while it lives, and keeps the status context of every call. Abandoning throws
-// BaseBailOutException, or only counts when `bailOutReturns` is set.
+// Answers the status callback while it lives, and keeps the status context of every call. Abandoning is left to
+// baseutil (see bailOutOf), or only counts when `bailOutReturns` is set.
 class StatusAnswer {
  public:
   explicit StatusAnswer(std::uint32_t answer, bool bailOutReturns = false);

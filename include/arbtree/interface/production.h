@@ -22,9 +22,11 @@ extern "C" {
  * Runs the producer for one chunk: clears the chunk's counters and calls startEntry or continueEntry once.
  *
  * An exception that leaves the producer is caught, and its 32-bit code translated by the rtcore library; the result
- * counts as the producer's own. These are C++ exceptions (structured ones of Windows not yet). RtCodedException
- * (arbtree/rtcore.h) carries its code, every other C++ exception has a fixed one. The forced unwinding of thread
- * cancellation passes through instead, and the document is no longer running then.
+ * counts as the producer's own. These are C++ exceptions (RtCodedException of arbtree/rtcore.h carries its code, every
+ * other has a fixed one) and, on Windows, all structured exceptions under their own codes. A C++ exception is only seen
+ * by the guard of a library with the same C++ runtime; RtProducer in arbtree/rtcore.h is for producers with another, as
+ * most on Windows. The forced unwinding of thread cancellation passes through instead, and the document is no longer
+ * running then.
  *
  * After a run that attached a node to a tree, failed runs included, the status callback of the baseutil library gets
  * the statusContext. When it answers 20 or 32 the bail-out is called, which usually leaves this call by a non-local
