@@ -209,7 +209,7 @@ void ContentProducer::makeTree(const Member& member, std::unique_ptr<ByteSource>
   }
   content_ = std::move(content);
   currentTree_ = tree;
-  xml_ = std::make_unique<XmlProducer>(*content_, spending_.limits(), wanted_.offsets, wanted_.id, document_, tree);
+  xml_ = std::make_unique<XmlProducer>(*content_, spending_.limits(), wanted_.details, document_, tree);
 }
 
 bool ContentProducer::isWanted(ArbForestChild& child) const {

@@ -31,9 +31,8 @@ struct Wanted {
   bool xmlAsFiles = false;  // XML as files
   bool files = false;       // the content of files
   bool archives = true;     // what is in archives; otherwise those within the outermost are files
-  bool offsets = false;     // where elements begin
   bool plainIsXml = true;   // an input that is no archive is XML, whatever it looks like
-  std::string id;           // of an element to be found by it; empty for none
+  NodeDetails details;      // of the nodes of XML
   std::string member;       // the shown path of the only XML that is wanted; empty for all
 };
 

@@ -102,7 +102,7 @@ struct Comparing : ChildVisitor {
 
 int runDuplicates(const DuplicatesOptions& options) {
   Wanted wanted;
-  wanted.offsets = true;
+  wanted.details.offsets = true;
   return runCommand(
       options.common, wanted, false, [&](ContentDocument&, OutputFile&, Report&) { return Comparing(options.element); },
       [](const Comparing& comparing, ContentDocument&, OutputFile& out, Report&) { comparing.print(out); });

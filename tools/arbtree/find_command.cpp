@@ -52,8 +52,8 @@ struct Finding : ChildVisitor {
 
 int runFind(const FindOptions& options) {
   Wanted wanted;
-  wanted.offsets = true;
-  wanted.id = options.id;
+  wanted.details.offsets = true;
+  wanted.details.id = options.id;
   return runCommand(
       options.common, wanted, true, [&](ContentDocument&, OutputFile& out, Report&) { return Finding(options, out); },
       [](const Finding&, ContentDocument&, OutputFile&, Report&) {});

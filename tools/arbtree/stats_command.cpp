@@ -85,8 +85,10 @@ void print(OutputFile& out, const StatsOptions& options, const Counting& counts,
 }  // namespace
 
 int runStats(const StatsOptions& options) {
+  Wanted wanted;
+  wanted.details.values = false;
   return runCommand(
-      options.common, Wanted{}, false, [](ContentDocument&, OutputFile&, Report&) { return Counting(); },
+      options.common, wanted, false, [](ContentDocument&, OutputFile&, Report&) { return Counting(); },
       [&](const Counting& counts, ContentDocument& document, OutputFile& out, const Report& report) {
         print(out, options, counts, document, report.status() == 0);
       });

@@ -70,11 +70,10 @@ struct XmlProducer::Handlers {
   }
 };
 
-XmlProducer::XmlProducer(ByteSource& input, const Limits& limits, bool offsets, std::string id, ArbDocument* document,
+XmlProducer::XmlProducer(ByteSource& input, const Limits& limits, const NodeDetails& details, ArbDocument* document,
                          ArbTree* tree)
     : limits_(limits),
-      offsets_(offsets),
-      id_(std::move(id)),
+      details_(details),
       parser_(XML_ParserCreate(nullptr)),
       feed_(input, parser_),
       document_(document),
@@ -120,12 +119,12 @@ void XmlProducer::run() {
 
 bool XmlProducer::begin() {
   return check(ArbTreeQueryRootNode(tree_, &current_)) && prepareNamespaces(ElementKinds::instance().comment()) &&
-         (id_.empty() || referToId());
+         (details_.id.empty() || referToId());
 }
 
 bool XmlProducer::referToId() {
   ArbString* name = nullptr;
-  return check(ArbDocumentCreateString(document_, toUtf16(id_).c_str(), &name)) &&
+  return check(ArbDocumentCreateString(document_, toUtf16(details_.id).c_str(), &name)) &&
          check(ArbTreeCreateNamedNodeReference(tree_, name, &awaited_));
 }
 
@@ -133,7 +132,7 @@ bool XmlProducer::referToId() {
 ArbNodeRef* XmlProducer::takeAwaited(const char** attributes) {
   for (; *attributes; attributes += 2) {
     const std::string_view name = attributes[0];
-    if ((name == "xml:id" || name == "id") && id_ == attributes[1]) return std::exchange(awaited_, nullptr);
+    if ((name == "xml:id" || name == "id") && details_.id == attributes[1]) return std::exchange(awaited_, nullptr);
   }
   return nullptr;
 }
@@ -179,7 +178,7 @@ void XmlProducer::startElement(const char* name, const char** attributes) {
   ElementNode* const element = makeElement(kind, awaited_ ? takeAwaited(attributes) : nullptr);
   if (!element || !link(&element->node)) return;
   attributesMade_ += newAttributes_.size();
-  if (offsets_) element->byteOffset = static_cast<std::uint64_t>(XML_GetCurrentByteIndex(parser_));
+  if (details_.offsets) element->byteOffset = static_cast<std::uint64_t>(XML_GetCurrentByteIndex(parser_));
   current_ = &element->node;
   ++depth_;
   offerBreak();
@@ -195,7 +194,7 @@ void XmlProducer::endElement() {
 
 void XmlProducer::text(const char* text, std::size_t length) {
   while (length != 0) {
-    const std::size_t taken = text_.append(text, length);
+    const std::size_t taken = details_.values ? text_.append(text, length) : text_.measure(text, length);
     text += taken;
     length -= taken;
     if (length != 0) flushText();
@@ -217,7 +216,7 @@ void XmlProducer::leaf(ElementKind& kind, const char* first, const char* second)
 void XmlProducer::flushText() {
   ArbNode* node = nullptr;
   if (!check(ArbTreeCreateNode(tree_, ARB_ELEM_TEXT, nullptr, &node))) return;
-  const bool filled = check(ArbAbstractTextNodeSetValue(node, text_.units(), text_.length()));
+  const bool filled = !details_.values || check(ArbAbstractTextNodeSetValue(node, text_.units(), text_.length()));
   text_.clear();
   if (!filled) {
     ArbNodeDestroy(node);
@@ -239,6 +238,10 @@ void XmlProducer::entityLeftOut(const char* name) {
 void XmlProducer::collectAttributes(ElementKind& kind, const char** attributes) {
   ElementKinds& kinds = ElementKinds::instance();
   newAttributes_.clear();
+  if (!details_.values) {
+    for (; *attributes; attributes += 2) ++attributesMade_;
+    return kinds.publish(kind);
+  }
   std::uint32_t expected = 0;
   for (; *attributes; attributes += 2) {
     const std::uint32_t index = kinds.attributeIndex(kind, attributes[0], expected);

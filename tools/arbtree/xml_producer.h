@@ -34,12 +34,19 @@ struct OmittedEntities {
   std::uint64_t count = 0;
 };
 
+// What nodes are to tell beyond their kinds and places.
+struct NodeDetails {
+  bool values = true;    // texts, and the attributes of elements; comments and instructions have theirs always
+  bool offsets = false;  // where elements begin
+  // Referred to before its element is there: the first element whose attribute xml:id or id has this value is made on
+  // the reference, and so has it as its ID string. Empty for none.
+  std::string id;
+};
+
 class XmlProducer {
  public:
-  // Fills a tree of the document that is empty and in a forest. With `offsets` each element tells where it begins. An
-  // `id` that is not empty is referred to before its element is there: the first element whose attribute xml:id or id
-  // has that value is made on the reference, and so has it as its ID string.
-  XmlProducer(ByteSource& input, const Limits& limits, bool offsets, std::string id, ArbDocument* document,
+  // Fills a tree of the document that is empty and in a forest.
+  XmlProducer(ByteSource& input, const Limits& limits, const NodeDetails& details, ArbDocument* document,
               ArbTree* tree);
   ~XmlProducer();
   XmlProducer(const XmlProducer&) = delete;
@@ -90,8 +97,7 @@ class XmlProducer {
   std::string reasonOfExpat() const;
 
   const Limits limits_;
-  const bool offsets_;
-  const std::string id_;
+  const NodeDetails details_;
   const XML_Parser parser_;
   ParserFeed feed_;
   std::string encoding_;  // as the input declares it, when expat does not know it
