@@ -79,15 +79,6 @@ TEST(ChildDestruction, EachKindLeavesTheListAndTheCount) {
   EXPECT_EQ(before, heap::testing::liveBlocks());
 }
 
-TEST(ChildDestruction, OneThatWasNeverAppendedTouchesNoForest) {
-  Host host;
-  ArbForest* const root = host.document->rootForest;
-  makeForest(host, root);
-  EXPECT_EQ(ARB_OK, ArbFileDestroy(makeFile(host, nullptr)));
-  EXPECT_EQ(ARB_OK, ArbForestDestroy(makeForest(host, nullptr)));
-  EXPECT_EQ("2 ", list(root));
-}
-
 TEST(ChildDestruction, DepthFirstInOrderOfAppending) {
   Host host;
   ArbForest* const root = host.document->rootForest;

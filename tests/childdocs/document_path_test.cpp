@@ -95,39 +95,6 @@ TEST(DocumentPath, DirectoryOfTheOutputPath) {
   }
 }
 
-// The forest nearest the chain's end whose type is 0 to 3 decides; here from the root forest down to the child itself.
-TEST(DocumentPath, WhichArchiveTypesLeaveTheDirectoryOut) {
-  struct Row {
-    std::uint32_t root, outer, inner, self;  // self: the type of the child, a forest
-    bool directory;
-  };
-  const std::uint32_t other = 5;
-  for (const Row& row :
-       {Row{0, 1, 1, 1, true}, Row{0, 2, 2, 2, true}, Row{1, 2, 3, 2, true}, Row{2, 1, 1, 1, false},
-        Row{3, 0, 0, 0, false}, Row{other, 2, 1, 1, false}, Row{other, 3, 0, 1, false}, Row{other, 0, 2, 2, true},
-        Row{other, other, 1, 2, true}, Row{other, 4, 2, 1, false}, Row{other, other, other, 2, false},
-        Row{other, other, other, 3, false}, Row{other, other, other, 1, true},
-        Row{other, other, 0xFFFFFFFF, other, true}, Row{other, other, other, 0, true}}) {
-    SCOPED_TRACE(testing::Message() << row.root << " " << row.outer << " " << row.inner << " " << row.self);
-    const Source source(nullptr, u"/out/x");
-    Host host(0, source.handle(), u"R");
-    ArbForest* const root = host.document->rootForest;
-    if (row.root) {
-      EXPECT_EQ(ARB_OK, ArbForestSetArchiveType(root, row.root));
-    }
-    ArbForest* const outer = addForest(host, root, u"o", row.outer);
-    ArbForest* const inner = addForest(host, outer, u"i", row.inner);
-    ArbForest* const self = addForest(host, inner, u"s", row.self);
-    std::u16string expected = row.directory ? u"/out/" : u"";
-    if (row.root) expected += u"R/";
-    if (row.outer) expected += u"o/";
-    if (row.inner) expected += u"i/";
-    std::uint32_t needed = 0;
-    EXPECT_EQ(expected + u"s", pathOf(asChild(self), &needed));
-    EXPECT_EQ(expected.size() + 1 + 1 + (row.directory ? 1 : 0), needed);
-  }
-}
-
 TEST(DocumentPath, ChildrenInNoForest) {
   const Source source(nullptr, u"/out/x");
   Host host(0, source.handle());

@@ -87,51 +87,5 @@ TEST(Document, SourceAccessSlots) {
   }
 }
 
-TEST(Document, MemoryLimitChangesNothing) {
-  Host host;
-  EXPECT_EQ(ARB_OK, ArbDocumentSetMemoryLimit(host.document, 1));
-  ArbNode* parent = rootOf(host.makeTree());
-  for (int i = 0; i < 100; ++i) parent = host.append(parent, "n");
-  EXPECT_EQ(131072u, host.document->chunkBreakSize);
-}
-
-TEST(Document, NumbersRunThroughAllTreesOfADocument) {
-  Host host;
-  ArbTree* const first = host.makeTree();
-  ArbTree* const second = host.makeTree();
-  EXPECT_EQ(1u, rootOf(first)->number);
-  EXPECT_EQ(2u, rootOf(second)->number);
-  EXPECT_EQ(3u, host.append(rootOf(first), "a")->number);
-  EXPECT_EQ(4u, host.append(rootOf(second), "b")->number);
-}
-
-TEST(Document, DestructionFreesWhatHangsBelowTheRootForest) {
-  const std::uint64_t before = heap::testing::liveBlocks();
-  const std::uint64_t elements = liveElements();
-  {
-    Host host;
-    ArbForest* nested = nullptr;
-    ASSERT_EQ(ARB_OK, ArbDocumentCreateForest(host.document, nullptr, &nested));
-    ASSERT_EQ(ARB_OK, ArbForestAppendChild(host.document->rootForest, asChild(nested)));
-    ArbTree* tree = nullptr;
-    ASSERT_EQ(ARB_OK, ArbDocumentCreateTree(host.document, nullptr, &tree));
-    ASSERT_EQ(ARB_OK, ArbTreeAddNodeFactory(tree, kTestNamespace));
-    ASSERT_EQ(ARB_OK, ArbForestAppendChild(nested, asChild(tree)));
-    ArbNode* const a = host.append(rootOf(tree), "a");
-    ArbNode* const text = host.append(a, "text", ARB_ELEM_TEXT);
-    ASSERT_EQ(ARB_OK, ArbAbstractTextNodeSetValue(text, u"value", 5));
-    const char bytes[] = "0123456789";
-    for (std::uint32_t size = 0; size < 10; ++size) {
-      ASSERT_EQ(ARB_OK, ArbNodeSetMetadata(a, size, bytes, size));
-      ASSERT_EQ(ARB_OK, ArbForestChildSetMetadata(asChild(tree), size, bytes, size));
-      ASSERT_EQ(ARB_OK, ArbForestChildSetMetadata(asChild(nested), size, bytes, size));
-      ASSERT_EQ(ARB_OK, ArbForestChildSetMetadata(&host.document->rootForest->child, size, bytes, size));
-    }
-    host.record();
-  }
-  EXPECT_EQ(before, heap::testing::liveBlocks());
-  EXPECT_EQ(elements, liveElements());
-}
-
 }  // namespace
 }  // namespace arbtree::test

@@ -93,23 +93,5 @@ TEST_F(Cursors, APositionWhoseNodeIsFreed) {
   }
 }
 
-TEST_F(Cursors, DuringARun) {
-  ArbNode* const a = host.append(root, "a");
-  ArbNode* const gone = host.make(tree, "gone");
-  host.then([&] {
-    EXPECT_EQ(ARB_OK, ArbNodeCreateID(gone));
-    EXPECT_EQ(ARB_OK, ArbTreePushCursor(tree, gone));
-    EXPECT_EQ(ARB_OK, ArbTreePushCursor(tree, a));
-    EXPECT_EQ(ARB_OK, ArbNodeDestroy(gone));
-    EXPECT_EQ(ARB_OK, ArbTreePopCursor(tree, &node));
-    EXPECT_EQ(a, node);
-    EXPECT_EQ(ARB_ERR_NOTREADY, ArbTreePopCursor(tree, &node));
-    EXPECT_EQ(nullptr, node);
-    EXPECT_EQ(0u, tree->cursorDepth) << "popped all the same";
-    return ARB_OK;
-  });
-  EXPECT_EQ(ARB_STATUS_END, ArbDocumentReadAhead(host.document));
-}
-
 }  // namespace
 }  // namespace arbtree::test

@@ -66,47 +66,6 @@ class References : public testing::Test {
   ArbTree* const tree = host.makeTree();
 };
 
-TEST_F(References, AFloatingReferenceReservesTheNextNumber) {
-  linked(), linked();
-  ArbNodeRef* const cell = floating();
-  EXPECT_EQ(ARB_REF_FLOATING, cell->state);
-  EXPECT_EQ(4u, cell->value);
-  EXPECT_EQ(5u, linked()->number);
-  ArbNode* const node = linked(cell);
-  EXPECT_EQ(4u, node->number);
-  EXPECT_EQ(cell, node->cell);
-  EXPECT_EQ(node, resolve(cell));
-  EXPECT_EQ(6u, linked()->number);
-  EXPECT_EQ(ARB_OK, ArbNodeAttributesDone(node));
-  EXPECT_EQ("0 ID4", queried(cell));
-}
-
-TEST_F(References, ANamedReferenceCarriesItsName) {
-  ArbString* const name = string(u"target");
-  ArbNodeRef* const first = named(name);
-  ArbNodeRef* const second = named(name);
-  EXPECT_NE(first, second);
-  EXPECT_EQ(nullptr, name->boundRef);
-  for (ArbNodeRef* const cell : {first, second}) {
-    EXPECT_EQ(ARB_REF_NAMED, cell->state);
-    EXPECT_EQ(reinterpret_cast<std::uintptr_t>(name), cell->value);
-    EXPECT_EQ("0 target", queried(cell));
-    EXPECT_EQ("0 target", waited(cell));
-    EXPECT_EQ("145", queriedNode(cell, nullptr));
-  }
-  EXPECT_TRUE(host.runs.empty()) << "a name is known at once";
-  ArbNode* const node = linked(second);
-  EXPECT_EQ(name, node->idString);
-  EXPECT_FALSE(node->flags & ARB_NODE_HAS_ID);
-  EXPECT_EQ("0", queriedNode(second, node));
-  EXPECT_EQ("145", queriedNode(first, nullptr));
-  EXPECT_EQ("145 -", queried(second)) << "its ID string may still be set";
-  EXPECT_EQ(ARB_OK, ArbNodeAttributesDone(node));
-  EXPECT_EQ("0 target", queried(second));
-  EXPECT_EQ(nullptr, name->boundRef) << "making a node on a reference binds nothing";
-  EXPECT_NE(second, named(name));
-}
-
 // Every state of a cell, read by the Query calls.
 TEST_F(References, WhatEachStateAnswers) {
   ArbNode* const node = linked();
@@ -165,110 +124,6 @@ TEST_F(References, AGeneratedStringIsTheHexNumberAndIsKeptAndBound) {
   EXPECT_EQ(0u, tree->pendingRefCount);
 }
 
-TEST_F(References, AStringThatCannotBeMadeIsNull) {
-  ArbNode* const node = linked();
-  EXPECT_EQ(ARB_OK, ArbNodeAttributesDone(node));
-  heap::testing::failAllocation(1, true);
-  EXPECT_EQ("0 -", queried(node->cell));
-  EXPECT_EQ("0 -", waited(node->cell));
-  heap::testing::stopFailing();
-  EXPECT_EQ(nullptr, node->idString);
-  EXPECT_EQ("0 ID2", queried(node->cell));
-}
-
-TEST_F(References, GivingAnIdString) {
-  ArbString* const name = string(u"given");
-  ArbNode* const node = linked(named(string(u"first")));
-  ArbNode* const other = linked();
-  EXPECT_EQ(ARB_OK, ArbNodeSetIDString(node, name));
-  EXPECT_EQ(name, node->idString);
-  EXPECT_TRUE(node->flags & ARB_NODE_HAS_ID);
-  EXPECT_EQ(node->cell, name->boundRef);
-  EXPECT_EQ(ARB_REF_NODE, node->cell->state);
-  EXPECT_EQ(2u, node->number);
-  const std::uint32_t pending = tree->pendingRefCount;
-  EXPECT_EQ(node->cell, named(name)) << "answers the node's own cell";
-  EXPECT_EQ(pending, tree->pendingRefCount);
-  EXPECT_EQ(ARB_OK, ArbNodeSetIDString(other, name));
-  EXPECT_EQ(other->cell, name->boundRef) << "in place of the earlier binding";
-  EXPECT_EQ(name, node->idString);
-  EXPECT_EQ(ARB_ERR_BADARG, ArbNodeSetIDString(node, nullptr));
-  EXPECT_EQ(ARB_ERR_BADARG, ArbNodeSetIDString(nullptr, name));
-  EXPECT_EQ(ARB_OK, ArbNodeAttributesDone(node));
-  EXPECT_EQ(ARB_ERR_LOCKED, ArbNodeSetIDString(node, string(u"late")));
-  EXPECT_EQ(name, node->idString);
-  EXPECT_EQ(nullptr, string(u"late")->boundRef);
-  ArbNodeRef* const cell = other->cell;
-  other->cell = nullptr;
-  EXPECT_EQ(ARB_ERR_BADARG, ArbNodeSetIDString(other, string(u"none")));
-  other->cell = cell;
-  EXPECT_EQ(name, other->idString);
-}
-
-TEST_F(References, MarkingANode) {
-  ArbNode* const marked = linked();
-  ArbNode* const plain = linked();
-  EXPECT_EQ(ARB_OK, ArbNodeCreateID(marked));
-  EXPECT_EQ(ARB_OK, ArbNodeCreateID(marked));
-  EXPECT_EQ(nullptr, marked->idString);
-  EXPECT_EQ(ARB_OK, ArbNodeAttributesDone(marked));
-  EXPECT_EQ(ARB_OK, ArbNodeAttributesDone(plain));
-  EXPECT_EQ(ARB_OK, ArbNodeCreateID(marked));
-  EXPECT_EQ(ARB_ERR_LOCKED, ArbNodeCreateID(plain));
-  EXPECT_FALSE(plain->flags & ARB_NODE_HAS_ID);
-  EXPECT_EQ(ARB_ERR_BADARG, ArbNodeCreateID(nullptr));
-}
-
-// What a cell and its string tell once the node is freed: with a mark the cell stays; without one it goes back to the
-// pool, and the string leads nowhere.
-TEST_F(References, AfterTheNodeIsFreed) {
-  struct Row {
-    const char* name;
-    std::function<void(ArbNode*)> identify;
-    bool kept;
-    std::uint32_t state;
-  };
-  ArbString* const given = string(u"given");
-  const auto generate = [&](ArbNode* node) {
-    EXPECT_EQ(ARB_OK, ArbNodeAttributesDone(node));
-    EXPECT_NE("0 -", queried(node->cell));
-  };
-  const auto generateMarked = [&](ArbNode* node) {
-    EXPECT_EQ(ARB_OK, ArbNodeCreateID(node));
-    generate(node);
-  };
-  for (const Row& row :
-       {Row{"plain", [](ArbNode*) {}, false, 0},
-        Row{"marked", [](ArbNode* n) { EXPECT_EQ(ARB_OK, ArbNodeCreateID(n)); }, true, ARB_REF_FREED},
-        Row{"given", [&](ArbNode* n) { EXPECT_EQ(ARB_OK, ArbNodeSetIDString(n, given)); }, true, ARB_REF_FREED_ID},
-        Row{"generated", generate, false, 0}, Row{"generated and marked", generateMarked, true, ARB_REF_FREED_ID}}) {
-    SCOPED_TRACE(row.name);
-    ArbNode* const node = make();
-    row.identify(node);
-    ArbString* const id = node->idString;
-    ArbNodeRef* const cell = node->cell;
-    const std::uint32_t number = node->number;
-    EXPECT_EQ(ARB_OK, ArbNodeDestroy(node));
-    if (row.kept) {
-      EXPECT_EQ(row.state, cell->state);
-      EXPECT_EQ(row.state == ARB_REF_FREED ? number : reinterpret_cast<std::uintptr_t>(id), cell->value);
-      EXPECT_EQ("145", queriedNode(cell, nullptr));
-      EXPECT_EQ("145 -", queried(cell));
-      if (id) {
-        EXPECT_EQ(cell, named(id)) << "the name still leads to the cell";
-      }
-    } else if (id) {
-      EXPECT_EQ(nullptr, id->boundRef);
-    }
-    ArbNode* const next = make();
-    EXPECT_EQ(row.kept, next->cell != cell);
-    if (id && !row.kept) {
-      EXPECT_NE(next->cell, named(id)) << "the name does not lead to the next node on the cell";
-    }
-    EXPECT_EQ(ARB_OK, ArbNodeDestroy(next));
-  }
-}
-
 // Strings outlive the trees whose cells they were bound to.
 TEST_F(References, AfterTheTreeIsDestroyed) {
   ArbTree* const other = host.makeTree();
@@ -313,20 +168,6 @@ TEST_F(References, ATreeThatIsDoneMakesNone) {
   EXPECT_EQ(ARB_ERR_BADARG, ArbTreeCreateNamedNodeReference(tree, name, nullptr));
   EXPECT_EQ(&untouched, cell);
   EXPECT_EQ(number, host.document->nodeCounter);
-}
-
-TEST_F(References, AProducerOnlyDocumentMakesAndReadsButDoesNotWait) {
-  Host alone(1);
-  ArbTree* const other = alone.makeTree();
-  ArbNodeRef* cell = nullptr;
-  EXPECT_EQ(ARB_OK, ArbTreeCreateFloatingNodeReference(other, &cell));
-  EXPECT_EQ(ARB_ERR_NOTREADY, ArbNodeRefQueryNode(cell, nullptr));
-  ArbString* answer = reinterpret_cast<ArbString*>(cell);
-  EXPECT_EQ(ARB_ERR_MODE, ArbNodeRefWaitIdString(nullptr, alone.document, &answer));
-  EXPECT_EQ(nullptr, answer);
-  EXPECT_EQ(ARB_OK, ArbNodeAppendChild(rootOf(other), alone.make(other, "n", elementId(1), cell)));
-  EXPECT_EQ(ARB_OK, ArbNodeAttributesDone(resolve(cell)));
-  EXPECT_EQ("0 ID2", queried(cell));
 }
 
 class WaitingForIdStrings : public References {
@@ -393,70 +234,6 @@ class PlainTable {
   std::vector<ArbNodeRef*> entries_;
   std::size_t capacity_ = 0;
 };
-
-TEST_F(References, ThePendingTableGrowsByDoublingAndReusesTheLowestSlot) {
-  std::vector<ArbNodeRef*> cells;
-  for (std::uint32_t i = 0; i < 257; ++i) {
-    EXPECT_EQ(i == 0 ? 0u : 256u, tree->pendingRefCapacity);
-    cells.push_back(i % 2 ? floating() : named(string(u"n")));
-    EXPECT_EQ(cells.back(), tree->pendingRefs[i]);
-  }
-  EXPECT_EQ(512u, tree->pendingRefCapacity);
-  for (const std::uint32_t slot : {200u, 3u, 256u, 77u}) {
-    linked(cells[slot]);
-    EXPECT_EQ(nullptr, tree->pendingRefs[slot]);
-  }
-  for (const std::uint32_t slot : {3u, 77u, 200u, 256u, 257u}) {
-    ArbNodeRef* const cell = floating();
-    EXPECT_EQ(cell, tree->pendingRefs[slot]) << slot;
-  }
-}
-
-// Making, resolving and freeing in random order; freed cells come back as nodes and as references.
-TEST_F(References, RandomUseAgreesWithThePlainTable) {
-  std::mt19937 random(testSeed());
-  ArbString* const name = string(u"name");
-  PlainTable model;
-  std::vector<ArbNodeRef*> pending;
-  std::vector<ArbNode*> nodes;
-  const auto takeOne = [&random](auto& list) {
-    std::swap(list[random() % list.size()], list.back());
-    const auto one = list.back();
-    list.pop_back();
-    return one;
-  };
-  for (int i = 0; i < 30'000; ++i) {
-    const std::uint32_t growing = i / 3000 % 2 ? 3 : 5;  // tides, so that the table fills and empties
-    if (random() % 8 < growing) {
-      pending.push_back(random() % 2 ? floating() : named(name));
-      model.add(pending.back());
-    } else if (!pending.empty() && random() % 2) {
-      ArbNodeRef* const cell = takeOne(pending);
-      nodes.push_back(make(cell));
-      model.remove(cell);
-    } else if (!nodes.empty()) {
-      EXPECT_EQ(ARB_OK, ArbNodeDestroy(takeOne(nodes)));
-    } else {
-      nodes.push_back(make());
-    }
-    if (i % 500 == 0) model.expectSame(*tree);
-    ASSERT_FALSE(HasFailure());
-  }
-  model.expectSame(*tree);
-  const std::set<ArbNodeRef*> distinct(pending.begin(), pending.end());
-  EXPECT_EQ(pending.size(), distinct.size());
-  for (ArbNode* const node : nodes) EXPECT_EQ(ARB_OK, ArbNodeDestroy(node));
-}
-
-// References left without a node go with their tree.
-TEST_F(References, PendingReferencesGoWithTheTree) {
-  const std::uint64_t live = heap::testing::liveBlocks();
-  ArbTree* const other = host.makeTree();
-  ArbNodeRef* cell = nullptr;
-  for (int i = 0; i < 5000; ++i) EXPECT_EQ(ARB_OK, ArbTreeCreateFloatingNodeReference(other, &cell));
-  EXPECT_EQ(ARB_OK, ArbTreeDestroy(other));
-  EXPECT_EQ(live, heap::testing::liveBlocks());
-}
 
 }  // namespace
 }  // namespace arbtree::test

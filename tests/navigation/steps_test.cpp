@@ -145,17 +145,6 @@ TEST(Steps, ChildCounts) {
   }
 }
 
-TEST(Steps, CountsKeepChildrenThatWereFreed) {
-  Shapes shapes;
-  ArbNode* const q1 = shapes.node("q1");
-  shapes.nodes.erase(std::find(shapes.nodes.begin(), shapes.nodes.end(), q1));
-  EXPECT_EQ(ARB_OK, ArbNodeProducerRelease(q1));
-  EXPECT_EQ(ARB_OK, ArbNodeConsumerRelease(q1));
-  EXPECT_EQ("0 2", shapes.count(ArbNodeQueryChildCount, "pc"));
-  EXPECT_EQ("0 q2", shapes.take(ArbNodeQueryFirstChild, "pc"));
-  EXPECT_EQ("0 null", shapes.take(ArbNodeWaitPrevSibling, "q2"));
-}
-
 TEST(Steps, WaitingForFlags) {
   struct Row {
     const char* name;
@@ -176,24 +165,6 @@ TEST(Steps, WaitingForFlags) {
     EXPECT_EQ(row.ended, row.wait(ended.node(row.from)));
     EXPECT_EQ(row.failed, row.wait(failed.node(row.from)));
   }
-}
-
-// Without a consumer every step is refused, and only the results that are cleared at entry are written.
-TEST(Steps, RefusedWithoutAConsumer) {
-  Shapes shapes(1);
-  for (const Step step : {ArbNodeQueryFirstChild, ArbNodeWaitFirstChild, ArbNodeQueryLastChild, ArbNodeWaitLastChild,
-                          ArbNodeQueryNextSibling, ArbNodeWaitNextSibling, ArbNodeWaitPrevSibling, ArbNodeWaitParent}) {
-    EXPECT_EQ("2057 -", shapes.take(step, "pc"));
-  }
-  EXPECT_EQ("2057 0", shapes.count(ArbNodeQueryChildCount, "pc"));
-  EXPECT_EQ("2057 0", shapes.count(ArbNodeWaitChildCount, "pc"));
-  EXPECT_EQ(ARB_ERR_MODE, ArbNodeWaitAllChildrenAttached(shapes.node("pc")));
-  EXPECT_EQ(ARB_ERR_MODE, ArbNodeWaitAttributesDone(shapes.node("pc")));
-  ArbNode* result = untouchedNode();
-  EXPECT_EQ(ARB_ERR_MODE, ArbNodeRefWaitNode(shapes.node("pc")->cell, shapes.host.document, &result));
-  EXPECT_EQ(nullptr, result);
-  EXPECT_EQ(ARB_ERR_MODE, ArbNodeRefWaitNode(nullptr, shapes.host.document, nullptr));
-  EXPECT_TRUE(shapes.host.runs.empty());
 }
 
 }  // namespace

@@ -76,51 +76,6 @@ TEST_F(Waiting, AFailingRunsWorkIsThereForTheNextQuestion) {
   EXPECT_EQ(13u, ArbNodeWaitNextSibling(resolve(top->firstChildCell), &node));
 }
 
-TEST_F(Waiting, InsideARunOnlyWhatExistsIsAnswered) {
-  run(2);
-  ArbNode* node = untouchedNode();
-  host.then([&] {
-    EXPECT_EQ(ARB_OK, ArbNodeWaitFirstChild(a, &node));
-    EXPECT_EQ(b, node);
-    node = untouchedNode();
-    EXPECT_EQ(ARB_ERR_NOTREADY, ArbNodeWaitFirstChild(b, &node));
-    EXPECT_EQ(untouchedNode(), node);
-    EXPECT_EQ(ARB_OK, ArbNodeWaitAttributesDone(a));
-    EXPECT_EQ(ARB_ERR_NOTREADY, ArbNodeWaitAttributesDone(b));
-    return ARB_OK;
-  });
-  EXPECT_EQ(ARB_OK, ArbNodeWaitAttributesDone(b));
-  EXPECT_TRUE(host.document->flags & ARB_DOC_ENDED);
-}
-
-// A callback during a run asks as the producer does.
-std::uint32_t ARB_CALL waitDuringEvent(ArbDocument* document, std::uint32_t event, void* argument, void* context) {
-  if (event == ARB_EVENT_NODE_LINKED && (document->flags & ARB_DOC_RUNNING)) {
-    *static_cast<ArbStatus*>(context) = ArbNodeWaitAllChildrenAttached(static_cast<ArbNode*>(argument));
-  }
-  return 0;
-}
-
-TEST_F(Waiting, InsideAnEventOfARunNothingIsRun) {
-  ArbStatus status = 0;
-  EXPECT_EQ(ARB_OK, ArbDocumentRegisterCallback(host.document, waitDuringEvent, &status));
-  run(1);
-  EXPECT_EQ(ARB_ERR_NOTREADY, status);
-  EXPECT_EQ(1u, host.document->runCount);
-}
-
-TEST_F(Waiting, OnAReferenceUntilItsNodeIsMade) {
-  ArbNodeRef* const named = takeCell(*tree);
-  *named = {ARB_REF_FLOATING, 50};
-  host.then([&] { return host.make(tree, "d", elementId(1), named), ARB_OK; });
-  ArbNode* node = untouchedNode();
-  EXPECT_EQ(ARB_OK, ArbNodeRefWaitNode(named, host.document, &node));
-  EXPECT_EQ("d", host.events.nameOf(node));
-  EXPECT_EQ(7u, host.runs.size());
-  EXPECT_EQ(ARB_OK, ArbNodeRefWaitNode(named, host.document, nullptr));
-  EXPECT_EQ(ARB_OK, ArbNodeDestroy(node));
-}
-
 TEST_F(Waiting, OnAReferenceThatAFailingRunResolves) {
   for (const bool resolved : {true, false}) {
     Host failing;

@@ -70,26 +70,6 @@ TEST_F(BuiltinKinds, Descriptors) {
   }
 }
 
-TEST(ExternalReferences, CanBeMadeOnceARunHasCompleted) {
-  Host host;
-  ArbTree* const tree = host.makeTree();
-  const auto make = [&] {
-    ArbNode* node = nullptr;
-    const ArbStatus status = ArbTreeCreateNode(tree, ARB_ELEM_EXTERNAL_REFERENCE, nullptr, &node);
-    if (node) {
-      EXPECT_EQ(ARB_OK, ArbNodeDestroy(node));
-    }
-    return status;
-  };
-  EXPECT_EQ(ARB_ERR_NOTFOUND, make());
-  host.then([&] {
-    EXPECT_EQ(ARB_ERR_NOTFOUND, make()) << "during the first run";
-    return kPause;
-  });
-  EXPECT_EQ(ARB_OK, ArbDocumentReadAhead(host.document));
-  for (int i = 0; i < 600; ++i) EXPECT_EQ(ARB_OK, make());
-}
-
 TEST_F(BuiltinKinds, TextValues) {
   for (const std::uint32_t id : {ARB_ELEM_TEXT, ARB_ELEM_TEXT_3, ARB_ELEM_TEXT_4, ARB_ELEM_ENCODED_BYTES}) {
     SCOPED_TRACE(id);
@@ -182,31 +162,6 @@ TEST_F(BuiltinKinds, TextOperations) {
   EXPECT_EQ(u"new value", valueOf(node));
   EXPECT_EQ(ARB_OK, node->nodeType->setAttribute(node, 0, reinterpret_cast<std::uintptr_t>(u"")));
   EXPECT_EQ(u"(none)", valueOf(node));
-}
-
-TEST_F(BuiltinKinds, ExternalReferenceOperations) {
-  const auto reference = [&](const char16_t* name) {
-    ArbNode* const node = make(ARB_ELEM_EXTERNAL_REFERENCE);
-    auto* const record = reinterpret_cast<ArbExternalReferenceNode*>(node);
-    record->target = asChild(tree);
-    std::char_traits<char16_t>::copy(record->entityName, name, std::char_traits<char16_t>::length(name) + 1);
-    return node;
-  };
-  ArbNode* const empty = reference(u"");
-  ArbNode* const ab = reference(u"ab");
-  ArbNode* const same = reference(u"ab");
-  ArbNode* const ba = reference(u"ba");
-  ArbNode* const elsewhere = reference(u"ab");
-  reinterpret_cast<ArbExternalReferenceNode*>(elsewhere)->target = nullptr;
-  reinterpret_cast<ArbExternalReferenceNode*>(same)->entityName[10] = u'z';  // behind the terminator
-  const ArbNodeType& type = *empty->nodeType;
-  EXPECT_EQ(static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(asChild(tree))), type.hash(empty));
-  EXPECT_EQ(type.hash(ab), type.hash(same));
-  EXPECT_NE(type.hash(ab), type.hash(elsewhere));
-  EXPECT_EQ(1u, type.isEqual(ab, same));
-  EXPECT_EQ(0u, type.isEqual(ab, ba));
-  EXPECT_EQ(0u, type.isEqual(ab, empty));
-  EXPECT_EQ(0u, type.isEqual(ab, elsewhere));
 }
 
 class StreamForm : public BuiltinKinds {

@@ -218,26 +218,6 @@ TEST_F(CloningSubtrees, AreMadeAndLinkedLikeARecursion) {
   EXPECT_EQ("top(a(b c top'(a'(b' c') d')) d)", host.shape(top));
 }
 
-// What a callback sees in the middle: a node in no child list has no parent.
-TEST_F(CloningSubtrees, ACallbackSeesConsistentNodes) {
-  struct Seen {
-    std::vector<ArbNode*> made;
-    static std::uint32_t ARB_CALL onEvent(ArbDocument*, std::uint32_t event, void* argument, void* context) {
-      auto& seen = *static_cast<Seen*>(context);
-      if (event == ARB_EVENT_NODE_CREATED) seen.made.push_back(static_cast<ArbNode*>(argument));
-      for (ArbNode* const node : seen.made) {
-        EXPECT_EQ((node->flags & ARB_NODE_LINKED) != 0, node->parentCell != nullptr) << "node " << node->number;
-      }
-      return 0;
-    }
-  } seen;
-  EXPECT_EQ(ARB_OK, ArbDocumentRegisterCallback(host.document, Seen::onEvent, &seen));
-  ArbNode* const copy = cloneSubtree(top, nullptr);
-  EXPECT_EQ(5u, seen.made.size());
-  EXPECT_EQ(ARB_OK, ArbDocumentUnregisterCallback(host.document, Seen::onEvent));
-  EXPECT_EQ(ARB_OK, ArbNodeDestroy(copy));
-}
-
 // The factory gives out after so many nodes. Finished children are linked, and so are the copies on the way down.
 TEST_F(CloningSubtrees, FailingMidwayKeepWhatWasMade) {
   const char* const shapes[] = {"top'", "top'(a')", "top'(a'(b'))", "top'(a'(b' c'))"};
@@ -273,33 +253,6 @@ TEST_F(CloningSubtrees, FreedChildrenAreLeftOut) {
   EXPECT_EQ(ARB_OK, ArbNodeDestroy(copy));
 }
 
-TEST_F(Cloning, AValueWithoutMemoryIsMissing) {
-  for (const std::uint32_t id : {ARB_ELEM_TEXT, ARB_ELEM_TEXT_4, ARB_ELEM_ENCODED_BYTES}) {
-    ArbNode* const node = sample(id);
-    const std::uint64_t live = heap::testing::liveBlocks();
-    std::uint32_t withoutValue = 0;
-    std::uint32_t whole = 0;
-    for (std::uint64_t n = 1; whole == 0; ++n) {
-      ArbNode* copy = nullptr;
-      heap::testing::failAllocation(n, false);
-      const ArbStatus status = ArbNodeClone(node, nullptr, &copy);
-      heap::testing::stopFailing();
-      EXPECT_EQ(status == ARB_OK, copy != nullptr) << n;
-      if (!copy) continue;
-      const auto& record = *reinterpret_cast<ArbTextNode*>(copy);
-      if (!record.text) {
-        ++withoutValue;
-        EXPECT_EQ(0u, record.textLength);
-        expectMetadata(copy, 2, "longer value");
-      }
-      if (!heap::testing::failureFired()) ++whole;
-      EXPECT_EQ(ARB_OK, ArbNodeDestroy(copy));
-    }
-    EXPECT_EQ(1u, withoutValue) << std::hex << id;
-    EXPECT_LE(heap::testing::liveBlocks(), live + 2) << "a record may be kept for the next node of its kind";
-  }
-}
-
 TEST(CloningDeep, AMillionLevels) {
   constexpr std::uint32_t kLevels = 1'000'000;
   const std::uint64_t live = liveElements();
@@ -324,31 +277,6 @@ TEST(CloningDeep, AMillionLevels) {
     EXPECT_EQ(ARB_OK, ArbNodeDestroy(top));
   });
   EXPECT_EQ(live, liveElements());
-}
-
-// As deep, and the last node cannot be made: every copy hangs below the top copy.
-TEST_F(Cloning, AMillionLevelsFailingAtTheLast) {
-  constexpr std::uint32_t kLevels = 1'000'000;
-  ArbNode* const top = host.make(tree, "top", plainKind(0));
-  ArbNode* parent = top;
-  for (std::uint32_t level = 1; level < kLevels; ++level) {
-    ArbNode* child = nullptr;
-    ASSERT_EQ(ARB_OK, ArbTreeCreateNode(tree, plainKind(0), nullptr, &child));
-    ASSERT_EQ(ARB_OK, ArbNodeAppendChild(parent, child));
-    parent = child;
-  }
-  const std::uint64_t live = liveAttributeNodes();
-  onSmallStack([&] {
-    ArbNode* copy = nullptr;
-    {
-      const RefusingFactory refusing(kLevels - 1);
-      EXPECT_EQ(ARB_ERR_NOTFOUND, ArbNodeCloneSubtree(top, nullptr, &copy));
-    }
-    EXPECT_EQ(live + kLevels - 1, liveAttributeNodes());
-    EXPECT_EQ(ARB_OK, ArbNodeDestroy(copy));
-    EXPECT_EQ(live, liveAttributeNodes());
-    EXPECT_EQ(ARB_OK, ArbNodeDestroy(top));
-  });
 }
 
 }  // namespace

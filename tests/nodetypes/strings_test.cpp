@@ -81,25 +81,6 @@ std::u16string chapter(std::uint32_t number) {
   return u"chapter" + std::u16string(digits.begin(), digits.end());
 }
 
-TEST_F(Strings, LinksOfAscendingTexts) {
-  std::vector<std::u16string> texts;
-  for (std::uint32_t i = 0; i < 2000; ++i) texts.push_back(chapter(i));
-  compareOn(texts);
-}
-
-TEST_F(Strings, LinksOfDescendingTextsEachAskedForTwice) {
-  std::vector<std::u16string> texts;
-  for (std::uint32_t i = 2000; i-- > 0;) texts.insert(texts.end(), 2, chapter(i));
-  compareOn(texts);
-}
-
-// Towards the middle from both ends: neighbours change with every text.
-TEST_F(Strings, LinksOfTextsFromBothEnds) {
-  std::vector<std::u16string> texts;
-  for (std::uint32_t i = 0; i < 1000; ++i) texts.push_back(chapter(i)), texts.push_back(chapter(4000 - i));
-  compareOn(texts);
-}
-
 TEST_F(Strings, LinksOfRandomTexts) {
   const std::u16string units = u"ab\x01\x7F\x80\xD800\xDFFF\xFF41\xFFFF";
   std::vector<std::u16string> texts(20'000);

@@ -26,34 +26,6 @@ class CellPool : public testing::Test {
   const std::unique_ptr<ArbTree> tree = std::make_unique<ArbTree>();
 };
 
-TEST_F(CellPool, LowestFreeCellFromTheHintedWord) {
-  std::vector<ArbNodeRef*> cells;
-  for (std::uint32_t i = 0; i < 6; ++i) cells.push_back(take());
-  for (std::uint32_t i = 0; i < 6; ++i) EXPECT_EQ((Place{0, i}), placeOf(cells[i]));
-  giveBackCell(*tree, cells[2]);
-  EXPECT_EQ((Place{0, 2}), placeOf(take()));
-  EXPECT_EQ((Place{0, 6}), placeOf(take()));
-
-  // Cells of an earlier word come only after the words from the last allocation on are full.
-  while (placeOf(take()).index != 40) {
-  }
-  giveBackCell(*tree, cells[3]);
-  EXPECT_EQ((Place{0, 41}), placeOf(take()));
-  while (placeOf(take()).index != kCellsPerBlock - 1) {
-  }
-  EXPECT_EQ((Place{0, 3}), placeOf(take()));
-  EXPECT_EQ((Place{1, 0}), placeOf(take()));
-}
-
-TEST_F(CellPool, ACellKeepsWhatItsLastUserLeft) {
-  ArbNodeRef* const cell = take();
-  *cell = {ARB_REF_FREED, 4711};
-  giveBackCell(*tree, cell);
-  ASSERT_EQ(cell, take());
-  EXPECT_EQ(ARB_REF_FREED, cell->state);
-  EXPECT_EQ(4711u, cell->value);
-}
-
 TEST_F(CellPool, ForeignCellsAreIgnored) {
   ArbNodeRef* const cell = take();
   ArbNodeRef foreign{};

@@ -8,20 +8,6 @@
 namespace arbtree::test {
 namespace {
 
-TEST(Creation, OrderOfFactoryAndEvents) {
-  Host host;
-  host.record(true);
-  ArbTree* const tree = host.makeTree();
-  ArbNode* const a = host.append(rootOf(tree), "a", elementId(7));
-  EXPECT_EQ((Lines{"created root", "make 7", "created a", "linked a", "in-tree a"}), host.events.take());
-  EXPECT_EQ(tree, a->tree);
-  EXPECT_EQ(a, resolve(a->cell));
-  EXPECT_EQ(nullptr, a->idString);
-  EXPECT_EQ(ARB_NODE_LINKED | ARB_NODE_IN_TREE, rootOf(tree)->flags);
-  EXPECT_EQ(1150u, asChild(tree)->formatId);
-  EXPECT_EQ(ARB_CHILD_TREE, asChild(tree)->kind);
-}
-
 TEST(Creation, AFailureReportsTheCallersNodeAndTakesNothing) {
   struct Row {
     const char* name;
@@ -64,57 +50,6 @@ TEST(Creation, AFailureReportsTheCallersNodeAndTakesNothing) {
     EXPECT_EQ(chunkNodes, host.document->chunkNodes);
     EXPECT_EQ(2u, tree->cellBlocks[0]->usedCount);
     EXPECT_EQ(ARB_OK, ArbNodeDestroy(callers));
-  }
-}
-
-TEST(Creation, AFloatingCellGivesItsNumberAndANamedCellItsString) {
-  Host host;
-  ArbTree* const tree = host.makeTree();
-  ArbNodeRef* const floating = takeCell(*tree);
-  *floating = {ARB_REF_FLOATING, 77};
-  ArbNode* const a = host.make(tree, "a", elementId(1), floating);
-  EXPECT_EQ(77u, a->number);
-  EXPECT_EQ(1u, host.document->nodeCounter);
-  EXPECT_EQ(floating, a->cell);
-  EXPECT_EQ(a, resolve(floating));
-
-  ArbString id{};
-  ArbNodeRef* const named = takeCell(*tree);
-  *named = {ARB_REF_NAMED, reinterpret_cast<std::uintptr_t>(&id)};
-  ArbNode* const b = host.make(tree, "b", elementId(1), named);
-  EXPECT_EQ(2u, b->number);
-  EXPECT_EQ(&id, b->idString);
-
-  EXPECT_EQ(ARB_OK, ArbNodeDestroy(a));
-  EXPECT_EQ(ARB_REF_FREED, floating->state);
-  EXPECT_EQ(77u, floating->value);
-  EXPECT_EQ(ARB_OK, ArbNodeDestroy(b));
-  EXPECT_EQ(ARB_REF_FREED_ID, named->state);
-  EXPECT_EQ(reinterpret_cast<std::uintptr_t>(&id), named->value);
-}
-
-TEST(Creation, ACellStaysOutOfThePoolOnlyForIdAndSeparateStream) {
-  struct Row {
-    std::uint8_t flags;
-    std::uint8_t flags2;
-    bool stays;
-  };
-  for (const Row& row : {Row{0, 0, false}, Row{ARB_NODE_HAS_ID, 0, true}, Row{0, ARB_NODE_SEPARATE_STREAM, true},
-                         Row{0, ARB_NODE_SKIP_IF_EMPTY, false}}) {
-    SCOPED_TRACE(testing::Message() << int(row.flags) << "/" << int(row.flags2));
-    Host host;
-    ArbTree* const tree = host.makeTree();
-    ArbNode* const a = host.make(tree, "a");
-    ArbNodeRef* const cell = a->cell;
-    const std::uint32_t number = a->number;
-    a->flags = static_cast<std::uint8_t>(a->flags | row.flags);
-    a->flags2 = static_cast<std::uint8_t>(a->flags2 | row.flags2);
-    EXPECT_EQ(ARB_OK, ArbNodeDestroy(a));
-    EXPECT_EQ(ARB_REF_FREED, cell->state);
-    EXPECT_EQ(number, cell->value);
-    ArbNode* const b = host.make(tree, "b");
-    EXPECT_EQ(row.stays, b->cell != cell);
-    EXPECT_EQ(ARB_OK, ArbNodeDestroy(b));
   }
 }
 
