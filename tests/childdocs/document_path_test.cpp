@@ -204,27 +204,5 @@ TEST(DocumentPath, ADeepChain) {
   EXPECT_EQ(0, path[path.size() - 2]);
 }
 
-// A failed fetch of the output path is tried again, and one that succeeded is kept.
-std::uint32_t ARB_CALL failToFetch(std::uint32_t, std::uint32_t*) { return 99; }
-
-TEST(DocumentPath, TheOutputPathIsFetchedWhenItCanBe) {
-  const Source source(nullptr, u"/out/x");
-  Host host;
-  ArbForestChild* const tree = addTree(host, host.document->rootForest, u"t");
-  ArbInterfaceFunction real = nullptr;
-  EXPECT_EQ(ARB_OK, ArbDocumentGetInterface(host.document, ARB_INTERFACE_OUTPUT_FILE_HANDLE, &real));
-  const auto replace = [&](ArbInterfaceFunction function) {
-    EXPECT_EQ(ARB_OK, ArbDocumentSetInterface(host.document, ARB_INTERFACE_OUTPUT_FILE_HANDLE, function));
-  };
-  replace(reinterpret_cast<ArbInterfaceFunction>(failToFetch));
-  EXPECT_EQ(u"t", pathOf(tree));
-  replace(real);
-  EXPECT_EQ(u"t", pathOf(tree)) << "the document has no source";
-  host.document->source = source.handle();
-  EXPECT_EQ(u"/out/t", pathOf(tree));
-  replace(reinterpret_cast<ArbInterfaceFunction>(failToFetch));
-  EXPECT_EQ(u"/out/t", pathOf(tree));
-}
-
 }  // namespace
 }  // namespace arbtree::test

@@ -7,40 +7,6 @@
 namespace arbtree::test {
 namespace {
 
-TEST(Document, NewDocumentHasItsRootForestAndNothingElse) {
-  const std::uint64_t before = heap::testing::liveBlocks();
-  Host host;
-  const ArbForest* const root = host.document->rootForest;
-  EXPECT_EQ(ARB_CHILD_FOREST, root->child.kind);
-  EXPECT_EQ(1u, root->child.id);
-  EXPECT_EQ(1998u, root->child.formatId);
-  EXPECT_EQ(ARB_CHILD_ATTACHED, root->child.flags);
-  EXPECT_EQ(host.document, root->child.document);
-  EXPECT_EQ(nullptr, root->child.parent);
-  EXPECT_EQ(0u, root->archiveType);
-  EXPECT_EQ(0u, root->childCount);
-  EXPECT_EQ(ARB_DOC_START_PENDING, host.document->flags);
-  EXPECT_EQ(131072u, host.document->chunkBreakSize);
-  EXPECT_EQ(1u, host.document->chunkChildren);
-  EXPECT_EQ(0u, host.document->runCount);
-  EXPECT_EQ(0u, host.document->callbackCount);
-  EXPECT_TRUE(host.runs.empty());
-
-  ArbForest* forest = nullptr;
-  ASSERT_EQ(ARB_OK, ArbDocumentCreateForest(host.document, u"x", &forest));
-  EXPECT_EQ(2u, forest->child.id);
-  EXPECT_EQ(1u, forest->archiveType);
-  EXPECT_EQ(0u, forest->child.flags);
-  EXPECT_EQ(2u, host.document->chunkChildren);
-  EXPECT_EQ(3u, asChild(host.makeTree())->id);
-  EXPECT_EQ(3u, host.document->chunkChildren);
-
-  // A child that was never appended is its creator's.
-  EXPECT_EQ(ARB_OK, ArbForestDestroy(forest));
-  host.destroy();
-  EXPECT_EQ(before, heap::testing::liveBlocks());
-}
-
 TEST(Document, OnlyModeOneHasNoConsumer) {
   struct Row {
     std::uint32_t mode;

@@ -234,16 +234,6 @@ TEST(StatusCallback, OnlyTwentyAndThirtyTwoAbandonAndNothingIsLost) {
   }
 }
 
-TEST(StatusCallback, ABailOutThatReturnsLeavesTheRunItsStatus) {
-  StatusAnswer answer(20, true);
-  Host host;
-  ArbNode* const root = rootOf(host.makeTree());
-  host.then([&] { return host.append(root, "a"), kPause; }).then([&] { return host.append(root, "b"), 13u; });
-  EXPECT_EQ(ARB_OK, ArbDocumentReadAhead(host.document));
-  EXPECT_EQ(13u, ArbNodeWaitAllChildrenAttached(root));
-  EXPECT_EQ(2u, answer.bailOuts());
-}
-
 TEST(StatusCallback, AbandoningInsideASubtreeReleaseLeavesAReleasableTree) {
   StatusAnswer answer(20);
   const std::uint64_t elements = liveElements();

@@ -152,24 +152,6 @@ TEST_F(References, AfterTheTreeIsDestroyed) {
   EXPECT_EQ(here->cell, named(moved)) << "bound to a node of another tree since";
 }
 
-TEST_F(References, ATreeThatIsDoneMakesNone) {
-  ArbString* const name = string(u"n");
-  EXPECT_EQ(ARB_OK, ArbNodeSetIDString(linked(), name));
-  EXPECT_EQ(ARB_OK, ArbForestChildProducerDone(asChild(tree)));
-  ArbNodeRef untouched{};
-  ArbNodeRef* cell = &untouched;
-  const std::uint32_t number = host.document->nodeCounter;
-  EXPECT_EQ(ARB_ERR_LOCKED, ArbTreeCreateFloatingNodeReference(tree, &cell));
-  EXPECT_EQ(ARB_ERR_LOCKED, ArbTreeCreateNamedNodeReference(tree, name, &cell));
-  EXPECT_EQ(ARB_ERR_BADARG, ArbTreeCreateFloatingNodeReference(nullptr, &cell));
-  EXPECT_EQ(ARB_ERR_BADARG, ArbTreeCreateFloatingNodeReference(tree, nullptr));
-  EXPECT_EQ(ARB_ERR_BADARG, ArbTreeCreateNamedNodeReference(nullptr, name, &cell));
-  EXPECT_EQ(ARB_ERR_BADARG, ArbTreeCreateNamedNodeReference(tree, nullptr, &cell));
-  EXPECT_EQ(ARB_ERR_BADARG, ArbTreeCreateNamedNodeReference(tree, name, nullptr));
-  EXPECT_EQ(&untouched, cell);
-  EXPECT_EQ(number, host.document->nodeCounter);
-}
-
 class WaitingForIdStrings : public References {
  protected:
   WaitingForIdStrings() { host.stepsPerRun = 1; }

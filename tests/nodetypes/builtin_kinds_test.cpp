@@ -39,37 +39,6 @@ class BuiltinKinds : public testing::Test {
   ArbTree* const tree = host.makeTree();
 };
 
-TEST_F(BuiltinKinds, Descriptors) {
-  struct Row {
-    std::uint32_t id, typeFlags, attributes;
-    std::size_t size;
-    bool textOperations, stream;
-  };
-  for (const Row& row : {Row{ARB_ELEM_ROOT, 0x11, 0, sizeof(ArbNode), false, false},
-                         Row{ARB_ELEM_TEXT, 0x22, 1, sizeof(ArbTextNode), true, true},
-                         Row{ARB_ELEM_TEXT_3, 0x22, 1, sizeof(ArbTextNode), true, true},
-                         Row{ARB_ELEM_TEXT_4, 0x22, 1, sizeof(ArbTextNode), true, true},
-                         Row{ARB_ELEM_ENCODED_BYTES, 0x22, 1, sizeof(ArbEncodedBytesNode), true, true},
-                         Row{ARB_ELEM_EXTERNAL_REFERENCE, 0x22, 0, sizeof(ArbExternalReferenceNode), false, true}}) {
-    SCOPED_TRACE(row.id);
-    const ArbNode* const node = row.id == ARB_ELEM_ROOT ? rootOf(tree) : make(row.id);
-    const ArbNodeType& type = *node->nodeType;
-    EXPECT_EQ(row.size, node->size);
-    EXPECT_EQ(row.id, type.elementId);
-    EXPECT_EQ(row.typeFlags, type.typeFlags);
-    EXPECT_EQ(row.attributes, type.attributeCount);
-    EXPECT_EQ(row.attributes == 0, type.attributes == nullptr);
-    if (type.attributes) {
-      EXPECT_EQ(ARB_ATTR_VALUE, type.attributes[0].attributeId);
-      EXPECT_EQ(0u, type.attributes[0].attributeInfo);
-    }
-    EXPECT_EQ(row.textOperations, type.getAttribute && type.setAttribute && type.hasAttribute);
-    EXPECT_EQ(!row.textOperations, !type.getAttribute && !type.setAttribute && !type.hasAttribute);
-    EXPECT_EQ(row.stream, type.write && type.read && type.hash && type.isEqual);
-    EXPECT_EQ(!row.stream, !type.write && !type.read && !type.hash && !type.isEqual);
-  }
-}
-
 TEST_F(BuiltinKinds, TextValues) {
   for (const std::uint32_t id : {ARB_ELEM_TEXT, ARB_ELEM_TEXT_3, ARB_ELEM_TEXT_4, ARB_ELEM_ENCODED_BYTES}) {
     SCOPED_TRACE(id);

@@ -82,19 +82,6 @@ TEST_F(EncodedBytes, SwappedPairs) {
   }
 }
 
-TEST_F(EncodedBytes, InfoAndEncodingAreReadBack) {
-  std::uint32_t info = 1;
-  std::uint32_t encoding = 1;
-  EXPECT_EQ(ARB_OK, ArbEncodedBytesNodeGetValue(node, nullptr, nullptr, &info, &encoding));
-  EXPECT_EQ(0u, info);
-  EXPECT_EQ(0u, encoding);
-  EXPECT_EQ(ARB_OK, ArbEncodedBytesNodeSetValue(node, "ab", 2, 0xFFFFFFFF, ARB_ENCODING_RAW8));
-  EXPECT_EQ(ARB_OK, ArbEncodedBytesNodeGetValue(node, &info, &info, &info, &encoding));
-  EXPECT_EQ(0xFFFFFFFFu, info);
-  EXPECT_EQ(ARB_ENCODING_RAW8, encoding);
-  EXPECT_EQ(ARB_OK, ArbEncodedBytesNodeGetValue(node, nullptr, nullptr, nullptr, nullptr));
-}
-
 TEST_F(EncodedBytes, OtherKindsAreLeftAlone) {
   ArbNode* const text = host.append(rootOf(tree), "t", ARB_ELEM_TEXT);
   EXPECT_EQ(ARB_OK, ArbAbstractTextNodeSetValue(text, u"kept", 4));

@@ -88,20 +88,6 @@ TEST_F(Equality, OfSingleNodes) {
   EXPECT_EQ(0u, ArbNodeHashCode(nullptr));
 }
 
-// Everything about a node that is no value leaves equality and hash alone.
-TEST_F(Equality, IdentifiersMarksAndMetadataPlayNoPart) {
-  ArbNode* const a = text(root, u"abc");
-  ArbNode* const b = text(root, u"abc");
-  ArbString* name = nullptr;
-  EXPECT_EQ(ARB_OK, ArbDocumentCreateString(host.document, u"b", &name));
-  EXPECT_EQ(ARB_OK, ArbNodeSetIDString(b, name));
-  EXPECT_EQ(ARB_OK, ArbNodeSetSeparateStream(b));
-  EXPECT_EQ(ARB_OK, ArbNodeSetMetadata(b, 1, "long value", 10));
-  EXPECT_EQ(ARB_OK, ArbNodeProducerDone(b));
-  EXPECT_EQ(1u, ArbNodeIsEqual(a, b));
-  EXPECT_EQ(ArbNodeHashCode(a), ArbNodeHashCode(b));
-}
-
 // A plain area counts byte by byte; an area with functions counts as they say.
 TEST_F(Equality, OfAttributeAreas) {
   const std::string bytes = "0123456789";

@@ -22,6 +22,8 @@ struct Happening {
   bool operator==(const Happening&) const = default;
 };
 
+enum class Relative { kFirstChild, kLastChild, kNextSibling, kPrevSibling, kParent };
+
 struct PlainNode {
   ArbNode* real;
   std::uint32_t kind, number, bytes;  // bytes: what it adds to the chunk when it joins the tree
@@ -44,6 +46,21 @@ struct PlainNode {
     const std::ptrdiff_t at = std::find(list.begin(), list.end(), this) - list.begin() + distance;
     return at >= 0 && at < static_cast<std::ptrdiff_t>(list.size()) ? list[static_cast<std::size_t>(at)] : nullptr;
   }
+  PlainNode* relative(Relative which) const {
+    if (which == Relative::kParent) return parent;
+    if (which == Relative::kNextSibling || which == Relative::kPrevSibling) {
+      return sibling(which == Relative::kNextSibling ? 1 : -1);
+    }
+    if (children.empty()) return nullptr;
+    return which == Relative::kFirstChild ? children.front() : children.back();
+  }
+};
+
+// What a step of the consumer answers; a result that is not written keeps its old value.
+struct Answer {
+  ArbStatus status;
+  const PlainNode* node = nullptr;
+  bool written = false;
 };
 
 class PlainTree {
@@ -65,6 +82,32 @@ class PlainTree {
   PlainNode* nodeAt(Place place) {
     const auto found = std::find_if(nodes.begin(), nodes.end(), [&](const auto& node) { return node->cell == place; });
     return found == nodes.end() ? nullptr : found->get();
+  }
+
+  // Production has ended, so a Wait is answered from what exists.
+  Answer step(Relative which, bool wait, const PlainNode* from) const {
+    if (producerOnly) return {ARB_ERR_MODE};
+    if (which != Relative::kPrevSibling && from->has(ARB_NODE_CONSUMER_RELEASED)) return {ARB_ERR_RELEASED};
+    const bool sideways = which == Relative::kNextSibling;
+    if (sideways && !from->parent) return {ARB_OK};
+    const PlainNode* const to = from->relative(which);
+    const bool closed = (sideways ? from->parent : from)->has(ARB_NODE_CHILDREN_DONE);
+    const bool linkIsAnswer = to && which != Relative::kLastChild;
+    if (!wait && !closed && !linkIsAnswer) return {ARB_ERR_NOTREADY};
+    return {ARB_OK, to, true};
+  }
+  Answer search(Relative first, Relative next, bool wait, const PlainNode* from, std::uint32_t id) const {
+    Answer answer = step(first, wait, from);
+    while (answer.node && answer.node->kind != id) answer = step(next, wait, answer.node);
+    answer.written = answer.node != nullptr;
+    return answer;
+  }
+  // The Get calls: only the producer's release of the node itself is in their way.
+  static Answer get(Relative first, Relative next, const PlainNode* from, std::uint32_t id) {
+    if (from->has(ARB_NODE_PRODUCER_RELEASED)) return {ARB_ERR_RELEASED};
+    const PlainNode* node = from->relative(first);
+    while (node && node->kind != id) node = node->relative(next);
+    return {ARB_OK, node, node != nullptr};
   }
 
   // A reference made ahead; the slot is the lowest free one.

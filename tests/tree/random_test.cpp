@@ -256,36 +256,59 @@ class Sequence {
     names_.push_back(name);
   }
 
-  // --- the consumer's steps; production has ended, so a wait answers from what exists
+  // --- the consumer's steps
+  using Step = ArbStatus(ARB_CALL*)(ArbNode*, ArbNode**);
+  using Search = ArbStatus(ARB_CALL*)(ArbNode*, std::uint32_t, ArbNode**);
   void navigate(PlainNode* a, PlainNode*) {
-    const ArbStatus refused = model_.producerOnly                  ? ARB_ERR_MODE
-                              : a->has(ARB_NODE_CONSUMER_RELEASED) ? ARB_ERR_RELEASED
-                                                                   : ARB_OK;
-    const bool closed = a->has(ARB_NODE_CHILDREN_DONE);
-    const bool listClosed = a->parent && a->parent->has(ARB_NODE_CHILDREN_DONE);
-    const PlainNode* const first = a->children.empty() ? nullptr : a->children.front();
-    const PlainNode* const last = a->children.empty() ? nullptr : a->children.back();
-    const PlainNode* const next = a->sibling(1);
-    expectStep(ArbNodeQueryFirstChild, a, refused, first || closed, first);
-    expectStep(ArbNodeWaitFirstChild, a, refused, true, first);
-    expectStep(ArbNodeQueryLastChild, a, refused, closed, last);
-    expectStep(ArbNodeWaitLastChild, a, refused, true, last);
-    if (a->parent) {
-      expectStep(ArbNodeQueryNextSibling, a, refused, next || listClosed, next);
-      expectStep(ArbNodeWaitNextSibling, a, refused, true, next);
+    using R = Relative;
+    struct Row {
+      Step call;
+      R to;
+      bool wait;
+    };
+    static const Row rows[] = {
+        {ArbNodeQueryFirstChild, R::kFirstChild, false},   {ArbNodeWaitFirstChild, R::kFirstChild, true},
+        {ArbNodeQueryLastChild, R::kLastChild, false},     {ArbNodeWaitLastChild, R::kLastChild, true},
+        {ArbNodeQueryNextSibling, R::kNextSibling, false}, {ArbNodeWaitNextSibling, R::kNextSibling, true},
+        {ArbNodeWaitPrevSibling, R::kPrevSibling, true},   {ArbNodeWaitParent, R::kParent, true}};
+    for (const Row& row : rows) {
+      ArbNode* result = untouchedNode();
+      const ArbStatus status = row.call(a->real, &result);
+      expectAnswer(model_.step(row.to, row.wait, a), status, result);
     }
-    expectStep(ArbNodeWaitPrevSibling, a, model_.producerOnly ? refused : ARB_OK, true, a->sibling(-1));
-    expectStep(ArbNodeWaitParent, a, refused, true, a->parent);
     std::uint32_t count = 77;
-    expectStatus(refused ? refused : closed ? ARB_OK : ARB_ERR_NOTREADY, ArbNodeQueryChildCount(a->real, &count));
-    expect("child count", count == (refused ? 0 : a->count));
+    const Answer last = model_.step(R::kLastChild, false, a);
+    expectStatus(last.status, ArbNodeQueryChildCount(a->real, &count));
+    const bool counted = last.status == ARB_OK || last.status == ARB_ERR_NOTREADY;
+    expect("child count", count == (counted ? a->count : 0));
   }
-  void expectStep(ArbStatus(ARB_CALL* step)(ArbNode*, ArbNode**), const PlainNode* from, ArbStatus refused, bool known,
-                  const PlainNode* to) {
-    ArbNode* const untouched = untouchedNode();
-    ArbNode* result = untouched;
-    expectStatus(refused ? refused : known ? ARB_OK : ARB_ERR_NOTREADY, step(from->real, &result));
-    expect("a step's result", result == (refused || !known ? untouched : to ? to->real : nullptr));
+  void search(PlainNode* a, PlainNode*) {
+    using R = Relative;
+    struct Row {
+      Search call;
+      R first, next;
+      char form;
+    };
+    static const Row rows[] = {{ArbNodeGetFirstChildByElementId, R::kFirstChild, R::kNextSibling, 'g'},
+                               {ArbNodeGetNextSiblingByElementId, R::kNextSibling, R::kNextSibling, 'g'},
+                               {ArbNodeGetAncestorByElementId, R::kParent, R::kParent, 'g'},
+                               {ArbNodeQueryFirstChildByElementId, R::kFirstChild, R::kNextSibling, 'q'},
+                               {ArbNodeWaitFirstChildByElementId, R::kFirstChild, R::kNextSibling, 'w'},
+                               {ArbNodeWaitNextSiblingByElementId, R::kNextSibling, R::kNextSibling, 'w'},
+                               {ArbNodeWaitAncestorByElementId, R::kParent, R::kParent, 'w'}};
+    const std::uint32_t id = random_() % 4 ? kKinds[random_() % std::size(kKinds)] : std::uint32_t{ARB_ELEM_ROOT};
+    for (const Row& row : rows) {
+      Answer answer = row.form == 'g' ? PlainTree::get(row.first, row.next, a, id)
+                                      : model_.search(row.first, row.next, row.form == 'w', a, id);
+      if (row.call == ArbNodeWaitAncestorByElementId) answer.written = true;
+      ArbNode* result = untouchedNode();
+      const ArbStatus status = row.call(a->real, id, &result);
+      expectAnswer(answer, status, result);
+    }
+  }
+  void expectAnswer(const Answer& answer, ArbStatus status, const ArbNode* result) {
+    expectStatus(answer.status, status);
+    expect("a step's result", result == (answer.written ? realOf(answer.node) : untouchedNode()));
   }
 
   // --- who is told
@@ -406,6 +429,7 @@ const Sequence::WeightedCall Sequence::kCalls[] = {
     {"set ID string", 1, &Sequence::setIdString},
     {"read reference", 2, &Sequence::readReference},
     {"navigate", 2, &Sequence::navigate},
+    {"search", 2, &Sequence::search},
     {"toggle callback", 1, &Sequence::toggleCallback},
     {"toggle hooks", 1, &Sequence::toggleHooks},
 };
