@@ -42,6 +42,7 @@ TEST(ElementIdSearch, AWaitFindsWhatIsMadeDuringIt) {
   host.endResult = 13;
   host.then([&] { return host.append(root, "f", elementId(1)), ARB_OK; });
   host.then([&] { return host.append(root, "g", elementId(5)), ARB_OK; });
+  host.then([] { return kPause; });
   EXPECT_EQ("145 -", find(host, ArbNodeQueryFirstChildByElementId, root, elementId(5)));
   EXPECT_EQ("0 g", find(host, ArbNodeWaitFirstChildByElementId, root, elementId(5)));
   EXPECT_EQ(2u, host.runs.size());
