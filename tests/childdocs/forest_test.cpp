@@ -221,29 +221,6 @@ TEST(ForestConsumer, Siblings) {
   EXPECT_EQ(ARB_OK, ArbForestDestroy(loose));
 }
 
-TEST(ForestConsumer, AWaitRunsTheProducerAsOftenAsItsAnswerNeeds) {
-  Host host;
-  ArbForest* const root = host.document->rootForest;
-  host.stepsPerRun = 1;
-  host.then([] { return ARB_OK; });
-  host.then([&] { return makeForest(host, root), ARB_OK; });
-  host.then([&] { return makeForest(host, root), ARB_OK; });
-  host.then([&] { return ArbForestAllChildrenAttached(root); });
-  ArbForestChild* child = nullptr;
-  std::uint32_t count = 0;
-  EXPECT_EQ(ARB_OK, ArbForestWaitFirstChild(root, &child));
-  EXPECT_EQ(2u, child->id);
-  EXPECT_EQ(2u, host.runs.size());
-  EXPECT_EQ(ARB_OK, ArbForestChildWaitNextSibling(child, &child));
-  EXPECT_EQ(3u, child->id);
-  EXPECT_EQ(3u, host.runs.size());
-  EXPECT_EQ(ARB_OK, ArbForestWaitChildCount(root, &count));
-  EXPECT_EQ(2u, count);
-  EXPECT_EQ(ARB_OK, ArbForestChildWaitNextSibling(child, &child));
-  EXPECT_EQ(nullptr, child);
-  EXPECT_EQ(4u, host.runs.size());
-}
-
 // root forest(tree, f(g, tree2), h)
 struct Nested {
   Host host;
@@ -298,15 +275,6 @@ TEST(ForestRelease, ConsumerReleaseOfATreeReleasesItsNodesUnlessItsRootIs) {
   EXPECT_EQ(ARB_OK, ArbForestChildConsumerRelease(asChild(nested.tree)));
   EXPECT_FALSE(a->flags & ARB_NODE_CONSUMER_RELEASED);
   EXPECT_EQ(kAttached | kConsumer, asChild(nested.tree)->flags);
-}
-
-TEST(ForestRelease, NoConsumer) {
-  Host host(1);
-  ArbTree* const tree = host.makeTree();
-  EXPECT_EQ(ARB_ERR_MODE, ArbForestChildConsumerRelease(asChild(tree)));
-  EXPECT_EQ(ARB_ERR_MODE, ArbForestConsumerReleaseSubtree(host.document->rootForest));
-  EXPECT_EQ(kAttached, asChild(tree)->flags);
-  EXPECT_EQ(ARB_OK, ArbForestProducerReleaseSubtree(host.document->rootForest));
 }
 
 }  // namespace

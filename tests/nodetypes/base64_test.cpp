@@ -203,17 +203,6 @@ TEST_F(Base64, HugeCountsAreAnsweredWithAStatus) {
   }
 }
 
-TEST_F(Base64, TheBufferHoldsTheTextForEveryCount) {
-  EXPECT_EQ(34u, base64::capacityFor(0));
-  EXPECT_EQ(162u, base64::capacityFor(100));
-  EXPECT_EQ(6012954242u, base64::capacityFor(0xFFFFFFFF));
-  EXPECT_EQ(69u, base64::encodedLength(49));
-  for (int i = 0; i < 100'000; ++i) {
-    const std::uint32_t count = static_cast<std::uint32_t>(random()) >> (random() % 32);
-    ASSERT_GE(base64::capacityFor(count), base64::encodedLength(count)) << count;
-  }
-}
-
 TEST_F(Base64, DecodingSkipsWhatIsNoDigit) {
   struct Row {
     std::u16string text;

@@ -150,21 +150,6 @@ TEST_F(Cloning, AttributesGoThroughTheOperations) {
   }
 }
 
-TEST_F(Cloning, ARootCanBeCopiedButLinkedNowhere) {
-  Host alone;
-  ArbTree* const other = alone.makeTree();
-  alone.append(alone.append(rootOf(other), "a"), "b");
-  for (const bool whole : {false, true}) {
-    ArbNode* const copy = whole ? cloneSubtree(rootOf(other), nullptr) : clone(rootOf(other), nullptr);
-    EXPECT_EQ(ARB_ELEM_ROOT, copy->nodeType->elementId);
-    EXPECT_TRUE(copy->flags & ARB_NODE_LINKED);
-    EXPECT_EQ(ARB_ERR_ATTACHED, ArbNodeAppendChild(rootOf(other), copy));
-    EXPECT_EQ(whole ? 1u : 0u, ArbNodeIsEqual(rootOf(other), copy));
-    EXPECT_EQ(ARB_OK, ArbNodeProducerReleaseSubtree(copy));
-    EXPECT_EQ(ARB_OK, ArbNodeConsumerReleaseSubtree(copy));
-  }
-}
-
 TEST_F(Cloning, RefusalsAreThoseOfMakingANode) {
   ArbNode* const node = host.append(rootOf(tree), "n", plainKind(1));
   ArbTree* const bare = host.makeTree();
@@ -237,20 +222,6 @@ TEST_F(CloningSubtrees, FailingMidwayKeepWhatWasMade) {
     EXPECT_EQ(live, liveAttributeNodes());
   }
   EXPECT_EQ("top(a(b c) d)", host.shape(top));
-}
-
-// Only what is linked now is copied: freed children are not.
-TEST_F(CloningSubtrees, FreedChildrenAreLeftOut) {
-  EXPECT_EQ(ARB_OK, ArbNodeProducerReleaseSubtree(a));
-  EXPECT_EQ(ARB_OK, ArbNodeConsumerReleaseSubtree(a));
-  EXPECT_EQ("top(d)", host.shape(top));
-  host.events.setName(host.document->nodeCounter + 1, "top'");
-  host.events.setName(host.document->nodeCounter + 2, "d'");
-  ArbNode* const copy = cloneSubtree(top, nullptr);
-  EXPECT_EQ("top'(d')", host.shape(copy));
-  EXPECT_EQ(1u, copy->childCount);
-  EXPECT_EQ(0u, ArbNodeIsEqual(top, copy)) << "the freed child counts in the source";
-  EXPECT_EQ(ARB_OK, ArbNodeDestroy(copy));
 }
 
 TEST(CloningDeep, AMillionLevels) {

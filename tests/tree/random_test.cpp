@@ -188,7 +188,11 @@ class Sequence {
     expectStatus((model_.*Model)(a), Library(real));
   }
   void markSeparate(PlainNode* a, PlainNode*) {
-    expectStatus(model_.mark(a, ARB_NODE_SEPARATE_STREAM), ArbNodeSetSeparateStream(a->real));
+    const ArbStatus status = model_.mark(a, ARB_NODE_SEPARATE_STREAM);
+    expectStatus(status, ArbNodeSetSeparateStream(a->real));
+    if (status != ARB_OK) return;
+    expect("separate streams", tree_->separateStreamCount == ++separateStreams_ &&
+                                   tree_->separateStreamCells[separateStreams_ - 1] == a->real->cell);
   }
   void markSkip(PlainNode* a, PlainNode*) {
     expectStatus(model_.mark(a, ARB_NODE_SKIP_IF_EMPTY), ArbNodeSetSkipIfEmpty(a->real));
@@ -398,6 +402,7 @@ class Sequence {
   std::vector<ArbNodeRef*> pending_;  // references without a node
   std::vector<ArbNodeRef*> held_;     // cells that a host may still look at
   std::vector<Entry> log_;
+  std::uint32_t separateStreams_ = 0;
   bool same_ = true;
   std::ostringstream what_;
 };
