@@ -46,9 +46,7 @@ std::u16string pathOf(ArbForestChild* child, std::uint32_t* neededOut = nullptr)
 }
 
 ArbForest* addForest(Host& host, ArbForest* parent, const char16_t* name, std::uint32_t archiveType = 1) {
-  ArbForest* forest = nullptr;
-  EXPECT_EQ(ARB_OK, ArbDocumentCreateForest(host.document, name, &forest));
-  EXPECT_EQ(ARB_OK, ArbForestAppendChild(parent, asChild(forest)));
+  ArbForest* const forest = host.makeForest(parent, name);
   if (archiveType != 0) {
     EXPECT_EQ(ARB_OK, ArbForestSetArchiveType(forest, archiveType));
   } else {

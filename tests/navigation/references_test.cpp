@@ -1,16 +1,10 @@
-// References made ahead of their node, ID strings, and the table of pending references.
+// ID strings: after their tree is gone, generated from the largest numbers, and waited for while the producer works.
+// Making, binding, reading and freeing references is part of the random calls (tests/tree/random_test.cpp).
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <functional>
-#include <random>
-#include <set>
 #include <string>
-#include <vector>
 
-#include "platform/heap.h"
 #include "support/host.h"
-#include "support/seed.h"
 #include "tree/tree.h"
 
 namespace arbtree::test {
@@ -33,9 +27,8 @@ class References : public testing::Test {
     EXPECT_EQ(ARB_OK, ArbTreeCreateNamedNodeReference(tree, name, &cell));
     return cell;
   }
-  ArbNode* make(ArbNodeRef* cell = nullptr) { return host.make(tree, "n", elementId(1), cell); }
   ArbNode* linked(ArbNodeRef* cell = nullptr) {
-    ArbNode* const node = make(cell);
+    ArbNode* const node = host.make(tree, "n", elementId(1), cell);
     EXPECT_EQ(ARB_OK, ArbNodeAppendChild(rootOf(tree), node));
     return node;
   }
@@ -54,75 +47,9 @@ class References : public testing::Test {
     const std::u16string text = answer ? answer->text : u"-";
     return std::to_string(status) + " " + std::string(text.begin(), text.end());
   }
-  static std::string queriedNode(ArbNodeRef* cell, const ArbNode* expected) {
-    ArbNode* node = untouchedNode();
-    const ArbStatus status = ArbNodeRefQueryNode(cell, &node);
-    EXPECT_EQ(expected, node);
-    EXPECT_EQ(status, ArbNodeRefQueryNode(cell, nullptr));
-    return std::to_string(status);
-  }
-
   Host host;
   ArbTree* const tree = host.makeTree();
 };
-
-// Every state of a cell, read by the Query calls.
-TEST_F(References, WhatEachStateAnswers) {
-  ArbNode* const node = linked();
-  const auto value = reinterpret_cast<std::uintptr_t>(node);
-  const auto name = reinterpret_cast<std::uintptr_t>(string(u"name"));
-  struct Row {
-    ArbNodeRef cell;
-    bool done;
-    const char *idString, *status;
-    bool resolved;
-  };
-  for (Row row :
-       {Row{{ARB_REF_FLOATING, 7}, false, "145 -", "145", false},
-        Row{{ARB_REF_NAMED, name}, false, "0 name", "145", false},
-        Row{{ARB_REF_NAMED, 0}, false, "145 -", "145", false}, Row{{ARB_REF_FREED, 7}, false, "145 -", "145", false},
-        Row{{ARB_REF_FREED_ID, name}, false, "145 -", "145", false}, Row{{ARB_REF_NODE, 0}, false, "145 -", "0", false},
-        Row{{ARB_REF_NODE, value}, false, "145 -", "0", true}, Row{{ARB_REF_NODE, value}, true, "0 ID2", "0", true}}) {
-    if (row.done) {
-      EXPECT_EQ(ARB_OK, ArbNodeAttributesDone(node));
-    }
-    EXPECT_EQ(row.idString, queried(&row.cell)) << row.cell.state;
-    EXPECT_EQ(row.status, queriedNode(&row.cell, row.resolved ? node : nullptr)) << row.cell.state;
-  }
-  EXPECT_EQ("0 -", queried(nullptr));
-  EXPECT_EQ("0 -", waited(nullptr));
-  EXPECT_EQ("0", queriedNode(nullptr, nullptr));
-  EXPECT_EQ(ARB_OK, ArbNodeRefQueryIdString(nullptr, nullptr));
-  EXPECT_EQ(ARB_OK, ArbNodeRefQueryIdString(node->cell, nullptr));
-  EXPECT_EQ(ARB_OK, ArbNodeRefWaitIdString(node->cell, host.document, nullptr));
-  EXPECT_EQ(ARB_ERR_BADARG, ArbNodeRefWaitIdString(node->cell, nullptr, nullptr));
-}
-
-TEST_F(References, AGeneratedStringIsTheHexNumberAndIsKeptAndBound) {
-  struct Row {
-    std::uint32_t number;
-    const char* text;
-  };
-  for (const Row& row : {Row{10, "0 IDa"}, Row{26, "0 ID1a"}, Row{255, "0 IDff"}, Row{0x80000000, "0 ID80000000"},
-                         Row{0xFFFFFFFF, "0 IDffffffff"}}) {
-    host.document->nodeCounter = row.number - 1;
-    ArbNode* const node = linked();
-    EXPECT_EQ(row.number, node->number);
-    EXPECT_EQ(ARB_OK, ArbNodeAttributesDone(node));
-    EXPECT_EQ(nullptr, node->idString);
-    EXPECT_EQ(row.text, row.number % 2 ? waited(node->cell) : queried(node->cell));
-    ArbString* const kept = node->idString;
-    ASSERT_NE(nullptr, kept);
-    EXPECT_EQ(row.text, queried(node->cell));
-    EXPECT_EQ(kept, node->idString);
-    EXPECT_EQ(kept, string(kept->text));
-    EXPECT_EQ(node->cell, kept->boundRef);
-    EXPECT_EQ(node->cell, named(kept)) << "a named reference finds the node";
-    EXPECT_FALSE(node->flags & ARB_NODE_HAS_ID);
-    EXPECT_EQ(row.number, node->number);
-  }
-  EXPECT_EQ(0u, tree->pendingRefCount);
-}
 
 // Strings outlive the trees whose cells they were bound to.
 TEST_F(References, AfterTheTreeIsDestroyed) {
@@ -150,6 +77,19 @@ TEST_F(References, AfterTheTreeIsDestroyed) {
     EXPECT_EQ(ARB_REF_NAMED, cell->state);
   }
   EXPECT_EQ(here->cell, named(moved)) << "bound to a node of another tree since";
+}
+
+TEST_F(References, AGeneratedStringIsTheHexNumber) {
+  for (const char* const text : {"0 ID80000000", "0 IDffffffff"}) {
+    host.document->nodeCounter = static_cast<std::uint32_t>(std::stoul(text + 4, nullptr, 16)) - 1;
+    ArbNode* const node = linked();
+    EXPECT_EQ(ARB_OK, ArbNodeAttributesDone(node));
+    EXPECT_EQ(text, queried(node->cell));
+    EXPECT_EQ(text, waited(node->cell)) << "kept";
+  }
+  EXPECT_EQ("0 -", queried(nullptr)) << "no reference, no name";
+  EXPECT_EQ("0 -", waited(nullptr));
+  EXPECT_EQ(ARB_OK, ArbNodeRefQueryNode(nullptr, nullptr));
 }
 
 class WaitingForIdStrings : public References {
@@ -183,6 +123,15 @@ TEST_F(WaitingForIdStrings, ProductionEndsFirst) {
   EXPECT_EQ("145 -", queried(open)) << "they are still open";
 }
 
+// The consumer has released the node that it asks about, and the run that is to complete its attributes frees it.
+TEST_F(WaitingForIdStrings, TheRunFreesTheNode) {
+  ArbNode* const node = linked();
+  linked();
+  EXPECT_EQ(ARB_OK, ArbNodeConsumerRelease(node));
+  host.then([&] { return ArbNodeProducerRelease(node); });
+  EXPECT_EQ("0 -", waited(node->cell));
+}
+
 TEST_F(WaitingForIdStrings, TheProducerFails) {
   ArbNodeRef* const early = floating();
   ArbNodeRef* const late = floating();
@@ -192,30 +141,6 @@ TEST_F(WaitingForIdStrings, TheProducerFails) {
   EXPECT_EQ("0 ID3", waited(late)) << "the failure on the way to the attributes is not reported";
   EXPECT_EQ("0 ID2", waited(early));
 }
-
-// Slots of the pending table as a plain search for the lowest empty entry.
-class PlainTable {
- public:
-  void add(ArbNodeRef* cell) {
-    const auto empty = std::find(entries_.begin(), entries_.end(), nullptr);
-    if (empty != entries_.end()) {
-      *empty = cell;
-      return;
-    }
-    if (entries_.size() == capacity_) capacity_ = capacity_ ? 2 * capacity_ : 256;
-    entries_.push_back(cell);
-  }
-  void remove(ArbNodeRef* cell) { *std::find(entries_.begin(), entries_.end(), cell) = nullptr; }
-  void expectSame(const ArbTree& tree) const {
-    ASSERT_EQ(entries_.size(), tree.pendingRefCount);
-    ASSERT_EQ(capacity_, tree.pendingRefCapacity);
-    ASSERT_EQ(entries_, std::vector<ArbNodeRef*>(tree.pendingRefs, tree.pendingRefs + tree.pendingRefCount));
-  }
-
- private:
-  std::vector<ArbNodeRef*> entries_;
-  std::size_t capacity_ = 0;
-};
 
 }  // namespace
 }  // namespace arbtree::test

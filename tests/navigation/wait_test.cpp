@@ -100,6 +100,8 @@ TEST(WaitingAtTheEnd, AnswersAndFailures) {
        "0 - 77", "13 - 77"},
       {"attributes that are done", [](auto, auto closed, auto, auto) { return ArbNodeWaitAttributesDone(closed); },
        "0 - 77", "0 - 77"},
+      {"all of an open node", [](auto open, auto, auto, auto) { return ArbNodeWaitProducerDone(open); }, "0 - 77",
+       "13 - 77"},
   };
   for (const Row& row : rows) {
     for (const ArbStatus end : {ARB_STATUS_END, 13u}) {

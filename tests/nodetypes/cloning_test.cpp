@@ -224,6 +224,7 @@ TEST_F(CloningSubtrees, FailingMidwayKeepWhatWasMade) {
   EXPECT_EQ("top(a(b c) d)", host.shape(top));
 }
 
+// And compared and hashed.
 TEST(CloningDeep, AMillionLevels) {
   constexpr std::uint32_t kLevels = 1'000'000;
   const std::uint64_t live = liveElements();
@@ -244,6 +245,10 @@ TEST(CloningDeep, AMillionLevels) {
     EXPECT_EQ(ARB_OK, ArbNodeCloneSubtree(top, into, &copy));
     EXPECT_EQ(live + 2 * kLevels, liveElements());
     EXPECT_EQ(1u, ArbNodeIsEqual(top, copy));
+    EXPECT_EQ(ArbNodeHashCode(top), ArbNodeHashCode(copy));
+    reinterpret_cast<ElementNode*>(parent)->content = 1;
+    EXPECT_EQ(0u, ArbNodeIsEqual(top, copy)) << "the lowest differs";
+    EXPECT_EQ(1u, ArbNodeHashCode(top) ^ ArbNodeHashCode(copy));
     EXPECT_EQ(ARB_OK, ArbNodeDestroy(copy));
     EXPECT_EQ(ARB_OK, ArbNodeDestroy(top));
   });

@@ -173,29 +173,5 @@ TEST_F(Equality, RandomSubtreesAgreeWithTheRecursion) {
   EXPECT_EQ(plainHash(root), ArbNodeHashCode(root));
 }
 
-TEST_F(Equality, AMillionLevels) {
-  constexpr std::uint32_t kLevels = 1'000'000;
-  ArbNode* tops[2] = {};
-  ArbNode* lowest[2] = {};
-  for (int i : {0, 1}) {
-    ArbNode* parent = tops[i] = host.make(tree, "top", plainKind(4));
-    for (std::uint32_t level = 1; level < kLevels; ++level) {
-      ArbNode* child = nullptr;
-      ASSERT_EQ(ARB_OK, ArbTreeCreateNode(tree, plainKind(4), nullptr, &child));
-      ASSERT_EQ(ARB_OK, ArbNodeAppendChild(parent, child));
-      parent = child;
-    }
-    lowest[i] = parent;
-  }
-  onSmallStack([&] {
-    EXPECT_EQ(1u, ArbNodeIsEqual(tops[0], tops[1]));
-    EXPECT_EQ(plainKind(4) ^ 1 ^ plainKind(4), ArbNodeHashCode(tops[0])) << "999,999 parents of one, and one leaf";
-    areaOf(lowest[1])[3] = 1;
-    EXPECT_EQ(0u, ArbNodeIsEqual(tops[0], tops[1]));
-    EXPECT_EQ(1u ^ 0x01000000, ArbNodeHashCode(tops[1]));
-    for (ArbNode* const top : tops) EXPECT_EQ(ARB_OK, ArbNodeDestroy(top));
-  });
-}
-
 }  // namespace
 }  // namespace arbtree::test

@@ -101,6 +101,16 @@ TEST(AllocationFailure, OneMoreEntryInAFullTable) {
     const std::string digits = std::to_string(host.document->strings.count);
     return ArbDocumentCreateString(host.document, std::u16string(digits.begin(), digits.end()).c_str(), string);
   };
+  const auto addReference = [](Host& host, ArbTree* tree) {
+    ArbNodeRef* cell = nullptr;
+    const std::uint32_t number = host.document->nodeCounter;
+    const std::uint32_t used = tree->cellBlocks[0]->usedCount;
+    const ArbStatus status = ArbTreeCreateFloatingNodeReference(tree, &cell);
+    EXPECT_EQ(number + (status == ARB_OK), host.document->nodeCounter);
+    EXPECT_EQ(used + (status == ARB_OK), tree->cellBlocks[0]->usedCount);
+    return status;
+  };
+  const auto countReferences = [](const Host&, const ArbTree* tree) { return tree->pendingRefCount; };
   const Table tables[] = {
       {"cells", 16 * kCellsPerBlock, 3,
        [=](Host&, ArbTree* tree) {
@@ -119,15 +129,8 @@ TEST(AllocationFailure, OneMoreEntryInAFullTable) {
       {"separate streams", 32, 1,
        [](Host&, ArbTree* tree) { return ArbNodeSetSeparateStream(resolve(rootOf(tree)->firstChildCell)); },
        [](const Host&, const ArbTree* tree) { return tree->separateStreamCount; }},
-      {"pending references", 256, 2,
-       [](Host& host, ArbTree* tree) {
-         ArbNodeRef* cell = nullptr;
-         const std::uint32_t number = host.document->nodeCounter;
-         const ArbStatus status = ArbTreeCreateFloatingNodeReference(tree, &cell);
-         EXPECT_EQ(status == ARB_OK ? number + 1 : number, host.document->nodeCounter);
-         return status;
-       },
-       [](const Host&, const ArbTree* tree) { return tree->pendingRefCount; }},
+      {"pending references", 256, 2, addReference, countReferences},
+      {"no pending references", 0, 3, addReference, countReferences},
       {"bound strings", 32, 1,
        [=](Host& host, ArbTree* tree) {
          ArbString* name = nullptr;

@@ -171,27 +171,5 @@ TEST_F(Release, ConsumerSubtreeReleaseAnswersTheLastWait) {
   }
 }
 
-TEST_F(Release, WaitProducerDone) {
-  struct Row {
-    const char* name;
-    bool attributes, children;  // what the producer does
-    ArbStatus end;
-    ArbStatus status;
-    std::size_t runs;
-  };
-  for (const Row& row : {Row{"both", true, true, 452, ARB_OK, 2}, Row{"attributes only", true, false, 452, ARB_OK, 3},
-                         Row{"children only", false, true, 452, ARB_OK, 3}, Row{"failing", true, false, 13, 13, 3}}) {
-    SCOPED_TRACE(row.name);
-    open();
-    host->endResult = row.end;
-    ArbNode* const a = host->append(root, "a");
-    host->then([&] { return row.attributes ? ArbNodeAttributesDone(a) : ARB_OK; }).then([] { return kPause; });
-    host->then([&] { return row.children ? ArbNodeAllChildrenAttached(a) : ARB_OK; }).then([] { return kPause; });
-    EXPECT_EQ(row.status, ArbNodeWaitProducerDone(a));
-    EXPECT_EQ(row.runs, host->runs.size());
-    EXPECT_EQ(row.status, ArbNodeWaitProducerDone(a)) << "again";
-  }
-}
-
 }  // namespace
 }  // namespace arbtree::test
