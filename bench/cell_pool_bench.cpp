@@ -27,10 +27,14 @@ constexpr double kUnits = 1.0 * kBatch * kBatchesPerSample;
 class Pool {
  public:
   Pool(std::int64_t alive, bool shuffled) : cells_(static_cast<std::size_t>(alive)) {
+    tree_->child.document = &document_;
     for (ArbNodeRef*& cell : cells_) cell = takeCell(*tree_);
     if (shuffled) std::shuffle(cells_.begin(), cells_.end(), std::mt19937(4711));
   }
-  ~Pool() { destroyCells(*tree_); }
+  ~Pool() {
+    destroyCells(*tree_);
+    destroySpareCells(document_);
+  }
   Pool(const Pool&) = delete;
   Pool& operator=(const Pool&) = delete;
 
@@ -99,6 +103,7 @@ class Pool {
     return batch;
   }
 
+  ArbDocument document_{};  // keeps the spare blocks
   const std::unique_ptr<ArbTree> tree_ = std::make_unique<ArbTree>();
   std::vector<ArbNodeRef*> cells_;
   std::vector<Place> places_;

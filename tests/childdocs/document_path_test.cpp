@@ -46,9 +46,7 @@ std::u16string pathOf(ArbForestChild* child, std::uint32_t* neededOut = nullptr)
 }
 
 ArbForest* addForest(Host& host, ArbForest* parent, const char16_t* name, std::uint32_t archiveType = 1) {
-  ArbForest* forest = nullptr;
-  EXPECT_EQ(ARB_OK, ArbDocumentCreateForest(host.document, name, &forest));
-  EXPECT_EQ(ARB_OK, ArbForestAppendChild(parent, asChild(forest)));
+  ArbForest* const forest = host.makeForest(parent, name);
   if (archiveType != 0) {
     EXPECT_EQ(ARB_OK, ArbForestSetArchiveType(forest, archiveType));
   } else {
@@ -95,39 +93,6 @@ TEST(DocumentPath, DirectoryOfTheOutputPath) {
   }
 }
 
-// The forest nearest the chain's end whose type is 0 to 3 decides; here from the root forest down to the child itself.
-TEST(DocumentPath, WhichArchiveTypesLeaveTheDirectoryOut) {
-  struct Row {
-    std::uint32_t root, outer, inner, self;  // self: the type of the child, a forest
-    bool directory;
-  };
-  const std::uint32_t other = 5;
-  for (const Row& row :
-       {Row{0, 1, 1, 1, true}, Row{0, 2, 2, 2, true}, Row{1, 2, 3, 2, true}, Row{2, 1, 1, 1, false},
-        Row{3, 0, 0, 0, false}, Row{other, 2, 1, 1, false}, Row{other, 3, 0, 1, false}, Row{other, 0, 2, 2, true},
-        Row{other, other, 1, 2, true}, Row{other, 4, 2, 1, false}, Row{other, other, other, 2, false},
-        Row{other, other, other, 3, false}, Row{other, other, other, 1, true},
-        Row{other, other, 0xFFFFFFFF, other, true}, Row{other, other, other, 0, true}}) {
-    SCOPED_TRACE(testing::Message() << row.root << " " << row.outer << " " << row.inner << " " << row.self);
-    const Source source(nullptr, u"/out/x");
-    Host host(0, source.handle(), u"R");
-    ArbForest* const root = host.document->rootForest;
-    if (row.root) {
-      EXPECT_EQ(ARB_OK, ArbForestSetArchiveType(root, row.root));
-    }
-    ArbForest* const outer = addForest(host, root, u"o", row.outer);
-    ArbForest* const inner = addForest(host, outer, u"i", row.inner);
-    ArbForest* const self = addForest(host, inner, u"s", row.self);
-    std::u16string expected = row.directory ? u"/out/" : u"";
-    if (row.root) expected += u"R/";
-    if (row.outer) expected += u"o/";
-    if (row.inner) expected += u"i/";
-    std::uint32_t needed = 0;
-    EXPECT_EQ(expected + u"s", pathOf(asChild(self), &needed));
-    EXPECT_EQ(expected.size() + 1 + 1 + (row.directory ? 1 : 0), needed);
-  }
-}
-
 TEST(DocumentPath, ChildrenInNoForest) {
   const Source source(nullptr, u"/out/x");
   Host host(0, source.handle());
@@ -143,12 +108,6 @@ TEST(DocumentPath, ChildrenInNoForest) {
   EXPECT_EQ(ARB_OK, ArbForestSetArchiveType(forest, 2));
   EXPECT_EQ(ARB_ERR_SMALLBUFFER, ArbForestChildGetDocumentPath(asChild(forest), nullptr, &(needed = 0)));
   EXPECT_EQ(1u, needed);
-  char16_t buffer[20] = u"untouched";
-  std::uint32_t size = 20;
-  EXPECT_EQ(ARB_ERR_BADARG, ArbForestChildGetDocumentPath(nullptr, buffer, &size));
-  EXPECT_EQ(ARB_ERR_BADARG, ArbForestChildGetDocumentPath(&file->child, buffer, nullptr));
-  EXPECT_EQ(u'u', buffer[0]);
-  EXPECT_EQ(20u, size);
   EXPECT_EQ(ARB_OK, ArbFileDestroy(file));
   EXPECT_EQ(ARB_OK, ArbForestDestroy(forest));
 }
@@ -235,28 +194,6 @@ TEST(DocumentPath, ADeepChain) {
   EXPECT_EQ(path.size(), size) << "one more than the path takes: the file name of the output path";
   EXPECT_TRUE(path.substr(0, path.size() - 2) == expected + u"t.xml");
   EXPECT_EQ(0, path[path.size() - 2]);
-}
-
-// A failed fetch of the output path is tried again, and one that succeeded is kept.
-std::uint32_t ARB_CALL failToFetch(std::uint32_t, std::uint32_t*) { return 99; }
-
-TEST(DocumentPath, TheOutputPathIsFetchedWhenItCanBe) {
-  const Source source(nullptr, u"/out/x");
-  Host host;
-  ArbForestChild* const tree = addTree(host, host.document->rootForest, u"t");
-  ArbInterfaceFunction real = nullptr;
-  EXPECT_EQ(ARB_OK, ArbDocumentGetInterface(host.document, ARB_INTERFACE_OUTPUT_FILE_HANDLE, &real));
-  const auto replace = [&](ArbInterfaceFunction function) {
-    EXPECT_EQ(ARB_OK, ArbDocumentSetInterface(host.document, ARB_INTERFACE_OUTPUT_FILE_HANDLE, function));
-  };
-  replace(reinterpret_cast<ArbInterfaceFunction>(failToFetch));
-  EXPECT_EQ(u"t", pathOf(tree));
-  replace(real);
-  EXPECT_EQ(u"t", pathOf(tree)) << "the document has no source";
-  host.document->source = source.handle();
-  EXPECT_EQ(u"/out/t", pathOf(tree));
-  replace(reinterpret_cast<ArbInterfaceFunction>(failToFetch));
-  EXPECT_EQ(u"/out/t", pathOf(tree));
 }
 
 }  // namespace

@@ -10,15 +10,6 @@
 namespace arbtree::test {
 namespace {
 
-ArbForest* makeForest(Host& host, ArbForest* parent) {
-  ArbForest* forest = nullptr;
-  EXPECT_EQ(ARB_OK, ArbDocumentCreateForest(host.document, u"f", &forest));
-  if (parent) {
-    EXPECT_EQ(ARB_OK, ArbForestAppendChild(parent, asChild(forest)));
-  }
-  return forest;
-}
-
 constexpr std::uint32_t kAttached = ARB_CHILD_ATTACHED, kClosed = ARB_CHILD_CLOSED, kDone = ARB_CHILD_PRODUCER_DONE,
                         kProducer = ARB_CHILD_PRODUCER_RELEASED, kConsumer = ARB_CHILD_CONSUMER_RELEASED;
 
@@ -62,8 +53,8 @@ TEST(ForestProducer, ChecksInOrderAndEffects) {
     for (const Row& row : rows) {
       SCOPED_TRACE(testing::Message() << "call " << row.call << ", flags " << row.before << ", mode " << mode);
       Host host(mode);
-      ArbForest* const forest = makeForest(host, row.before & kAttached ? host.document->rootForest : nullptr);
-      ArbForest* const extra = makeForest(host, nullptr);
+      ArbForest* const forest = host.makeForest(row.before & kAttached ? host.document->rootForest : nullptr);
+      ArbForest* const extra = host.makeForest(nullptr);
       forest->child.flags = row.before;
       const std::function<ArbStatus()> calls[] = {
           [&] { return ArbForestAppendChild(forest, asChild(extra)); },
@@ -93,7 +84,7 @@ TEST(ForestProducer, ChecksInOrderAndEffects) {
 
 TEST(ForestProducer, ArchiveTypesAndTheirFormats) {
   Host host;
-  ArbForest* const forest = makeForest(host, host.document->rootForest);
+  ArbForest* const forest = host.makeForest(host.document->rootForest);
   struct Row {
     std::uint32_t type;
     std::uint32_t format;
@@ -114,9 +105,9 @@ using ForestStep = ArbStatus(ARB_CALL*)(ArbForest*, ArbForestChild**);
 // A forest "f" in the root forest, with children 3, 4, 5 (its own id is 2) or none.
 struct Grove {
   explicit Grove(std::uint32_t children, bool closed, std::uint32_t mode = 0, ArbStatus end = ARB_STATUS_END)
-      : host(mode), forest(makeForest(host, host.document->rootForest)) {
+      : host(mode), forest(host.makeForest(host.document->rootForest)) {
     host.endResult = end;
-    for (std::uint32_t i = 0; i < children; ++i) made.push_back(asChild(makeForest(host, forest)));
+    for (std::uint32_t i = 0; i < children; ++i) made.push_back(asChild(host.makeForest(forest)));
     if (closed) {
       EXPECT_EQ(ARB_OK, ArbForestAllChildrenAttached(forest));
     }
@@ -211,7 +202,7 @@ TEST(ForestConsumer, Siblings) {
 
   // A child without a parent has no sibling to wait for.
   Grove grove(0, false);
-  ArbForest* const loose = makeForest(grove.host, nullptr);
+  ArbForest* const loose = grove.host.makeForest(nullptr);
   for (ArbForestChild* const child : {&grove.host.document->rootForest->child, asChild(loose)}) {
     EXPECT_EQ("0 null", grove.take(ArbForestChildQueryNextSibling, child));
     EXPECT_EQ("0 null", grove.take(ArbForestChildWaitNextSibling, child));
@@ -221,37 +212,14 @@ TEST(ForestConsumer, Siblings) {
   EXPECT_EQ(ARB_OK, ArbForestDestroy(loose));
 }
 
-TEST(ForestConsumer, AWaitRunsTheProducerAsOftenAsItsAnswerNeeds) {
-  Host host;
-  ArbForest* const root = host.document->rootForest;
-  host.stepsPerRun = 1;
-  host.then([] { return ARB_OK; });
-  host.then([&] { return makeForest(host, root), ARB_OK; });
-  host.then([&] { return makeForest(host, root), ARB_OK; });
-  host.then([&] { return ArbForestAllChildrenAttached(root); });
-  ArbForestChild* child = nullptr;
-  std::uint32_t count = 0;
-  EXPECT_EQ(ARB_OK, ArbForestWaitFirstChild(root, &child));
-  EXPECT_EQ(2u, child->id);
-  EXPECT_EQ(2u, host.runs.size());
-  EXPECT_EQ(ARB_OK, ArbForestChildWaitNextSibling(child, &child));
-  EXPECT_EQ(3u, child->id);
-  EXPECT_EQ(3u, host.runs.size());
-  EXPECT_EQ(ARB_OK, ArbForestWaitChildCount(root, &count));
-  EXPECT_EQ(2u, count);
-  EXPECT_EQ(ARB_OK, ArbForestChildWaitNextSibling(child, &child));
-  EXPECT_EQ(nullptr, child);
-  EXPECT_EQ(4u, host.runs.size());
-}
-
 // root forest(tree, f(g, tree2), h)
 struct Nested {
   Host host;
   ArbForest* const root = host.document->rootForest;
   ArbTree* const tree = host.makeTree();
-  ArbForest* const f = makeForest(host, root);
-  ArbForest* const g = makeForest(host, f);
-  ArbForest* const h = makeForest(host, root);
+  ArbForest* const f = host.makeForest(root);
+  ArbForest* const g = host.makeForest(f);
+  ArbForest* const h = host.makeForest(root);
   std::vector<ArbForestChild*> all() { return {asChild(root), asChild(tree), asChild(f), asChild(g), asChild(h)}; }
   void expectFlags(std::uint32_t flags) {
     for (ArbForestChild* const child : all()) EXPECT_EQ(kAttached | flags, child->flags) << child->id;
@@ -298,15 +266,6 @@ TEST(ForestRelease, ConsumerReleaseOfATreeReleasesItsNodesUnlessItsRootIs) {
   EXPECT_EQ(ARB_OK, ArbForestChildConsumerRelease(asChild(nested.tree)));
   EXPECT_FALSE(a->flags & ARB_NODE_CONSUMER_RELEASED);
   EXPECT_EQ(kAttached | kConsumer, asChild(nested.tree)->flags);
-}
-
-TEST(ForestRelease, NoConsumer) {
-  Host host(1);
-  ArbTree* const tree = host.makeTree();
-  EXPECT_EQ(ARB_ERR_MODE, ArbForestChildConsumerRelease(asChild(tree)));
-  EXPECT_EQ(ARB_ERR_MODE, ArbForestConsumerReleaseSubtree(host.document->rootForest));
-  EXPECT_EQ(kAttached, asChild(tree)->flags);
-  EXPECT_EQ(ARB_OK, ArbForestProducerReleaseSubtree(host.document->rootForest));
 }
 
 }  // namespace

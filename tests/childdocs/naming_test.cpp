@@ -134,10 +134,5 @@ TEST(Naming, APathIsFetchedUntilItIsThereAndThenKept) {
   EXPECT_EQ(4, fetches.input);
 }
 
-TEST(Naming, WithoutASource) {
-  Host host;
-  EXPECT_EQ(u"out.xml.zip", nameOf(host, nullptr));
-}
-
 }  // namespace
 }  // namespace arbtree::test

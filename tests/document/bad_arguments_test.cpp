@@ -47,7 +47,8 @@ TEST(BadArguments, NullIsRefusedFirst) {
     refuseNull<ArbNode>({ArbNodeDestroy, ArbNodeRemoveFromTree, ArbNodeAttributesDone, ArbNodeAllChildrenAttached,
                          ArbNodeProducerDone, ArbNodeProducerDoneSubtree, ArbNodeProducerRelease,
                          ArbNodeProducerReleaseSubtree, ArbNodeConsumerRelease, ArbNodeConsumerReleaseSubtree,
-                         ArbNodeWaitProducerDone, ArbNodeWaitAllChildrenAttached, ArbNodeWaitAttributesDone});
+                         ArbNodeCreateID, ArbNodeSetSeparateStream, ArbNodeSetSkipIfEmpty, ArbNodeWaitProducerDone,
+                         ArbNodeWaitAllChildrenAttached, ArbNodeWaitAttributesDone});
     refuseNull<ArbForest>({ArbForestAllChildrenAttached, ArbForestProducerReleaseSubtree,
                            ArbForestWaitAllChildrenAttached, ArbForestConsumerReleaseSubtree, ArbForestDestroy});
     refuseNull<ArbForestChild>(
@@ -112,6 +113,29 @@ TEST(BadArguments, NullIsRefusedFirst) {
     EXPECT_EQ(ARB_ERR_BADARG, ArbForestSetArchiveType(nullptr, 1));
     EXPECT_EQ(ARB_ERR_BADARG, ArbAbstractTextNodeGetValue(nullptr, &text, &number));
     EXPECT_EQ(ARB_ERR_BADARG, ArbAbstractTextNodeSetValue(nullptr, u"x", 1));
+    ArbNodeRef* cell = nullptr;
+    ArbString* string = nullptr;
+    ArbFile* file = nullptr;
+    EXPECT_EQ(ARB_ERR_BADARG, ArbTreeCreateFloatingNodeReference(nullptr, &cell));
+    EXPECT_EQ(ARB_ERR_BADARG, ArbTreeCreateFloatingNodeReference(tree, nullptr));
+    EXPECT_EQ(ARB_ERR_BADARG, ArbTreeCreateNamedNodeReference(tree, nullptr, &cell));
+    EXPECT_EQ(ARB_ERR_BADARG, ArbNodeRefWaitIdString(root->cell, nullptr, &string));
+    EXPECT_EQ(ARB_ERR_BADARG, ArbNodeSetIDString(root, nullptr));
+    EXPECT_EQ(ARB_ERR_BADARG, ArbTreePushCursor(nullptr, root));
+    EXPECT_EQ(ARB_ERR_BADARG, ArbTreePopCursor(nullptr, &node));
+    EXPECT_EQ(ARB_ERR_BADARG, ArbDocumentCreateString(nullptr, u"a", &string));
+    EXPECT_EQ(ARB_ERR_BADARG, ArbDocumentCreateString(document, nullptr, &string));
+    EXPECT_EQ(ARB_ERR_BADARG, ArbDocumentCreateString(document, u"a", nullptr));
+    EXPECT_EQ(ARB_ERR_BADARG, ArbDocumentCreateFile(document, u"x", 1, nullptr));
+    EXPECT_EQ(ARB_ERR_BADARG, ArbDocumentTransferFile(document, nullptr, &file));
+    EXPECT_EQ(ARB_ERR_BADARG, ArbForestChildGetDocumentPath(asChild(tree), nullptr, nullptr));
+    EXPECT_EQ(ARB_ERR_BADARG, ArbForestChildGetDocumentPath(nullptr, nullptr, &number));
+    EXPECT_EQ(ARB_ERR_BADARG, ArbEncodedBytesNodeSetValue(nullptr, "ab", 2, 3, 1));
+    EXPECT_EQ(ARB_ERR_BADARG, ArbEncodedBytesNodeGetValue(nullptr, nullptr, nullptr, nullptr, nullptr));
+    EXPECT_EQ(ARB_ERR_BADARG, ArbExternalReferenceNodeGetEntityName(root, &text)) << "another kind";
+    EXPECT_EQ(ARB_ERR_BADARG, ArbExternalReferenceNodeGetEntityName(nullptr, &text));
+    EXPECT_EQ(ARB_ERR_BADARG, ArbFileWrite(nullptr, 0));
+    EXPECT_EQ(0u, document->strings.count);
     ArbDocumentDoCallback(nullptr, 1, nullptr);
     EXPECT_EQ("root", host.shape(root));
     EXPECT_EQ(1u, forest->childCount);

@@ -57,12 +57,6 @@ class Callbacks : public testing::Test {
   Calls state;
 };
 
-TEST_F(Callbacks, AnyCodeAndArgumentReachesAllInTableOrder) {
-  EXPECT_EQ(Lines{}, raise(9));
-  add({kB, kA, kB});
-  EXPECT_EQ((Lines{"b1000", "a1000", "b1000"}), raise(1000));
-}
-
 TEST_F(Callbacks, UnregistrationClearsTheFirstSlotOfTheFunctionOnly) {
   char first[] = "-first-";
   char second[] = "-second-";
@@ -138,20 +132,6 @@ std::uint32_t ARB_CALL untilAttributes(ArbDocument* document, std::uint32_t even
     EXPECT_EQ(ARB_OK, ArbDocumentUnregisterCallback(document, untilAttributes));
   }
   return 0;
-}
-
-TEST(CallbackLife, ACallbackCanLeaveDuringItsEvent) {
-  Host host;
-  std::vector<std::uint32_t> heard;
-  ArbNode* const root = rootOf(host.makeTree());
-  EXPECT_EQ(ARB_OK, ArbDocumentRegisterCallback(host.document, untilAttributes, &heard));
-  host.record();
-  ArbNode* const a = host.append(root, "a");
-  EXPECT_EQ(ARB_OK, ArbNodeProducerDone(a));
-  EXPECT_EQ(ARB_OK, ArbNodeProducerRelease(a));
-  EXPECT_EQ((std::vector<std::uint32_t>{1, 2, 3, 4, 5}), heard);
-  EXPECT_EQ((Lines{"created a", "linked a", "in-tree a", "attributes a", "children a", "producer-release a"}),
-            host.events.take());
 }
 
 }  // namespace

@@ -7,40 +7,6 @@
 namespace arbtree::test {
 namespace {
 
-TEST(Document, NewDocumentHasItsRootForestAndNothingElse) {
-  const std::uint64_t before = heap::testing::liveBlocks();
-  Host host;
-  const ArbForest* const root = host.document->rootForest;
-  EXPECT_EQ(ARB_CHILD_FOREST, root->child.kind);
-  EXPECT_EQ(1u, root->child.id);
-  EXPECT_EQ(1998u, root->child.formatId);
-  EXPECT_EQ(ARB_CHILD_ATTACHED, root->child.flags);
-  EXPECT_EQ(host.document, root->child.document);
-  EXPECT_EQ(nullptr, root->child.parent);
-  EXPECT_EQ(0u, root->archiveType);
-  EXPECT_EQ(0u, root->childCount);
-  EXPECT_EQ(ARB_DOC_START_PENDING, host.document->flags);
-  EXPECT_EQ(131072u, host.document->chunkBreakSize);
-  EXPECT_EQ(1u, host.document->chunkChildren);
-  EXPECT_EQ(0u, host.document->runCount);
-  EXPECT_EQ(0u, host.document->callbackCount);
-  EXPECT_TRUE(host.runs.empty());
-
-  ArbForest* forest = nullptr;
-  ASSERT_EQ(ARB_OK, ArbDocumentCreateForest(host.document, u"x", &forest));
-  EXPECT_EQ(2u, forest->child.id);
-  EXPECT_EQ(1u, forest->archiveType);
-  EXPECT_EQ(0u, forest->child.flags);
-  EXPECT_EQ(2u, host.document->chunkChildren);
-  EXPECT_EQ(3u, asChild(host.makeTree())->id);
-  EXPECT_EQ(3u, host.document->chunkChildren);
-
-  // A child that was never appended is its creator's.
-  EXPECT_EQ(ARB_OK, ArbForestDestroy(forest));
-  host.destroy();
-  EXPECT_EQ(before, heap::testing::liveBlocks());
-}
-
 TEST(Document, OnlyModeOneHasNoConsumer) {
   struct Row {
     std::uint32_t mode;
@@ -85,52 +51,6 @@ TEST(Document, SourceAccessSlots) {
     EXPECT_EQ(ARB_ERR_BADARG, ArbDocumentGetInterface(host.document, slot, &found));
     EXPECT_EQ(nullptr, found);
   }
-}
-
-TEST(Document, MemoryLimitChangesNothing) {
-  Host host;
-  EXPECT_EQ(ARB_OK, ArbDocumentSetMemoryLimit(host.document, 1));
-  ArbNode* parent = rootOf(host.makeTree());
-  for (int i = 0; i < 100; ++i) parent = host.append(parent, "n");
-  EXPECT_EQ(131072u, host.document->chunkBreakSize);
-}
-
-TEST(Document, NumbersRunThroughAllTreesOfADocument) {
-  Host host;
-  ArbTree* const first = host.makeTree();
-  ArbTree* const second = host.makeTree();
-  EXPECT_EQ(1u, rootOf(first)->number);
-  EXPECT_EQ(2u, rootOf(second)->number);
-  EXPECT_EQ(3u, host.append(rootOf(first), "a")->number);
-  EXPECT_EQ(4u, host.append(rootOf(second), "b")->number);
-}
-
-TEST(Document, DestructionFreesWhatHangsBelowTheRootForest) {
-  const std::uint64_t before = heap::testing::liveBlocks();
-  const std::uint64_t elements = liveElements();
-  {
-    Host host;
-    ArbForest* nested = nullptr;
-    ASSERT_EQ(ARB_OK, ArbDocumentCreateForest(host.document, nullptr, &nested));
-    ASSERT_EQ(ARB_OK, ArbForestAppendChild(host.document->rootForest, asChild(nested)));
-    ArbTree* tree = nullptr;
-    ASSERT_EQ(ARB_OK, ArbDocumentCreateTree(host.document, nullptr, &tree));
-    ASSERT_EQ(ARB_OK, ArbTreeAddNodeFactory(tree, kTestNamespace));
-    ASSERT_EQ(ARB_OK, ArbForestAppendChild(nested, asChild(tree)));
-    ArbNode* const a = host.append(rootOf(tree), "a");
-    ArbNode* const text = host.append(a, "text", ARB_ELEM_TEXT);
-    ASSERT_EQ(ARB_OK, ArbAbstractTextNodeSetValue(text, u"value", 5));
-    const char bytes[] = "0123456789";
-    for (std::uint32_t size = 0; size < 10; ++size) {
-      ASSERT_EQ(ARB_OK, ArbNodeSetMetadata(a, size, bytes, size));
-      ASSERT_EQ(ARB_OK, ArbForestChildSetMetadata(asChild(tree), size, bytes, size));
-      ASSERT_EQ(ARB_OK, ArbForestChildSetMetadata(asChild(nested), size, bytes, size));
-      ASSERT_EQ(ARB_OK, ArbForestChildSetMetadata(&host.document->rootForest->child, size, bytes, size));
-    }
-    host.record();
-  }
-  EXPECT_EQ(before, heap::testing::liveBlocks());
-  EXPECT_EQ(elements, liveElements());
 }
 
 }  // namespace

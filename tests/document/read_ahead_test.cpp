@@ -61,56 +61,6 @@ TEST(ReadAhead, ResultsOfTheProducer) {
   }
 }
 
-TEST(ReadAhead, AnEndedOrFailedDocumentStillAnswersFromWhatExists) {
-  for (const ArbStatus result : {ARB_STATUS_END, ARB_ERR_NOMEMORY}) {
-    SCOPED_TRACE(result);
-    Host host;
-    ArbNode* root = rootOf(host.makeTree());
-    host.then([&] { return host.append(root, "a"), result; });
-    EXPECT_EQ(result, ArbDocumentReadAhead(host.document));
-    ArbNode* child = nullptr;
-    EXPECT_EQ(ARB_OK, ArbNodeWaitFirstChild(root, &child));
-    EXPECT_EQ("a", host.events.nameOf(child));
-    EXPECT_EQ(result == ARB_STATUS_END ? ARB_OK : result, ArbNodeWaitAllChildrenAttached(root));
-    EXPECT_EQ(1u, host.runs.size());
-  }
-}
-
-// Every call that would have to run the producer, made inside its run.
-TEST(ReadAhead, ReentryIsRefusedAndDisturbsNothing) {
-  Host host;
-  ArbTree* const tree = host.makeTree();
-  ArbForest* const forest = host.document->rootForest;
-  ArbNode* const root = rootOf(tree);
-  ArbNode* node = nullptr;
-  ArbForestChild* child = nullptr;
-  std::uint32_t count = 0;
-  const auto refuseAll = [&] {
-    EXPECT_EQ(ARB_ERR_NOTREADY, ArbDocumentReadAhead(host.document));
-    EXPECT_EQ(ARB_ERR_NOTREADY, ArbNodeWaitFirstChild(root, &node));
-    EXPECT_EQ(ARB_ERR_NOTREADY, ArbNodeWaitLastChild(root, &node));
-    EXPECT_EQ(ARB_ERR_NOTREADY, ArbNodeWaitChildCount(root, &count));
-    EXPECT_EQ(ARB_ERR_NOTREADY, ArbNodeWaitAllChildrenAttached(root));
-    EXPECT_EQ(ARB_ERR_NOTREADY, ArbNodeWaitAttributesDone(root));
-    EXPECT_EQ(ARB_ERR_NOTREADY, ArbNodeWaitProducerDone(root));
-    EXPECT_EQ(ARB_ERR_NOTREADY, ArbNodeWaitFirstChildByElementId(root, 1, &node));
-    EXPECT_EQ(ARB_ERR_NOTREADY, ArbNodeConsumerReleaseSubtree(root));
-    EXPECT_EQ(ARB_ERR_NOTREADY, ArbForestWaitAllChildrenAttached(forest));
-    EXPECT_EQ(ARB_ERR_NOTREADY, ArbForestWaitChildCount(forest, &count));
-    EXPECT_EQ(ARB_ERR_NOTREADY, ArbForestWaitLastChild(forest, &child));
-    EXPECT_EQ(ARB_ERR_NOTREADY, ArbForestChildWaitNextSibling(asChild(tree), &child));
-    EXPECT_EQ(ARB_OK, ArbForestWaitFirstChild(forest, &child));
-    EXPECT_EQ(ARB_DOC_RUNNING, host.document->flags);
-    return ARB_OK;
-  };
-  host.then(refuseAll).then([] { return kPause; });
-  EXPECT_EQ(ARB_OK, ArbDocumentReadAhead(host.document));
-  EXPECT_EQ(0u, host.document->flags);
-  EXPECT_EQ(1u, host.document->runCount);
-  EXPECT_EQ(ARB_STATUS_END, ArbDocumentReadAhead(host.document));
-  EXPECT_EQ((Lines{"start", "continue"}), host.runs);
-}
-
 TEST(ReadAhead, NodeBudgetIsFullAtThe4097thNode) {
   Host host;
   ArbTree* const tree = host.makeTree();
@@ -280,16 +230,6 @@ TEST(StatusCallback, OnlyTwentyAndThirtyTwoAbandonAndNothingIsLost) {
     EXPECT_EQ("root(a b)", host.shape(root));
     EXPECT_EQ((Lines{"start", "continue"}), host.runs);
   }
-}
-
-TEST(StatusCallback, ABailOutThatReturnsLeavesTheRunItsStatus) {
-  StatusAnswer answer(20, true);
-  Host host;
-  ArbNode* const root = rootOf(host.makeTree());
-  host.then([&] { return host.append(root, "a"), kPause; }).then([&] { return host.append(root, "b"), 13u; });
-  EXPECT_EQ(ARB_OK, ArbDocumentReadAhead(host.document));
-  EXPECT_EQ(13u, ArbNodeWaitAllChildrenAttached(root));
-  EXPECT_EQ(2u, answer.bailOuts());
 }
 
 TEST(StatusCallback, AbandoningInsideASubtreeReleaseLeavesAReleasableTree) {

@@ -56,8 +56,6 @@ TEST_F(Cursors, EachTreeHasItsOwnAndNullIsAPosition) {
   EXPECT_EQ(root, node);
   EXPECT_EQ(ARB_OK, ArbTreePopCursor(other, nullptr));
   EXPECT_EQ(0u, other->cursorDepth);
-  EXPECT_EQ(ARB_ERR_BADARG, ArbTreePushCursor(nullptr, root));
-  EXPECT_EQ(ARB_ERR_BADARG, ArbTreePopCursor(nullptr, &node));
 }
 
 // The push is counted, the pop takes nothing.
@@ -91,24 +89,6 @@ TEST_F(Cursors, APositionWhoseNodeIsFreed) {
     EXPECT_EQ(0u, other->cursorDepth);
     EXPECT_EQ(2u, fresh.runs.size());
   }
-}
-
-TEST_F(Cursors, DuringARun) {
-  ArbNode* const a = host.append(root, "a");
-  ArbNode* const gone = host.make(tree, "gone");
-  host.then([&] {
-    EXPECT_EQ(ARB_OK, ArbNodeCreateID(gone));
-    EXPECT_EQ(ARB_OK, ArbTreePushCursor(tree, gone));
-    EXPECT_EQ(ARB_OK, ArbTreePushCursor(tree, a));
-    EXPECT_EQ(ARB_OK, ArbNodeDestroy(gone));
-    EXPECT_EQ(ARB_OK, ArbTreePopCursor(tree, &node));
-    EXPECT_EQ(a, node);
-    EXPECT_EQ(ARB_ERR_NOTREADY, ArbTreePopCursor(tree, &node));
-    EXPECT_EQ(nullptr, node);
-    EXPECT_EQ(0u, tree->cursorDepth) << "popped all the same";
-    return ARB_OK;
-  });
-  EXPECT_EQ(ARB_STATUS_END, ArbDocumentReadAhead(host.document));
 }
 
 }  // namespace

@@ -1,16 +1,10 @@
-// References made ahead of their node, ID strings, and the table of pending references.
+// ID strings: after their tree is gone, generated from the largest numbers, and waited for while the producer works.
+// Making, binding, reading and freeing references is part of the random calls (tests/tree/random_test.cpp).
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <functional>
-#include <random>
-#include <set>
 #include <string>
-#include <vector>
 
-#include "platform/heap.h"
 #include "support/host.h"
-#include "support/seed.h"
 #include "tree/tree.h"
 
 namespace arbtree::test {
@@ -33,9 +27,8 @@ class References : public testing::Test {
     EXPECT_EQ(ARB_OK, ArbTreeCreateNamedNodeReference(tree, name, &cell));
     return cell;
   }
-  ArbNode* make(ArbNodeRef* cell = nullptr) { return host.make(tree, "n", elementId(1), cell); }
   ArbNode* linked(ArbNodeRef* cell = nullptr) {
-    ArbNode* const node = make(cell);
+    ArbNode* const node = host.make(tree, "n", elementId(1), cell);
     EXPECT_EQ(ARB_OK, ArbNodeAppendChild(rootOf(tree), node));
     return node;
   }
@@ -54,220 +47,9 @@ class References : public testing::Test {
     const std::u16string text = answer ? answer->text : u"-";
     return std::to_string(status) + " " + std::string(text.begin(), text.end());
   }
-  static std::string queriedNode(ArbNodeRef* cell, const ArbNode* expected) {
-    ArbNode* node = untouchedNode();
-    const ArbStatus status = ArbNodeRefQueryNode(cell, &node);
-    EXPECT_EQ(expected, node);
-    EXPECT_EQ(status, ArbNodeRefQueryNode(cell, nullptr));
-    return std::to_string(status);
-  }
-
   Host host;
   ArbTree* const tree = host.makeTree();
 };
-
-TEST_F(References, AFloatingReferenceReservesTheNextNumber) {
-  linked(), linked();
-  ArbNodeRef* const cell = floating();
-  EXPECT_EQ(ARB_REF_FLOATING, cell->state);
-  EXPECT_EQ(4u, cell->value);
-  EXPECT_EQ(5u, linked()->number);
-  ArbNode* const node = linked(cell);
-  EXPECT_EQ(4u, node->number);
-  EXPECT_EQ(cell, node->cell);
-  EXPECT_EQ(node, resolve(cell));
-  EXPECT_EQ(6u, linked()->number);
-  EXPECT_EQ(ARB_OK, ArbNodeAttributesDone(node));
-  EXPECT_EQ("0 ID4", queried(cell));
-}
-
-TEST_F(References, ANamedReferenceCarriesItsName) {
-  ArbString* const name = string(u"target");
-  ArbNodeRef* const first = named(name);
-  ArbNodeRef* const second = named(name);
-  EXPECT_NE(first, second);
-  EXPECT_EQ(nullptr, name->boundRef);
-  for (ArbNodeRef* const cell : {first, second}) {
-    EXPECT_EQ(ARB_REF_NAMED, cell->state);
-    EXPECT_EQ(reinterpret_cast<std::uintptr_t>(name), cell->value);
-    EXPECT_EQ("0 target", queried(cell));
-    EXPECT_EQ("0 target", waited(cell));
-    EXPECT_EQ("145", queriedNode(cell, nullptr));
-  }
-  EXPECT_TRUE(host.runs.empty()) << "a name is known at once";
-  ArbNode* const node = linked(second);
-  EXPECT_EQ(name, node->idString);
-  EXPECT_FALSE(node->flags & ARB_NODE_HAS_ID);
-  EXPECT_EQ("0", queriedNode(second, node));
-  EXPECT_EQ("145", queriedNode(first, nullptr));
-  EXPECT_EQ("145 -", queried(second)) << "its ID string may still be set";
-  EXPECT_EQ(ARB_OK, ArbNodeAttributesDone(node));
-  EXPECT_EQ("0 target", queried(second));
-  EXPECT_EQ(nullptr, name->boundRef) << "making a node on a reference binds nothing";
-  EXPECT_NE(second, named(name));
-}
-
-// Every state of a cell, read by the Query calls.
-TEST_F(References, WhatEachStateAnswers) {
-  ArbNode* const node = linked();
-  const auto value = reinterpret_cast<std::uintptr_t>(node);
-  const auto name = reinterpret_cast<std::uintptr_t>(string(u"name"));
-  struct Row {
-    ArbNodeRef cell;
-    bool done;
-    const char *idString, *status;
-    bool resolved;
-  };
-  for (Row row :
-       {Row{{ARB_REF_FLOATING, 7}, false, "145 -", "145", false},
-        Row{{ARB_REF_NAMED, name}, false, "0 name", "145", false},
-        Row{{ARB_REF_NAMED, 0}, false, "145 -", "145", false}, Row{{ARB_REF_FREED, 7}, false, "145 -", "145", false},
-        Row{{ARB_REF_FREED_ID, name}, false, "145 -", "145", false}, Row{{ARB_REF_NODE, 0}, false, "145 -", "0", false},
-        Row{{ARB_REF_NODE, value}, false, "145 -", "0", true}, Row{{ARB_REF_NODE, value}, true, "0 ID2", "0", true}}) {
-    if (row.done) {
-      EXPECT_EQ(ARB_OK, ArbNodeAttributesDone(node));
-    }
-    EXPECT_EQ(row.idString, queried(&row.cell)) << row.cell.state;
-    EXPECT_EQ(row.status, queriedNode(&row.cell, row.resolved ? node : nullptr)) << row.cell.state;
-  }
-  EXPECT_EQ("0 -", queried(nullptr));
-  EXPECT_EQ("0 -", waited(nullptr));
-  EXPECT_EQ("0", queriedNode(nullptr, nullptr));
-  EXPECT_EQ(ARB_OK, ArbNodeRefQueryIdString(nullptr, nullptr));
-  EXPECT_EQ(ARB_OK, ArbNodeRefQueryIdString(node->cell, nullptr));
-  EXPECT_EQ(ARB_OK, ArbNodeRefWaitIdString(node->cell, host.document, nullptr));
-  EXPECT_EQ(ARB_ERR_BADARG, ArbNodeRefWaitIdString(node->cell, nullptr, nullptr));
-}
-
-TEST_F(References, AGeneratedStringIsTheHexNumberAndIsKeptAndBound) {
-  struct Row {
-    std::uint32_t number;
-    const char* text;
-  };
-  for (const Row& row : {Row{10, "0 IDa"}, Row{26, "0 ID1a"}, Row{255, "0 IDff"}, Row{0x80000000, "0 ID80000000"},
-                         Row{0xFFFFFFFF, "0 IDffffffff"}}) {
-    host.document->nodeCounter = row.number - 1;
-    ArbNode* const node = linked();
-    EXPECT_EQ(row.number, node->number);
-    EXPECT_EQ(ARB_OK, ArbNodeAttributesDone(node));
-    EXPECT_EQ(nullptr, node->idString);
-    EXPECT_EQ(row.text, row.number % 2 ? waited(node->cell) : queried(node->cell));
-    ArbString* const kept = node->idString;
-    ASSERT_NE(nullptr, kept);
-    EXPECT_EQ(row.text, queried(node->cell));
-    EXPECT_EQ(kept, node->idString);
-    EXPECT_EQ(kept, string(kept->text));
-    EXPECT_EQ(node->cell, kept->boundRef);
-    EXPECT_EQ(node->cell, named(kept)) << "a named reference finds the node";
-    EXPECT_FALSE(node->flags & ARB_NODE_HAS_ID);
-    EXPECT_EQ(row.number, node->number);
-  }
-  EXPECT_EQ(0u, tree->pendingRefCount);
-}
-
-TEST_F(References, AStringThatCannotBeMadeIsNull) {
-  ArbNode* const node = linked();
-  EXPECT_EQ(ARB_OK, ArbNodeAttributesDone(node));
-  heap::testing::failAllocation(1, true);
-  EXPECT_EQ("0 -", queried(node->cell));
-  EXPECT_EQ("0 -", waited(node->cell));
-  heap::testing::stopFailing();
-  EXPECT_EQ(nullptr, node->idString);
-  EXPECT_EQ("0 ID2", queried(node->cell));
-}
-
-TEST_F(References, GivingAnIdString) {
-  ArbString* const name = string(u"given");
-  ArbNode* const node = linked(named(string(u"first")));
-  ArbNode* const other = linked();
-  EXPECT_EQ(ARB_OK, ArbNodeSetIDString(node, name));
-  EXPECT_EQ(name, node->idString);
-  EXPECT_TRUE(node->flags & ARB_NODE_HAS_ID);
-  EXPECT_EQ(node->cell, name->boundRef);
-  EXPECT_EQ(ARB_REF_NODE, node->cell->state);
-  EXPECT_EQ(2u, node->number);
-  const std::uint32_t pending = tree->pendingRefCount;
-  EXPECT_EQ(node->cell, named(name)) << "answers the node's own cell";
-  EXPECT_EQ(pending, tree->pendingRefCount);
-  EXPECT_EQ(ARB_OK, ArbNodeSetIDString(other, name));
-  EXPECT_EQ(other->cell, name->boundRef) << "in place of the earlier binding";
-  EXPECT_EQ(name, node->idString);
-  EXPECT_EQ(ARB_ERR_BADARG, ArbNodeSetIDString(node, nullptr));
-  EXPECT_EQ(ARB_ERR_BADARG, ArbNodeSetIDString(nullptr, name));
-  EXPECT_EQ(ARB_OK, ArbNodeAttributesDone(node));
-  EXPECT_EQ(ARB_ERR_LOCKED, ArbNodeSetIDString(node, string(u"late")));
-  EXPECT_EQ(name, node->idString);
-  EXPECT_EQ(nullptr, string(u"late")->boundRef);
-  ArbNodeRef* const cell = other->cell;
-  other->cell = nullptr;
-  EXPECT_EQ(ARB_ERR_BADARG, ArbNodeSetIDString(other, string(u"none")));
-  other->cell = cell;
-  EXPECT_EQ(name, other->idString);
-}
-
-TEST_F(References, MarkingANode) {
-  ArbNode* const marked = linked();
-  ArbNode* const plain = linked();
-  EXPECT_EQ(ARB_OK, ArbNodeCreateID(marked));
-  EXPECT_EQ(ARB_OK, ArbNodeCreateID(marked));
-  EXPECT_EQ(nullptr, marked->idString);
-  EXPECT_EQ(ARB_OK, ArbNodeAttributesDone(marked));
-  EXPECT_EQ(ARB_OK, ArbNodeAttributesDone(plain));
-  EXPECT_EQ(ARB_OK, ArbNodeCreateID(marked));
-  EXPECT_EQ(ARB_ERR_LOCKED, ArbNodeCreateID(plain));
-  EXPECT_FALSE(plain->flags & ARB_NODE_HAS_ID);
-  EXPECT_EQ(ARB_ERR_BADARG, ArbNodeCreateID(nullptr));
-}
-
-// What a cell and its string tell once the node is freed: with a mark the cell stays; without one it goes back to the
-// pool, and the string leads nowhere.
-TEST_F(References, AfterTheNodeIsFreed) {
-  struct Row {
-    const char* name;
-    std::function<void(ArbNode*)> identify;
-    bool kept;
-    std::uint32_t state;
-  };
-  ArbString* const given = string(u"given");
-  const auto generate = [&](ArbNode* node) {
-    EXPECT_EQ(ARB_OK, ArbNodeAttributesDone(node));
-    EXPECT_NE("0 -", queried(node->cell));
-  };
-  const auto generateMarked = [&](ArbNode* node) {
-    EXPECT_EQ(ARB_OK, ArbNodeCreateID(node));
-    generate(node);
-  };
-  for (const Row& row :
-       {Row{"plain", [](ArbNode*) {}, false, 0},
-        Row{"marked", [](ArbNode* n) { EXPECT_EQ(ARB_OK, ArbNodeCreateID(n)); }, true, ARB_REF_FREED},
-        Row{"given", [&](ArbNode* n) { EXPECT_EQ(ARB_OK, ArbNodeSetIDString(n, given)); }, true, ARB_REF_FREED_ID},
-        Row{"generated", generate, false, 0}, Row{"generated and marked", generateMarked, true, ARB_REF_FREED_ID}}) {
-    SCOPED_TRACE(row.name);
-    ArbNode* const node = make();
-    row.identify(node);
-    ArbString* const id = node->idString;
-    ArbNodeRef* const cell = node->cell;
-    const std::uint32_t number = node->number;
-    EXPECT_EQ(ARB_OK, ArbNodeDestroy(node));
-    if (row.kept) {
-      EXPECT_EQ(row.state, cell->state);
-      EXPECT_EQ(row.state == ARB_REF_FREED ? number : reinterpret_cast<std::uintptr_t>(id), cell->value);
-      EXPECT_EQ("145", queriedNode(cell, nullptr));
-      EXPECT_EQ("145 -", queried(cell));
-      if (id) {
-        EXPECT_EQ(cell, named(id)) << "the name still leads to the cell";
-      }
-    } else if (id) {
-      EXPECT_EQ(nullptr, id->boundRef);
-    }
-    ArbNode* const next = make();
-    EXPECT_EQ(row.kept, next->cell != cell);
-    if (id && !row.kept) {
-      EXPECT_NE(next->cell, named(id)) << "the name does not lead to the next node on the cell";
-    }
-    EXPECT_EQ(ARB_OK, ArbNodeDestroy(next));
-  }
-}
 
 // Strings outlive the trees whose cells they were bound to.
 TEST_F(References, AfterTheTreeIsDestroyed) {
@@ -297,36 +79,17 @@ TEST_F(References, AfterTheTreeIsDestroyed) {
   EXPECT_EQ(here->cell, named(moved)) << "bound to a node of another tree since";
 }
 
-TEST_F(References, ATreeThatIsDoneMakesNone) {
-  ArbString* const name = string(u"n");
-  EXPECT_EQ(ARB_OK, ArbNodeSetIDString(linked(), name));
-  EXPECT_EQ(ARB_OK, ArbForestChildProducerDone(asChild(tree)));
-  ArbNodeRef untouched{};
-  ArbNodeRef* cell = &untouched;
-  const std::uint32_t number = host.document->nodeCounter;
-  EXPECT_EQ(ARB_ERR_LOCKED, ArbTreeCreateFloatingNodeReference(tree, &cell));
-  EXPECT_EQ(ARB_ERR_LOCKED, ArbTreeCreateNamedNodeReference(tree, name, &cell));
-  EXPECT_EQ(ARB_ERR_BADARG, ArbTreeCreateFloatingNodeReference(nullptr, &cell));
-  EXPECT_EQ(ARB_ERR_BADARG, ArbTreeCreateFloatingNodeReference(tree, nullptr));
-  EXPECT_EQ(ARB_ERR_BADARG, ArbTreeCreateNamedNodeReference(nullptr, name, &cell));
-  EXPECT_EQ(ARB_ERR_BADARG, ArbTreeCreateNamedNodeReference(tree, nullptr, &cell));
-  EXPECT_EQ(ARB_ERR_BADARG, ArbTreeCreateNamedNodeReference(tree, name, nullptr));
-  EXPECT_EQ(&untouched, cell);
-  EXPECT_EQ(number, host.document->nodeCounter);
-}
-
-TEST_F(References, AProducerOnlyDocumentMakesAndReadsButDoesNotWait) {
-  Host alone(1);
-  ArbTree* const other = alone.makeTree();
-  ArbNodeRef* cell = nullptr;
-  EXPECT_EQ(ARB_OK, ArbTreeCreateFloatingNodeReference(other, &cell));
-  EXPECT_EQ(ARB_ERR_NOTREADY, ArbNodeRefQueryNode(cell, nullptr));
-  ArbString* answer = reinterpret_cast<ArbString*>(cell);
-  EXPECT_EQ(ARB_ERR_MODE, ArbNodeRefWaitIdString(nullptr, alone.document, &answer));
-  EXPECT_EQ(nullptr, answer);
-  EXPECT_EQ(ARB_OK, ArbNodeAppendChild(rootOf(other), alone.make(other, "n", elementId(1), cell)));
-  EXPECT_EQ(ARB_OK, ArbNodeAttributesDone(resolve(cell)));
-  EXPECT_EQ("0 ID2", queried(cell));
+TEST_F(References, AGeneratedStringIsTheHexNumber) {
+  for (const char* const text : {"0 ID80000000", "0 IDffffffff"}) {
+    host.document->nodeCounter = static_cast<std::uint32_t>(std::stoul(text + 4, nullptr, 16)) - 1;
+    ArbNode* const node = linked();
+    EXPECT_EQ(ARB_OK, ArbNodeAttributesDone(node));
+    EXPECT_EQ(text, queried(node->cell));
+    EXPECT_EQ(text, waited(node->cell)) << "kept";
+  }
+  EXPECT_EQ("0 -", queried(nullptr)) << "no reference, no name";
+  EXPECT_EQ("0 -", waited(nullptr));
+  EXPECT_EQ(ARB_OK, ArbNodeRefQueryNode(nullptr, nullptr));
 }
 
 class WaitingForIdStrings : public References {
@@ -360,6 +123,15 @@ TEST_F(WaitingForIdStrings, ProductionEndsFirst) {
   EXPECT_EQ("145 -", queried(open)) << "they are still open";
 }
 
+// The consumer has released the node that it asks about, and the run that is to complete its attributes frees it.
+TEST_F(WaitingForIdStrings, TheRunFreesTheNode) {
+  ArbNode* const node = linked();
+  linked();
+  EXPECT_EQ(ARB_OK, ArbNodeConsumerRelease(node));
+  host.then([&] { return ArbNodeProducerRelease(node); });
+  EXPECT_EQ("0 -", waited(node->cell));
+}
+
 TEST_F(WaitingForIdStrings, TheProducerFails) {
   ArbNodeRef* const early = floating();
   ArbNodeRef* const late = floating();
@@ -368,94 +140,6 @@ TEST_F(WaitingForIdStrings, TheProducerFails) {
   EXPECT_EQ("99 -", waited(late)) << "even though the failing run made the node";
   EXPECT_EQ("0 ID3", waited(late)) << "the failure on the way to the attributes is not reported";
   EXPECT_EQ("0 ID2", waited(early));
-}
-
-// Slots of the pending table as a plain search for the lowest empty entry.
-class PlainTable {
- public:
-  void add(ArbNodeRef* cell) {
-    const auto empty = std::find(entries_.begin(), entries_.end(), nullptr);
-    if (empty != entries_.end()) {
-      *empty = cell;
-      return;
-    }
-    if (entries_.size() == capacity_) capacity_ = capacity_ ? 2 * capacity_ : 256;
-    entries_.push_back(cell);
-  }
-  void remove(ArbNodeRef* cell) { *std::find(entries_.begin(), entries_.end(), cell) = nullptr; }
-  void expectSame(const ArbTree& tree) const {
-    ASSERT_EQ(entries_.size(), tree.pendingRefCount);
-    ASSERT_EQ(capacity_, tree.pendingRefCapacity);
-    ASSERT_EQ(entries_, std::vector<ArbNodeRef*>(tree.pendingRefs, tree.pendingRefs + tree.pendingRefCount));
-  }
-
- private:
-  std::vector<ArbNodeRef*> entries_;
-  std::size_t capacity_ = 0;
-};
-
-TEST_F(References, ThePendingTableGrowsByDoublingAndReusesTheLowestSlot) {
-  std::vector<ArbNodeRef*> cells;
-  for (std::uint32_t i = 0; i < 257; ++i) {
-    EXPECT_EQ(i == 0 ? 0u : 256u, tree->pendingRefCapacity);
-    cells.push_back(i % 2 ? floating() : named(string(u"n")));
-    EXPECT_EQ(cells.back(), tree->pendingRefs[i]);
-  }
-  EXPECT_EQ(512u, tree->pendingRefCapacity);
-  for (const std::uint32_t slot : {200u, 3u, 256u, 77u}) {
-    linked(cells[slot]);
-    EXPECT_EQ(nullptr, tree->pendingRefs[slot]);
-  }
-  for (const std::uint32_t slot : {3u, 77u, 200u, 256u, 257u}) {
-    ArbNodeRef* const cell = floating();
-    EXPECT_EQ(cell, tree->pendingRefs[slot]) << slot;
-  }
-}
-
-// Making, resolving and freeing in random order; freed cells come back as nodes and as references.
-TEST_F(References, RandomUseAgreesWithThePlainTable) {
-  std::mt19937 random(testSeed());
-  ArbString* const name = string(u"name");
-  PlainTable model;
-  std::vector<ArbNodeRef*> pending;
-  std::vector<ArbNode*> nodes;
-  const auto takeOne = [&random](auto& list) {
-    std::swap(list[random() % list.size()], list.back());
-    const auto one = list.back();
-    list.pop_back();
-    return one;
-  };
-  for (int i = 0; i < 30'000; ++i) {
-    const std::uint32_t growing = i / 3000 % 2 ? 3 : 5;  // tides, so that the table fills and empties
-    if (random() % 8 < growing) {
-      pending.push_back(random() % 2 ? floating() : named(name));
-      model.add(pending.back());
-    } else if (!pending.empty() && random() % 2) {
-      ArbNodeRef* const cell = takeOne(pending);
-      nodes.push_back(make(cell));
-      model.remove(cell);
-    } else if (!nodes.empty()) {
-      EXPECT_EQ(ARB_OK, ArbNodeDestroy(takeOne(nodes)));
-    } else {
-      nodes.push_back(make());
-    }
-    if (i % 500 == 0) model.expectSame(*tree);
-    ASSERT_FALSE(HasFailure());
-  }
-  model.expectSame(*tree);
-  const std::set<ArbNodeRef*> distinct(pending.begin(), pending.end());
-  EXPECT_EQ(pending.size(), distinct.size());
-  for (ArbNode* const node : nodes) EXPECT_EQ(ARB_OK, ArbNodeDestroy(node));
-}
-
-// References left without a node go with their tree.
-TEST_F(References, PendingReferencesGoWithTheTree) {
-  const std::uint64_t live = heap::testing::liveBlocks();
-  ArbTree* const other = host.makeTree();
-  ArbNodeRef* cell = nullptr;
-  for (int i = 0; i < 5000; ++i) EXPECT_EQ(ARB_OK, ArbTreeCreateFloatingNodeReference(other, &cell));
-  EXPECT_EQ(ARB_OK, ArbTreeDestroy(other));
-  EXPECT_EQ(live, heap::testing::liveBlocks());
 }
 
 }  // namespace

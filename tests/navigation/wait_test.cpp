@@ -64,6 +64,69 @@ TEST_F(Waiting, AWaitRunsTheProducerAsOftenAsItsAnswerNeeds) {
   EXPECT_EQ(2u, count);
 }
 
+// What the answer hangs on decides whether a run is made, and a run's failure is the answer; then or with an ended
+// producer, every answer is what exists.
+TEST(WaitingAtTheEnd, AnswersAndFailures) {
+  struct Row {
+    const char* name;
+    std::function<ArbStatus(ArbNode* open, ArbNode* closed, ArbNode** result, std::uint32_t* count)> wait;
+    const char *ended, *failed;  // status, node (or "-"), count
+  };
+  const Row rows[] = {
+      {"first child of an open list",
+       [](auto open, auto, auto node, auto) { return ArbNodeWaitFirstChild(open, node); }, "0 x 77", "0 x 77"},
+      {"first child where none is",
+       [](auto open, auto, auto node, auto) { return ArbNodeWaitFirstChild(resolve(open->firstChildCell), node); },
+       "0 null 77", "13 - 77"},
+      {"last child of an open list", [](auto open, auto, auto node, auto) { return ArbNodeWaitLastChild(open, node); },
+       "0 x 77", "13 - 77"},
+      {"last child of a closed list",
+       [](auto, auto closed, auto node, auto) { return ArbNodeWaitLastChild(closed, node); }, "0 y 77", "0 y 77"},
+      {"next in an open list",
+       [](auto open, auto, auto node, auto) { return ArbNodeWaitNextSibling(resolve(open->firstChildCell), node); },
+       "0 null 77", "13 - 77"},
+      {"next in a closed list",
+       [](auto, auto closed, auto node, auto) { return ArbNodeWaitNextSibling(resolve(closed->firstChildCell), node); },
+       "0 null 77", "0 null 77"},
+      {"count of an open list", [](auto open, auto, auto, auto count) { return ArbNodeWaitChildCount(open, count); },
+       "0 - 0", "13 - 0"},
+      {"count of a closed list",
+       [](auto, auto closed, auto, auto count) { return ArbNodeWaitChildCount(closed, count); }, "0 - 1", "0 - 1"},
+      {"closing of an open list", [](auto open, auto, auto, auto) { return ArbNodeWaitAllChildrenAttached(open); },
+       "0 - 77", "13 - 77"},
+      {"closing of a closed list", [](auto, auto closed, auto, auto) { return ArbNodeWaitAllChildrenAttached(closed); },
+       "0 - 77", "0 - 77"},
+      {"attributes that are open", [](auto open, auto, auto, auto) { return ArbNodeWaitAttributesDone(open); },
+       "0 - 77", "13 - 77"},
+      {"attributes that are done", [](auto, auto closed, auto, auto) { return ArbNodeWaitAttributesDone(closed); },
+       "0 - 77", "0 - 77"},
+      {"all of an open node", [](auto open, auto, auto, auto) { return ArbNodeWaitProducerDone(open); }, "0 - 77",
+       "13 - 77"},
+  };
+  for (const Row& row : rows) {
+    for (const ArbStatus end : {ARB_STATUS_END, 13u}) {
+      SCOPED_TRACE(testing::Message() << row.name << ", the producer answers " << end);
+      Host host;
+      host.endResult = end;
+      ArbNode* const root = rootOf(host.makeTree());
+      ArbNode* const open = host.append(root, "open");
+      ArbNode* const closed = host.append(root, "closed");
+      host.append(open, "x");
+      host.append(closed, "y");
+      EXPECT_EQ(ARB_OK, ArbNodeProducerDone(closed));
+      for (int again = 0; again < 2; ++again) {
+        ArbNode* node = untouchedNode();
+        std::uint32_t count = 77;
+        const ArbStatus status = row.wait(open, closed, &node, &count);
+        const std::string result = node == untouchedNode() ? "-" : host.events.nameOf(node);
+        EXPECT_EQ(end == 13 ? row.failed : row.ended,
+                  joined({std::to_string(status), " ", result, " ", std::to_string(count)}));
+      }
+      EXPECT_EQ(std::string(row.failed).starts_with("13") ? 1u : 0u, host.runs.size());
+    }
+  }
+}
+
 TEST_F(Waiting, AFailingRunsWorkIsThereForTheNextQuestion) {
   Host failing;
   ArbNode* const top = rootOf(failing.makeTree());
@@ -74,51 +137,6 @@ TEST_F(Waiting, AFailingRunsWorkIsThereForTheNextQuestion) {
   EXPECT_EQ(ARB_OK, ArbNodeWaitFirstChild(top, &node));
   EXPECT_EQ("x", failing.events.nameOf(node));
   EXPECT_EQ(13u, ArbNodeWaitNextSibling(resolve(top->firstChildCell), &node));
-}
-
-TEST_F(Waiting, InsideARunOnlyWhatExistsIsAnswered) {
-  run(2);
-  ArbNode* node = untouchedNode();
-  host.then([&] {
-    EXPECT_EQ(ARB_OK, ArbNodeWaitFirstChild(a, &node));
-    EXPECT_EQ(b, node);
-    node = untouchedNode();
-    EXPECT_EQ(ARB_ERR_NOTREADY, ArbNodeWaitFirstChild(b, &node));
-    EXPECT_EQ(untouchedNode(), node);
-    EXPECT_EQ(ARB_OK, ArbNodeWaitAttributesDone(a));
-    EXPECT_EQ(ARB_ERR_NOTREADY, ArbNodeWaitAttributesDone(b));
-    return ARB_OK;
-  });
-  EXPECT_EQ(ARB_OK, ArbNodeWaitAttributesDone(b));
-  EXPECT_TRUE(host.document->flags & ARB_DOC_ENDED);
-}
-
-// A callback during a run asks as the producer does.
-std::uint32_t ARB_CALL waitDuringEvent(ArbDocument* document, std::uint32_t event, void* argument, void* context) {
-  if (event == ARB_EVENT_NODE_LINKED && (document->flags & ARB_DOC_RUNNING)) {
-    *static_cast<ArbStatus*>(context) = ArbNodeWaitAllChildrenAttached(static_cast<ArbNode*>(argument));
-  }
-  return 0;
-}
-
-TEST_F(Waiting, InsideAnEventOfARunNothingIsRun) {
-  ArbStatus status = 0;
-  EXPECT_EQ(ARB_OK, ArbDocumentRegisterCallback(host.document, waitDuringEvent, &status));
-  run(1);
-  EXPECT_EQ(ARB_ERR_NOTREADY, status);
-  EXPECT_EQ(1u, host.document->runCount);
-}
-
-TEST_F(Waiting, OnAReferenceUntilItsNodeIsMade) {
-  ArbNodeRef* const named = takeCell(*tree);
-  *named = {ARB_REF_FLOATING, 50};
-  host.then([&] { return host.make(tree, "d", elementId(1), named), ARB_OK; });
-  ArbNode* node = untouchedNode();
-  EXPECT_EQ(ARB_OK, ArbNodeRefWaitNode(named, host.document, &node));
-  EXPECT_EQ("d", host.events.nameOf(node));
-  EXPECT_EQ(7u, host.runs.size());
-  EXPECT_EQ(ARB_OK, ArbNodeRefWaitNode(named, host.document, nullptr));
-  EXPECT_EQ(ARB_OK, ArbNodeDestroy(node));
 }
 
 TEST_F(Waiting, OnAReferenceThatAFailingRunResolves) {

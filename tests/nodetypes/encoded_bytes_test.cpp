@@ -82,19 +82,6 @@ TEST_F(EncodedBytes, SwappedPairs) {
   }
 }
 
-TEST_F(EncodedBytes, InfoAndEncodingAreReadBack) {
-  std::uint32_t info = 1;
-  std::uint32_t encoding = 1;
-  EXPECT_EQ(ARB_OK, ArbEncodedBytesNodeGetValue(node, nullptr, nullptr, &info, &encoding));
-  EXPECT_EQ(0u, info);
-  EXPECT_EQ(0u, encoding);
-  EXPECT_EQ(ARB_OK, ArbEncodedBytesNodeSetValue(node, "ab", 2, 0xFFFFFFFF, ARB_ENCODING_RAW8));
-  EXPECT_EQ(ARB_OK, ArbEncodedBytesNodeGetValue(node, &info, &info, &info, &encoding));
-  EXPECT_EQ(0xFFFFFFFFu, info);
-  EXPECT_EQ(ARB_ENCODING_RAW8, encoding);
-  EXPECT_EQ(ARB_OK, ArbEncodedBytesNodeGetValue(node, nullptr, nullptr, nullptr, nullptr));
-}
-
 TEST_F(EncodedBytes, OtherKindsAreLeftAlone) {
   ArbNode* const text = host.append(rootOf(tree), "t", ARB_ELEM_TEXT);
   EXPECT_EQ(ARB_OK, ArbAbstractTextNodeSetValue(text, u"kept", 4));
@@ -109,9 +96,6 @@ TEST_F(EncodedBytes, OtherKindsAreLeftAlone) {
     EXPECT_EQ(98u, encoding);
   }
   EXPECT_EQ(std::u16string(u"kept"), reinterpret_cast<ArbTextNode*>(text)->text);
-  EXPECT_EQ(ARB_ERR_BADARG, ArbEncodedBytesNodeSetValue(nullptr, "ab", 2, 3, 1));
-  EXPECT_EQ(ARB_ERR_BADARG, ArbEncodedBytesNodeSetValueEx(nullptr, "ab", 2, 3, 1, 0));
-  EXPECT_EQ(ARB_ERR_BADARG, ArbEncodedBytesNodeGetValue(nullptr, nullptr, nullptr, nullptr, nullptr));
 }
 
 TEST_F(EncodedBytes, WhatFailuresLeave) {
@@ -136,19 +120,6 @@ TEST_F(EncodedBytes, WhatFailuresLeave) {
   expectNone();
   EXPECT_EQ(4u, record.info);
   EXPECT_EQ(empty, heap::testing::liveBlocks());
-  // The swapped copy is the first allocation, the text the second.
-  for (const std::uint32_t encoding : {ARB_ENCODING_UTF16, ARB_ENCODING_BASE64, ARB_ENCODING_RAW8}) {
-    for (std::uint64_t n = 1; n <= (encoding == ARB_ENCODING_BASE64 ? 2u : 1u); ++n) {
-      EXPECT_EQ(ARB_OK, set("old", ARB_ENCODING_RAW8, 0));
-      heap::testing::failAllocation(n, false);
-      EXPECT_EQ(ARB_ERR_NOMEMORY, set("new", encoding, 0x22, 7));
-      heap::testing::stopFailing();
-      EXPECT_TRUE(heap::testing::failureFired());
-      expectNone();
-      EXPECT_EQ(encoding, record.encoding);
-      EXPECT_EQ(empty, heap::testing::liveBlocks());
-    }
-  }
 }
 
 }  // namespace

@@ -102,14 +102,5 @@ TEST_F(ExternalReference, WaitsForTheFirstRunToEnd) {
   EXPECT_EQ(1u, rootOf(other)->childCount);
 }
 
-TEST_F(ExternalReference, OtherKindsHaveNoName) {
-  const char16_t* name = u"untouched";
-  for (ArbNode* const node :
-       {rootOf(tree), host.append(rootOf(tree), "t", ARB_ELEM_TEXT), static_cast<ArbNode*>(nullptr)}) {
-    EXPECT_EQ(ARB_ERR_BADARG, ArbExternalReferenceNodeGetEntityName(node, &name));
-    EXPECT_EQ(std::u16string(u"untouched"), name);
-  }
-}
-
 }  // namespace
 }  // namespace arbtree::test

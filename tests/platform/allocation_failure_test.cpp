@@ -1,21 +1,25 @@
-// Each allocation of a scenario fails in turn, once and for ever after. Whatever the calls answered: nothing crashes or
-// leaks, what was refused has changed nothing, and the document can still be used and destroyed.
+// Each allocation fails in turn, once and for ever after. Whatever the calls answered: nothing crashes or leaks, what
+// was refused has changed nothing, and the document can still be used and destroyed.
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <string>
-#include <vector>
 
+#include "document/document.h"
 #include "platform/heap.h"
+#include "support/every_function.h"
 #include "support/failing_heap.h"
+#include "support/failing_new.h"
 #include "support/host.h"
 #include "tree/cell_pool.h"
 
 namespace arbtree::test {
 namespace {
 
-bool succeeded(ArbStatus status, ArbStatus refusal = ARB_ERR_NOMEMORY) {
-  EXPECT_TRUE(status == ARB_OK || (status == refusal && heap::testing::failureFired())) << status;
-  return status == ARB_OK;
+// A refusal: no memory, or a factory that made no node.
+void expectRefusal(ArbStatus status) {
+  EXPECT_TRUE(status == ARB_ERR_NOMEMORY || status == ARB_ERR_NOTFOUND) << status;
+  EXPECT_TRUE(heap::testing::failureFired()) << status;
 }
 
 // The document takes a whole small life after the failure.
@@ -28,177 +32,185 @@ void useAndDestroy(Host& host) {
   host.destroy();
 }
 
+TEST(AllocationFailure, EveryFunction) {
+  std::uint32_t allocating = 0;
+  for (const FunctionCall& row : everyFunction()) {
+    SCOPED_TRACE(row.function);
+    bool everRefused = false;
+    failEachAllocation(0, [&](const auto& arm) {
+      Content content(row.mode);
+      content.run([&] {
+        arm();
+        const std::uint32_t answer = row.call(content);
+        everRefused |= heap::testing::failureFired();
+        heap::testing::stopFailing();
+        if (answer != row.expected) expectRefusal(answer);
+      });
+      content.clear();
+    });
+    allocating += everRefused;
+  }
+  EXPECT_LE(20u, allocating) << "calls that allocate";
+}
+
 TEST(AllocationFailure, Documents) {
   failEachAllocation(2, [](const auto& arm) {
     ArbHostContext context{};
     ArbDocument* const untouched = reinterpret_cast<ArbDocument*>(&context);
     ArbDocument* document = untouched;
     arm();
-    const bool made = succeeded(ArbDocumentCreate(0, &context, u"%n.%e", 0, 0, &document));
+    const ArbStatus status = ArbDocumentCreate(0, &context, u"%n.%e", 0, 0, &document);
     heap::testing::stopFailing();
-    EXPECT_EQ(made, document != nullptr && document != untouched);
-    if (made) {
+    if (status != ARB_OK) {
+      expectRefusal(status);
+      EXPECT_TRUE(!document || document == untouched);
+    } else {
       EXPECT_EQ(ARB_OK, ArbDocumentDestroy(document));
     }
   });
 }
 
-TEST(AllocationFailure, ChildDocuments) {
-  failEachAllocation(8, [](const auto& arm) {
-    Host host;
-    ArbForest* const root = host.document->rootForest;
-    std::uint32_t appended = 0;
-    arm();
-    for (int i = 0; i < 3; ++i) {
-      ArbForest* forest = nullptr;
-      if (succeeded(ArbDocumentCreateForest(host.document, u"f", &forest))) {
-        EXPECT_EQ(ARB_OK, ArbForestAppendChild(root, asChild(forest)));
-        EXPECT_EQ(ARB_OK, ArbForestChildSetMetadata(asChild(forest), 1, "1234", 4));
-        EXPECT_EQ(ARB_OK, ArbForestChildSetMetadata(asChild(forest), 2, "12345", 5));
-        ++appended;
-      }
-      // The root's record and its cell fail with different answers.
-      ArbTree* tree = reinterpret_cast<ArbTree*>(root);
-      const ArbStatus status = ArbDocumentCreateTree(host.document, u"t", &tree);
-      if (succeeded(status, status == ARB_ERR_NOTFOUND ? ARB_ERR_NOTFOUND : ARB_ERR_NOMEMORY)) {
-        EXPECT_EQ(ARB_OK, ArbForestAppendChild(root, asChild(tree)));
-        EXPECT_NE(nullptr, rootOf(tree));
-        ++appended;
-      }
-    }
-    heap::testing::stopFailing();
-    EXPECT_EQ(appended, root->childCount);
-    useAndDestroy(host);
-  });
+#ifndef _WIN32
+TEST(AllocationFailure, TheElementDefinitionsOfADocument) {
+  const std::uint64_t blocks = heap::testing::liveBlocks();
+  ArbHostContext context{};
+  ArbDocument* document = reinterpret_cast<ArbDocument*>(&context);
+  const FailingNew failing(1);
+  EXPECT_EQ(ARB_ERR_NOMEMORY, ArbDocumentCreate(0, &context, u"name", 0, 0, &document));
+  EXPECT_TRUE(failing.fired());
+  EXPECT_EQ(nullptr, document);
+  EXPECT_EQ(blocks, heap::testing::liveBlocks());
+}
+#endif
+
+// Tables that are full: one entry more is taken or refused, and the entries before it stay.
+TEST(AllocationFailure, OneMoreEntryInAFullTable) {
+  struct Table {
+    const char* name;
+    std::uint32_t full, allocations;
+    std::function<ArbStatus(Host&, ArbTree*)> add;
+    std::function<std::uint32_t(const Host&, const ArbTree*)> count;
+  };
+  const auto makeNode = [](ArbTree* tree, std::uint32_t id) {
+    ArbNode* node = nullptr;
+    const ArbStatus status = ArbTreeCreateNode(tree, id, nullptr, &node);
+    EXPECT_EQ(status == ARB_OK, node != nullptr);
+    return node ? ArbNodeAppendChild(rootOf(tree), node) : status;
+  };
+  const auto addString = [](Host& host, ArbString** string) {
+    const std::string digits = std::to_string(host.document->strings.count);
+    return ArbDocumentCreateString(host.document, std::u16string(digits.begin(), digits.end()).c_str(), string);
+  };
+  const auto addReference = [](Host& host, ArbTree* tree) {
+    ArbNodeRef* cell = nullptr;
+    const std::uint32_t number = host.document->nodeCounter;
+    const std::uint32_t used = tree->cellBlocks[0]->usedCount;
+    const ArbStatus status = ArbTreeCreateFloatingNodeReference(tree, &cell);
+    EXPECT_EQ(number + (status == ARB_OK), host.document->nodeCounter);
+    EXPECT_EQ(used + (status == ARB_OK), tree->cellBlocks[0]->usedCount);
+    return status;
+  };
+  const auto countReferences = [](const Host&, const ArbTree* tree) { return tree->pendingRefCount; };
+  const Table tables[] = {
+      {"cells", 16 * kCellsPerBlock, 3,
+       [=](Host&, ArbTree* tree) {
+         if (tree->cellBlocks[0]->usedCount < 4000) {
+           for (std::uint32_t i = 3; i < 16 * kCellsPerBlock; ++i) takeCell(*tree);
+         }
+         return makeNode(tree, elementId(1));
+       },
+       [](const Host&, const ArbTree* tree) {
+         std::uint32_t used = 0;
+         for (std::uint32_t b = 0; b < tree->cellBlockCount; ++b) used += tree->cellBlocks[b]->usedCount;
+         return used;
+       }},
+      {"external references", 256, 2, [=](Host&, ArbTree* tree) { return makeNode(tree, ARB_ELEM_EXTERNAL_REFERENCE); },
+       [](const Host&, const ArbTree* tree) { return tree->externalRefCount; }},
+      {"separate streams", 32, 1,
+       [](Host&, ArbTree* tree) { return ArbNodeSetSeparateStream(resolve(rootOf(tree)->firstChildCell)); },
+       [](const Host&, const ArbTree* tree) { return tree->separateStreamCount; }},
+      {"pending references", 256, 2, addReference, countReferences},
+      {"no pending references", 0, 3, addReference, countReferences},
+      {"bound strings", 32, 1,
+       [=](Host& host, ArbTree* tree) {
+         ArbString* name = nullptr;
+         while (host.document->strings.count < 40) addString(host, &name);
+         name = host.document->strings.entries[tree->boundStringCount];
+         return ArbNodeSetIDString(resolve(rootOf(tree)->firstChildCell), name);
+       },
+       [](const Host&, const ArbTree* tree) { return tree->boundStringCount; }},
+      {"strings", 1024, 3,
+       [=](Host& host, ArbTree*) {
+         ArbString* string = nullptr;
+         const ArbStatus status = addString(host, &string);
+         EXPECT_EQ(status == ARB_OK, string != nullptr);
+         return status;
+       },
+       [](const Host& host, const ArbTree*) { return host.document->strings.count; }},
+      {"hooks", 128, 1,
+       [](Host& host, ArbTree* tree) {
+         const auto hook = [](std::uintptr_t, void*) -> std::uint32_t { return 0; };
+         return ArbTreeSetProducerNodeHook(tree, ARB_HOOK_NODE, 7, hook, &host);
+       },
+       [](const Host&, const ArbTree* tree) { return tree->hookCount; }},
+      {"callbacks", 3, 1,
+       [](Host& host, ArbTree*) { return ArbDocumentRegisterCallback(host.document, Recorder::onEvent, &host.events); },
+       [](const Host& host, const ArbTree*) { return host.document->callbackCount; }},
+  };
+  for (const Table& table : tables) {
+    SCOPED_TRACE(table.name);
+    failEachAllocation(table.allocations, [&](const auto& arm) {
+      Host host;
+      EXPECT_EQ(ARB_STATUS_END, ArbDocumentReadAhead(host.document));
+      ArbTree* const tree = host.makeTree();
+      host.append(rootOf(tree), "first");
+      while (table.count(host, tree) < table.full) ASSERT_EQ(ARB_OK, table.add(host, tree));
+      arm();
+      const ArbStatus status = table.add(host, tree);
+      if (status != ARB_OK) expectRefusal(status);
+      heap::testing::stopFailing();
+      EXPECT_EQ(table.full + (status == ARB_OK), table.count(host, tree));
+      EXPECT_EQ(ARB_OK, table.add(host, tree));
+      EXPECT_EQ(table.full + 1 + (status == ARB_OK), table.count(host, tree));
+      useAndDestroy(host);
+    });
+  }
 }
 
-TEST(AllocationFailure, NodesAndTheirValues) {
+// A copy that cannot be finished hangs together, so that destroying its top frees all of it.
+TEST(AllocationFailure, Copies) {
   failEachAllocation(20, [](const auto& arm) {
     Host host;
-    EXPECT_EQ(ARB_STATUS_END, ArbDocumentReadAhead(host.document));
+    Host other;
+    for (Host* const each : {&host, &other}) EXPECT_EQ(ARB_STATUS_END, ArbDocumentReadAhead(each->document));
     ArbTree* const tree = host.makeTree();
-    ArbNode* const root = rootOf(tree);
-    std::uint32_t appended = 0;
-    arm();
-    for (const std::uint32_t id : {elementId(1), ARB_ELEM_TEXT, ARB_ELEM_TEXT_3, ARB_ELEM_TEXT_4, elementId(2),
-                                   ARB_ELEM_ENCODED_BYTES, ARB_ELEM_EXTERNAL_REFERENCE}) {
-      ArbNode* node = nullptr;
-      const std::uint32_t number = host.document->nodeCounter;
-      const ArbStatus status = ArbTreeCreateNode(tree, id, nullptr, &node);
-      const bool listFailed = id == ARB_ELEM_EXTERNAL_REFERENCE && status == ARB_ERR_NOMEMORY;
-      if (!succeeded(status, listFailed ? ARB_ERR_NOMEMORY : ARB_ERR_NOTFOUND)) {
-        EXPECT_EQ(nullptr, node);
-        EXPECT_EQ(number, host.document->nodeCounter);
-        continue;
-      }
-      EXPECT_EQ(ARB_OK, ArbNodeAppendChild(root, node));
-      ++appended;
-      EXPECT_EQ(ARB_OK, ArbNodeSetMetadata(node, 1, "123", 3));
-      EXPECT_EQ(ARB_OK, ArbNodeSetMetadata(node, 1, "123456789", 9));
-      if (node->nodeType->setAttribute) {
-        if (succeeded(ArbAbstractTextNodeSetValue(node, u"first", 5))) {
-          const std::uintptr_t value = reinterpret_cast<std::uintptr_t>(u"second");
-          succeeded(node->nodeType->setAttribute(node, 0, value));
-        }
-      }
+    ArbTree* const target = other.makeTree();
+    addAttributeKinds(tree);
+    addAttributeKinds(target);
+    ArbNode* parent = rootOf(tree);
+    for (const std::uint32_t id : {kAttributeKind, plainKind(3), elementId(4)}) {
+      parent = host.append(parent, "p", id);
+      ArbNode* const text = host.append(parent, "t", ARB_ELEM_TEXT);
+      EXPECT_EQ(ARB_OK, ArbAbstractTextNodeSetValue(text, u"text", 4));
+      ArbNode* const bytes = host.append(parent, "b", ARB_ELEM_ENCODED_BYTES);
+      EXPECT_EQ(ARB_OK, ArbEncodedBytesNodeSetValue(bytes, "bytes", 5, 1, ARB_ENCODING_RAW8));
+      EXPECT_EQ(ARB_OK, ArbNodeSetMetadata(bytes, 1, "a longer value", 14));
+      host.append(parent, "r", ARB_ELEM_EXTERNAL_REFERENCE);
     }
-    heap::testing::stopFailing();
-    EXPECT_EQ(appended, root->childCount);
-    useAndDestroy(host);
-  });
-}
-
-TEST(AllocationFailure, TheSeventeenthBlockOfCells) {
-  failEachAllocation(2, [](const auto& arm) {
-    Host host;
-    ArbTree* const tree = host.makeTree();
-    for (std::uint32_t i = 1; i < 16 * kCellsPerBlock; ++i) takeCell(*tree);
-    EXPECT_EQ(16u, tree->cellBlockCount);
-    host.record();
+    ArbNode* const top = resolve(rootOf(tree)->firstChildCell);
     arm();
-    ArbNode* node = nullptr;
-    const ArbStatus status = ArbTreeCreateNode(tree, elementId(1), nullptr, &node);
+    ArbNode* copy = nullptr;
+    if (const ArbStatus status = ArbNodeCloneSubtree(top, target, &copy)) expectRefusal(status);
     heap::testing::stopFailing();
-    const bool noRecord = status == ARB_ERR_NOTFOUND;
-    if (!succeeded(status, noRecord ? ARB_ERR_NOTFOUND : ARB_ERR_NOMEMORY)) {
-      EXPECT_EQ(nullptr, node);
-      EXPECT_EQ((Lines{"created null"}), host.events.take());
-      node = host.make(tree, "again");
+    if (copy) {
+      other.shape(copy);
+      EXPECT_EQ(ARB_OK, ArbNodeDestroy(copy));
     }
-    EXPECT_EQ(16u * kCellsPerBlock, [&] {
-      std::uint32_t used = 0;
-      for (std::uint32_t b = 0; b < 16; ++b) used += tree->cellBlocks[b]->usedCount;
-      return used;
-    }());
-    EXPECT_EQ(node->cell, &tree->cellBlocks[16]->cells[0]);
-    EXPECT_EQ(ARB_OK, ArbNodeAppendChild(rootOf(tree), node));
+    EXPECT_EQ(ARB_OK, ArbNodeCloneSubtree(top, target, &copy));
+    EXPECT_EQ(1u, ArbNodeIsEqual(top, copy));
+    EXPECT_EQ(ARB_OK, ArbNodeAppendChild(rootOf(target), copy));
     useAndDestroy(host);
-  });
-}
-
-TEST(AllocationFailure, TheListOfExternalReferences) {
-  failEachAllocation(2, [](const auto& arm) {
-    Host host;
-    EXPECT_EQ(ARB_STATUS_END, ArbDocumentReadAhead(host.document));
-    ArbTree* const tree = host.makeTree();
-    const auto make = [&] {
-      ArbNode* node = nullptr;
-      const ArbStatus status = ArbTreeCreateNode(tree, ARB_ELEM_EXTERNAL_REFERENCE, nullptr, &node);
-      EXPECT_EQ(status == ARB_OK, node != nullptr);
-      if (node) {
-        EXPECT_EQ(ARB_OK, ArbNodeAppendChild(rootOf(tree), node));
-      }
-      return status;
-    };
-    for (int i = 0; i < 256; ++i) EXPECT_EQ(ARB_OK, make());
-    EXPECT_EQ(256u, tree->externalRefCount);
-    arm();
-    const ArbStatus status = make();
-    heap::testing::stopFailing();
-    succeeded(status, status == ARB_ERR_NOTFOUND ? ARB_ERR_NOTFOUND : ARB_ERR_NOMEMORY);
-    EXPECT_EQ(ARB_OK, make());
-    EXPECT_EQ(rootOf(tree)->childCount, tree->externalRefCount);
-    useAndDestroy(host);
-  });
-}
-
-std::uint32_t ARB_CALL countHook(std::uintptr_t, void* context) { return ++*static_cast<std::uint32_t*>(context); }
-
-TEST(AllocationFailure, Hooks) {
-  failEachAllocation(4, [](const auto& arm) {
-    Host host;
-    ArbTree* const tree = host.makeTree();
-    std::uint32_t calls = 0;
-    std::uint32_t registered = 0;
-    arm();
-    for (int i = 0; i < 130; ++i) {
-      if (succeeded(ArbTreeSetProducerNodeHook(tree, ARB_HOOK_NODE, 7, countHook, &calls))) ++registered;
-    }
-    ArbSavedHooks* saved = nullptr;
-    if (succeeded(ArbTreeSaveProducerNodeHooks(tree, &saved))) {
-      succeeded(ArbTreeSetProducerNodeHook(tree, ARB_HOOK_NODE, 8, countHook, &calls));
-      EXPECT_EQ(ARB_OK, ArbTreeRestoreProducerNodeHooks(tree, saved));
-    }
-    heap::testing::stopFailing();
-    EXPECT_EQ(ARB_OK, ArbTreeCallProducerNodeHook(tree, ARB_HOOK_NODE, 7, rootOf(tree), nullptr));
-    EXPECT_EQ(registered, calls);
-    useAndDestroy(host);
-  });
-}
-
-TEST(AllocationFailure, Callbacks) {
-  failEachAllocation(3, [](const auto& arm) {
-    Host host;
-    std::size_t registered = 0;
-    arm();
-    for (int i = 0; i < 3; ++i) {
-      if (succeeded(ArbDocumentRegisterCallback(host.document, Recorder::onEvent, &host.events))) ++registered;
-    }
-    heap::testing::stopFailing();
-    ArbDocumentDoCallback(host.document, 100, nullptr);
-    EXPECT_EQ(registered, host.events.take().size());
-    EXPECT_EQ(registered, host.document->callbackCount);
-    useAndDestroy(host);
+    useAndDestroy(other);
   });
 }
 

@@ -1,15 +1,12 @@
 // The stand-ins when memory is short: each call that allocates is run with its n-th allocation failing, for every n,
 // and then answers ARB_ERR_NOMEMORY and has changed nothing.
-//
-// Replaces the global operator new of the test program, which reaches into shared libraries on ELF platforms only.
+// Not on Windows, where no replaced operator new reaches into shared libraries.
 #ifndef _WIN32
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <functional>
-#include <new>
 #include <random>
 #include <string>
 
@@ -18,34 +15,18 @@
 #include "arbtree/elemdefs.h"
 #include "arbtree/rtcore.h"
 #include "arbtree/srcaccess.h"
-
-namespace {
-
-thread_local int untilFailure = 0;  // 0: not failing
-thread_local bool fired = false;
-
-}  // namespace
-
-void* operator new(std::size_t bytes) {
-  if (untilFailure && --untilFailure == 0) {
-    fired = true;
-    throw std::bad_alloc();
-  }
-  if (void* const block = std::malloc(bytes ? bytes : 1)) return block;
-  throw std::bad_alloc();
-}
-void operator delete(void* block) noexcept { std::free(block); }
-void operator delete(void* block, std::size_t) noexcept { std::free(block); }
+#include "support/failing_new.h"
 
 namespace {
 
 // Runs the call with failures until one run meets none; the number of failures seen.
 int failEach(const std::function<std::uint32_t()>& call) {
   for (int n = 1;; ++n) {
-    untilFailure = n;
-    fired = false;
-    const std::uint32_t status = call();
-    untilFailure = 0;
+    const auto [status, fired] = [&] {
+      const arbtree::test::FailingNew failing(n);
+      const std::uint32_t answer = call();
+      return std::pair(answer, failing.fired());
+    }();
     EXPECT_EQ(status, fired ? ARB_ERR_NOMEMORY : ARB_OK) << "allocation " << n;
     if (!fired || n == 1000) return n - 1;
   }

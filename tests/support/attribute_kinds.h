@@ -11,7 +11,7 @@
 
 namespace arbtree::test {
 
-constexpr std::uint32_t kAttributeNamespace = 6;
+constexpr std::uint32_t kAttributeNamespace = 22;
 constexpr std::uint32_t kAttributeKind = elementId(1, kAttributeNamespace);
 constexpr std::uint32_t plainKind(std::uint32_t bytes) { return elementId(0x100 + bytes, kAttributeNamespace); }
 

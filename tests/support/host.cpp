@@ -80,6 +80,15 @@ ArbTree* Host::makeTree() {
   return tree;
 }
 
+ArbForest* Host::makeForest(ArbForest* parent, const char16_t* nameTemplate) {
+  ArbForest* forest = nullptr;
+  EXPECT_EQ(ARB_OK, ArbDocumentCreateForest(document, nameTemplate, &forest));
+  if (parent) {
+    EXPECT_EQ(ARB_OK, ArbForestAppendChild(parent, asChild(forest)));
+  }
+  return forest;
+}
+
 ArbNode* Host::make(ArbTree* tree, const std::string& name, std::uint32_t id, ArbNodeRef* cell) {
   ArbNode* node = nullptr;
   const bool reserved = cell && cell->state == ARB_REF_FLOATING;

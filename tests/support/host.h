@@ -45,6 +45,8 @@ class Host {
 
   // A tree in the root forest, with the test namespace registered; the root node is named "root".
   ArbTree* makeTree();
+  // A forest named "f", in `parent` unless that is null.
+  ArbForest* makeForest(ArbForest* parent, const char16_t* nameTemplate = u"f");
   ArbNode* make(ArbTree* tree, const std::string& name, std::uint32_t id = elementId(1), ArbNodeRef* cell = nullptr);
   ArbNode* append(ArbNode* parent, const std::string& name, std::uint32_t id = elementId(1));
 

@@ -29,8 +29,8 @@ Source::Source(const char16_t* inputPath, const char16_t* outputPath) {
 
 Source::~Source() { EXPECT_EQ(ARB_OK, SrcClose(handle_)); }
 
-StatusAnswer::StatusAnswer(std::uint32_t answer, bool bailOutReturns) : answer_(answer) {
-  const BaseHostFunctions functions{onStatus, bailOutReturns ? onBailOut : nullptr, this};
+StatusAnswer::StatusAnswer(std::uint32_t answer) : answer_(answer) {
+  const BaseHostFunctions functions{onStatus, nullptr, this};
   BaseSetDefaultHostFunctions(&functions);
 }
 
@@ -40,10 +40,6 @@ std::uint32_t ARB_CALL StatusAnswer::onStatus(std::uint32_t statusContext, void*
   auto& answer = *static_cast<StatusAnswer*>(self);
   answer.contexts_.push_back(statusContext);
   return answer.answer_;
-}
-
-void ARB_CALL StatusAnswer::onBailOut(std::uint32_t, std::uint32_t, void* self) {
-  ++static_cast<StatusAnswer*>(self)->bailOuts_;
 }
 
 }  // namespace arbtree::test

@@ -34,22 +34,19 @@ class Source {
 };
 
 // Answers the status callback while it lives, and keeps the status context of every call. Abandoning is left to
-// baseutil (see bailOutOf), or only counts when `bailOutReturns` is set.
+// baseutil (see bailOutOf).
 class StatusAnswer {
  public:
-  explicit StatusAnswer(std::uint32_t answer, bool bailOutReturns = false);
+  explicit StatusAnswer(std::uint32_t answer);
   ~StatusAnswer();
   StatusAnswer(const StatusAnswer&) = delete;
   StatusAnswer& operator=(const StatusAnswer&) = delete;
   void set(std::uint32_t answer) { answer_ = answer; }
   const std::vector<std::uint32_t>& contexts() const { return contexts_; }
-  std::uint32_t bailOuts() const { return bailOuts_; }
 
  private:
   static std::uint32_t ARB_CALL onStatus(std::uint32_t statusContext, void* self);
-  static void ARB_CALL onBailOut(std::uint32_t code, std::uint32_t statusContext, void* self);
   std::uint32_t answer_;
-  std::uint32_t bailOuts_ = 0;
   std::vector<std::uint32_t> contexts_;
 };
 

@@ -15,43 +15,36 @@
 namespace arbtree::test {
 namespace {
 
-// The pool of a tree record without a tree around it.
+// The pool of a tree record without a tree around it, in a document record that keeps the spare blocks.
 class CellPool : public testing::Test {
  protected:
-  ~CellPool() override { destroyCells(*tree); }
+  CellPool() { tree->child.document = &document; }
+  ~CellPool() override {
+    destroyCells(*tree);
+    destroySpareCells(document);
+  }
 
   ArbNodeRef* take() { return takeCell(*tree); }
   Place placeOf(const ArbNodeRef* cell) const { return test::placeOf(*tree, cell); }
 
-  const std::unique_ptr<ArbTree> tree = std::make_unique<ArbTree>();
+  ArbDocument document{};
+  std::unique_ptr<ArbTree> tree = std::make_unique<ArbTree>();
 };
 
-TEST_F(CellPool, LowestFreeCellFromTheHintedWord) {
-  std::vector<ArbNodeRef*> cells;
-  for (std::uint32_t i = 0; i < 6; ++i) cells.push_back(take());
-  for (std::uint32_t i = 0; i < 6; ++i) EXPECT_EQ((Place{0, i}), placeOf(cells[i]));
-  giveBackCell(*tree, cells[2]);
-  EXPECT_EQ((Place{0, 2}), placeOf(take()));
-  EXPECT_EQ((Place{0, 6}), placeOf(take()));
-
-  // Cells of an earlier word come only after the words from the last allocation on are full.
-  while (placeOf(take()).index != 40) {
+// Blocks go from tree to tree, with what their cells held; a new tree has all of them free, in the same order.
+TEST_F(CellPool, BlocksOfATreeThatIsGoneServeTheNext) {
+  for (std::uint32_t i = 0; i < 40 * kCellsPerBlock; ++i) *take() = {ARB_REF_FREED, i};
+  const std::vector<CellBlock*> blocks(tree->cellBlocks, tree->cellBlocks + tree->cellBlockCount);
+  destroyCells(*tree);
+  EXPECT_GT(document.spareCellBlockCount, 0u);
+  EXPECT_LT(document.spareCellBlockCount, 40u);
+  tree = std::make_unique<ArbTree>();
+  tree->child.document = &document;
+  for (std::uint32_t i = 0; i < 40 * kCellsPerBlock; ++i) {
+    ASSERT_EQ((Place{i / kCellsPerBlock, i % kCellsPerBlock}), placeOf(take())) << i;
   }
-  giveBackCell(*tree, cells[3]);
-  EXPECT_EQ((Place{0, 41}), placeOf(take()));
-  while (placeOf(take()).index != kCellsPerBlock - 1) {
-  }
-  EXPECT_EQ((Place{0, 3}), placeOf(take()));
-  EXPECT_EQ((Place{1, 0}), placeOf(take()));
-}
-
-TEST_F(CellPool, ACellKeepsWhatItsLastUserLeft) {
-  ArbNodeRef* const cell = take();
-  *cell = {ARB_REF_FREED, 4711};
-  giveBackCell(*tree, cell);
-  ASSERT_EQ(cell, take());
-  EXPECT_EQ(ARB_REF_FREED, cell->state);
-  EXPECT_EQ(4711u, cell->value);
+  EXPECT_EQ(0u, document.spareCellBlockCount);
+  EXPECT_NE(blocks.end(), std::find(blocks.begin(), blocks.end(), tree->cellBlocks[0]));
 }
 
 TEST_F(CellPool, ForeignCellsAreIgnored) {

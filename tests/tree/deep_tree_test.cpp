@@ -1,8 +1,6 @@
 // Trees of a million levels, and of a hundred thousand children, through every walk, on a stack that holds no walk.
 #include <gtest/gtest.h>
 
-#include <functional>
-
 #include "platform/heap.h"
 #include "support/host.h"
 #include "support/small_stack.h"
@@ -33,21 +31,7 @@ void grow(ArbNode* top, std::uint32_t count, bool deep) {
   }
 }
 
-struct Work {
-  const char* name;
-  std::uint32_t mode;
-  std::function<void(ArbTree* tree, ArbNode* root, ArbNode* top)> run;
-  std::uint32_t freedEvents;  // as a multiple of the nodes, plus the fixed ones below
-  std::uint32_t freedFixed;
-  bool gone;  // the subtree under the root is freed
-};
-
 void ok(ArbStatus status) { EXPECT_EQ(ARB_OK, status); }
-
-void attach(ArbNode* root, ArbNode* top) {
-  ok(ArbNodeAppendChild(root, top));
-  ok(ArbNodeAllChildrenAttached(root));
-}
 
 // Every node by itself, from the top down: the last one frees all.
 template <typename Call>
@@ -59,109 +43,88 @@ void releaseEach(ArbNode* top, Call call) {
   }
 }
 
+// One letter of a script.
+void take(char letter, ArbTree* tree, ArbNode* top) {
+  ArbNode* const root = rootOf(tree);
+  if (letter == 'a') ok(ArbNodeAppendChild(root, top)), ok(ArbNodeAllChildrenAttached(root));
+  if (letter == 'd') ok(ArbNodeProducerDoneSubtree(top));
+  if (letter == 'p') ok(ArbNodeProducerReleaseSubtree(top));
+  if (letter == 'c') ok(ArbNodeConsumerReleaseSubtree(top));
+  if (letter == 'P') releaseEach(top, ArbNodeProducerRelease);
+  if (letter == 'C') releaseEach(top, ArbNodeConsumerRelease);
+  if (letter == 'x') ok(ArbNodeDestroy(top));
+  if (letter == 't') ok(ArbTreeDestroy(tree));
+  if (letter == 'f') ok(ArbForestChildProducerRelease(asChild(tree))), ok(ArbForestChildConsumerRelease(asChild(tree)));
+}
+
+struct Work {
+  const char* name;
+  std::uint32_t mode;
+  const char* script;
+  std::uint32_t freedEvents;  // for each node of the subtree, plus the fixed ones below
+  std::uint32_t freedFixed;
+  bool gone;  // the script frees the subtree
+};
+
 void inEachShape(const Work& work, bool deep) {
   SCOPED_TRACE(testing::Message() << work.name << (deep ? ", deep" : ", wide"));
   const std::uint32_t count = deep ? kLevels : kChildren;
   const std::uint64_t elements = liveElements();
   Host host(work.mode);
   ArbTree* const tree = host.makeTree();
-  ArbNode* const root = rootOf(tree);
   ArbNode* const top = host.make(tree, "top");
   grow(top, count - 1, deep);
   Counts counts;
   ok(ArbDocumentRegisterCallback(host.document, Counts::onEvent, &counts));
-  onSmallStack([&] { work.run(tree, root, top); });
+  onSmallStack([&] {
+    for (const char* letter = work.script; *letter; ++letter) take(*letter, tree, top);
+  });
   EXPECT_EQ(work.freedEvents * count + work.freedFixed, counts.events[ARB_EVENT_NODE_FREED]);
-  if (work.gone) {
-    EXPECT_EQ(elements, liveElements());
-  }
+  EXPECT_EQ(work.gone, elements == liveElements());
   onSmallStack([&] { host.destroy(); });
   EXPECT_EQ(elements, liveElements());
 }
 
 TEST(DeepTree, EveryWalkInConstantStack) {
-  const Work works[] = {
-      {"destroyed while loose", 0, [](ArbTree*, ArbNode*, ArbNode* top) { ok(ArbNodeDestroy(top)); }, 0, 1, true},
-      {"attached and destroyed with the tree", 0, [](ArbTree*, ArbNode* root, ArbNode* top) { attach(root, top); }, 0,
-       0, false},
-      {"tree destroyed by itself", 0,
-       [](ArbTree* tree, ArbNode* root, ArbNode* top) { attach(root, top), ok(ArbTreeDestroy(tree)); }, 0, 1, true},
-      {"completed, released by producer then consumer", 0,
-       [](ArbTree*, ArbNode* root, ArbNode* top) {
-         attach(root, top);
-         ok(ArbNodeProducerDoneSubtree(top));
-         ok(ArbNodeProducerReleaseSubtree(top));
-         ok(ArbNodeConsumerReleaseSubtree(top));
-       },
-       1, 0, true},
-      {"completed, released by consumer then producer", 0,
-       [](ArbTree*, ArbNode* root, ArbNode* top) {
-         attach(root, top);
-         ok(ArbNodeProducerDoneSubtree(top));
-         ok(ArbNodeConsumerReleaseSubtree(top));
-         ok(ArbNodeProducerReleaseSubtree(top));
-       },
-       1, 0, true},
-      {"released through the child document", 0,
-       [](ArbTree* tree, ArbNode* root, ArbNode* top) {
-         attach(root, top);
-         ok(ArbForestChildProducerRelease(asChild(tree)));
-         ok(ArbForestChildConsumerRelease(asChild(tree)));
-       },
-       1, 0, true},
-      {"no consumer, released by the producer", 1,
-       [](ArbTree*, ArbNode* root, ArbNode* top) {
-         attach(root, top);
-         ok(ArbNodeProducerDoneSubtree(top));
-         ok(ArbNodeProducerReleaseSubtree(top));
-       },
-       1, 0, true},
-  };
-  for (const Work& work : works) {
+  for (const Work& work : {Work{"destroyed while loose", 0, "x", 0, 1, true},
+                           Work{"attached and destroyed with the document", 0, "a", 0, 0, false},
+                           Work{"tree destroyed by itself", 0, "at", 0, 1, true},
+                           Work{"completed, released by producer then consumer", 0, "adpc", 1, 0, true},
+                           Work{"completed, released by consumer then producer", 0, "adcp", 1, 0, true},
+                           Work{"released through the child document", 0, "af", 1, 0, true},
+                           Work{"no consumer, released by the producer", 1, "adp", 1, 0, true}}) {
     inEachShape(work, true);
     inEachShape(work, false);
   }
 }
 
 TEST(DeepTree, OneReleaseFreesAMillionAncestors) {
-  const Work works[] = {
-      {"the consumer's release", 0,
-       [](ArbTree*, ArbNode* root, ArbNode* top) {
-         attach(root, top);
-         ok(ArbNodeProducerReleaseSubtree(top));
-         releaseEach(top, ArbNodeConsumerRelease);
-       },
-       1, 0, true},
-      {"the producer's release", 0,
-       [](ArbTree*, ArbNode* root, ArbNode* top) {
-         attach(root, top);
-         ok(ArbNodeConsumerReleaseSubtree(top));
-         releaseEach(top, ArbNodeProducerRelease);
-       },
-       1, 0, true},
-      {"the producer's release without a consumer", 1,
-       [](ArbTree*, ArbNode* root, ArbNode* top) {
-         attach(root, top);
-         releaseEach(top, ArbNodeProducerRelease);
-       },
-       1, 0, true},
-      {"a release within a loose chain", 0,
-       [](ArbTree*, ArbNode* root, ArbNode* top) {
-         ok(ArbNodeProducerDoneSubtree(top));
-         ArbNode* lowest = nullptr;
-         for (ArbNode* node = resolve(top->firstChildCell); node;) {
-           lowest = node;
-           node = resolve(node->firstChildCell);
-           ok(ArbNodeProducerRelease(lowest));
-           ok(ArbNodeConsumerRelease(lowest));
-         }
-         attach(root, top);
-         ok(ArbNodeProducerRelease(top));
-         ok(ArbNodeConsumerRelease(top));
-       },
-       1, 0, true},
-  };
-  for (const Work& work : works) inEachShape(work, true);
+  for (const Work& work :
+       {Work{"the consumer's release", 0, "apC", 1, 0, true}, Work{"the producer's release", 0, "acP", 1, 0, true},
+        Work{"the producer's release without a consumer", 1, "aP", 1, 0, true}}) {
+    inEachShape(work, true);
+  }
+}
+
+// All but the top are released while nothing is linked to the root; each is kept by the one below.
+TEST(DeepTree, ReleasesWithinALooseChain) {
+  const std::uint64_t elements = liveElements();
+  Host host;
+  ArbTree* const tree = host.makeTree();
+  ArbNode* const top = host.make(tree, "top");
+  grow(top, kLevels - 1, true);
+  onSmallStack([&] {
+    ok(ArbNodeProducerDoneSubtree(top));
+    for (ArbNode* node = resolve(top->firstChildCell); node;) {
+      ArbNode* const next = resolve(node->firstChildCell);
+      ok(ArbNodeProducerRelease(node));
+      ok(ArbNodeConsumerRelease(node));
+      node = next;
+    }
+    EXPECT_EQ(elements + 1, liveElements());
+    ok(ArbNodeDestroy(top));
+  });
+  EXPECT_EQ(elements, liveElements());
 }
 
 }  // namespace

@@ -45,24 +45,6 @@ void expectValue(const Owner& owner, std::uint32_t key, const char* bytes, std::
   EXPECT_EQ('#', buffer[size]);
 }
 
-TEST(Metadata, EveryChangeOfSize) {
-  forEachOwner([](const Owner& owner) {
-    EXPECT_EQ(ARB_OK, owner.set(1, "other", 5));
-    for (const std::uint32_t from : {0u, 1u, 3u, 4u, 5u, 8u, 20u}) {
-      for (const std::uint32_t to : {0u, 2u, 4u, 5u, 8u, 20u}) {
-        SCOPED_TRACE(testing::Message() << from << " to " << to);
-        EXPECT_EQ(ARB_OK, owner.set(7, kBytes, from));
-        expectValue(owner, 7, kBytes, from);
-        const std::uint64_t live = heap::testing::liveBlocks();
-        EXPECT_EQ(ARB_OK, owner.set(7, kBytes + 3, to));
-        expectValue(owner, 7, kBytes + 3, to);
-        EXPECT_EQ(live + (to > 4 ? 1u : 0u) - (from > 4 ? 1u : 0u), heap::testing::liveBlocks());
-        expectValue(owner, 1, "other", 5);
-      }
-    }
-  });
-}
-
 TEST(Metadata, Reading) {
   forEachOwner([](const Owner& owner) {
     char buffer[8] = "#######";
@@ -114,24 +96,6 @@ TEST(Metadata, AFailedAllocationKeepsTheOldValue) {
     EXPECT_EQ(ARB_OK, owner.set(8, kBytes, 2));
     expectValue(owner, 8, kBytes, 2);
   });
-}
-
-TEST(Metadata, CanBeUsedAfterBothReleasesAndGoesWithTheNode) {
-  Host host;
-  ArbNode* const root = rootOf(host.makeTree());
-  ArbNode* const a = host.append(root, "a");
-  host.append(root, "b");
-  host.append(a, "c");
-  EXPECT_EQ(ARB_OK, ArbNodeProducerRelease(a));
-  EXPECT_EQ(ARB_OK, ArbNodeConsumerRelease(a));
-  const std::uint64_t live = heap::testing::liveBlocks();
-  for (std::uint32_t key = 0; key < 10; ++key) EXPECT_EQ(ARB_OK, ArbNodeSetMetadata(a, key, kBytes, key));
-  EXPECT_EQ(live + 10 + 5, heap::testing::liveBlocks());
-  ArbNode* const c = resolve(a->firstChildCell);
-  EXPECT_EQ(ARB_OK, ArbNodeProducerRelease(c));
-  EXPECT_EQ(ARB_OK, ArbNodeConsumerRelease(c));
-  EXPECT_EQ("root(b)", host.shape(root));
-  EXPECT_EQ(live - 2, heap::testing::liveBlocks());
 }
 
 }  // namespace

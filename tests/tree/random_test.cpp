@@ -1,315 +1,472 @@
-// Random calls of the producer and the consumer on one tree, compared call by call with a plain model of nodes, flags,
-// releases, events and cells. ARBTREE_SEED runs a printed seed again.
+// Random sequences of calls on one tree, compared call by call with a plain model of nodes, releases, events, cells,
+// references, IDs and metadata. Functions of the host come and go meanwhile, so that the calls' observed and unobserved
+// ways have to agree with the same model.
+//
+// ARBTREE_SEQUENCES says how many sequences each test runs; ARBTREE_SEED=n runs a printed sequence first.
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <functional>
-#include <memory>
+#include <bit>
+#include <iterator>
 #include <random>
-#include <string>
-#include <vector>
+#include <sstream>
 
+#include "arbtree/elemdefs.h"
+#include "platform/heap.h"
 #include "support/host.h"
-#include "support/plain_pool.h"
+#include "support/plain_tree.h"
 #include "support/seed.h"
 
 namespace arbtree::test {
 namespace {
 
-struct ModelNode {
-  std::uint32_t number;
-  ArbNode* node;
-  Place cell;
-  ModelNode* parent = nullptr;
-  std::vector<ModelNode*> children{};
-  std::uint32_t count = 0, freed = 0;
-  bool linked = false, inTree = false, attributes = false, closed = false, producer = false, consumer = false;
-  bool freeing = false;
+constexpr std::uint32_t kNamespace = 23;
+constexpr std::uint32_t kKind = elementId(1, kNamespace);
+constexpr std::uint32_t kKinds[] = {kKind,
+                                    kKind,
+                                    kKind,
+                                    ARB_ELEM_TEXT,
+                                    ARB_ELEM_TEXT_3,
+                                    ARB_ELEM_TEXT_4,
+                                    ARB_ELEM_ENCODED_BYTES,
+                                    ARB_ELEM_EXTERNAL_REFERENCE};
 
-  std::string name() const { return number == 1 ? "root" : joined({"#", std::to_string(number)}); }
-  std::string shape() const {
-    std::string text;
-    for (const ModelNode* child : children) text += joined({text.empty() ? "" : " ", child->shape()});
-    return text.empty() ? name() : joined({name(), "(", text, ")"});
-  }
-  bool contains(const ModelNode* other) const {
-    while (other && other != this) other = other->parent;
-    return other != nullptr;
-  }
+// What the library told the host's functions since the last look.
+std::vector<Happening> happened;
+
+std::uint32_t ARB_CALL make(ArbTree*, std::uint32_t, ArbNode** node) {
+  static const ArbNodeType type = [] {
+    ArbNodeType made{};
+    made.elementId = kKind;
+    return made;
+  }();
+  happened.push_back({kMade, 0});
+  *node = heap::allocateRecord<ArbNode>();
+  (*node)->size = sizeof(ArbNode);
+  (*node)->nodeType = &type;
+  return ARB_OK;
+}
+std::uint32_t ARB_CALL destroy(ArbNode* node) {
+  happened.push_back({kDestroyed, node->number});
+  heap::release(node, sizeof(ArbNode));
+  return ARB_OK;
+}
+std::uint32_t ARB_CALL onEvent(ArbDocument*, std::uint32_t event, void* node, void*) {
+  happened.push_back({event, static_cast<ArbNode*>(node)->number});
+  return 0;
+}
+template <std::uint32_t Hook>
+std::uint32_t ARB_CALL onHook(std::uintptr_t node, void*) {
+  happened.push_back({Hook, reinterpret_cast<ArbNode*>(node)->number});
+  return 13;  // nobody may look at it
+}
+
+// How many references are made before anything else, and how many calls follow. Most sequences are short; some begin
+// where an occupancy word is full, few where a block is.
+struct Length {
+  std::uint32_t references, calls, nodes;
 };
+Length lengthOf(std::uint32_t sequence) {
+  if (sequence % 1000 == 999) return {4085, 200, 60};
+  if (sequence % 50 == 49) return {sequence % 40, 300, 60};
+  return {0, 30, 14};
+}
 
-// The rules in their plainest form, with recursion and searches wherever they are simplest.
-class Model {
+class Sequence {
  public:
-  explicit Model(bool producerOnly) : producerOnly_(producerOnly) {}
-
-  Lines lines;
-  std::vector<std::unique_ptr<ModelNode>> nodes;
-  ModelNode* root() const { return nodes.front().get(); }
-
-  ModelNode* create(ArbNode* node) {
-    nodes.push_back(std::make_unique<ModelNode>(ModelNode{++numbers_, node, pool_.take()}));
-    if (numbers_ == 1) nodes.back()->linked = nodes.back()->inTree = true;
-    return nodes.back().get();
-  }
-
-  ArbStatus append(ModelNode* parent, ModelNode* child) {
-    if (child->linked) return ARB_ERR_ATTACHED;
-    if (parent->closed) return ARB_ERR_CLOSED;
-    link(parent, parent->children.size(), child, parent->inTree);
-    return ARB_OK;
-  }
-  ArbStatus insert(ModelNode* reference, ModelNode* node) {
-    if (!producerOnly_) return ARB_ERR_MODE;
-    if (node->linked) return ARB_ERR_ATTACHED;
-    if (reference->closed) return ARB_ERR_CLOSED;
-    if (!reference->parent) return ARB_ERR_DETACHED;
-    link(reference->parent, indexOf(reference), node, reference->inTree);
-    return ARB_OK;
-  }
-  ArbStatus remove(ModelNode* node) {
-    if (!producerOnly_) return ARB_ERR_MODE;
-    if (!node->linked) return ARB_ERR_DETACHED;
-    --node->parent->count;
-    unlink(node);
-    node->linked = node->inTree = false;
-    return ARB_OK;
-  }
-  ArbStatus transfer(ModelNode* from, ModelNode* to) {
-    if (from->attributes) return ARB_ERR_LOCKED;
-    if (from->closed || to->closed || (from->inTree && !producerOnly_)) return ARB_ERR_CLOSED;
-    if (from == to) return ARB_ERR_BADARG;
-    for (ModelNode* child : from->children) child->parent = to;
-    to->children.insert(to->children.end(), from->children.begin(), from->children.end());
-    to->count += from->count;
-    from->children.clear();
-    from->count = 0;
-    return ARB_OK;
-  }
-  ArbStatus destroy(ModelNode* node) {
-    if (node->inTree) return ARB_ERR_ATTACHED;
-    free(node);
-    return ARB_OK;
-  }
-
-  ArbStatus attributesDone(ModelNode* node) {
-    if (!node->attributes) node->attributes = true, say("attributes", *node);
-    return ARB_OK;
-  }
-  ArbStatus allChildrenAttached(ModelNode* node) {
-    node->closed = true;
-    say("children", *node);
-    return ARB_OK;
-  }
-  ArbStatus producerDone(ModelNode* node) { return attributesDone(node), allChildrenAttached(node); }
-  ArbStatus producerDoneSubtree(ModelNode* node) {
-    const bool before = node->attributes && node->closed;
-    for (ModelNode* child : node->children) producerDoneSubtree(child);
-    if (!before) producerDone(node);
-    return ARB_OK;
-  }
-  ArbStatus producerRelease(ModelNode* node) {
-    if (node->producer) return ARB_ERR_RELEASED;
-    say("producer-release", *node);
-    if (!node->linked) return ARB_ERR_DETACHED;
-    attributesDone(node);
-    if (!node->closed) allChildrenAttached(node);
-    node->producer = true;
-    freeRule(node);
-    return ARB_OK;
-  }
-  ArbStatus producerReleaseSubtree(ModelNode* node) {
-    const bool before = node->producer;
-    for (ModelNode* child : std::vector<ModelNode*>(node->children)) producerReleaseSubtree(child);
-    if (!before) producerRelease(node);
-    return ARB_OK;
-  }
-  ArbStatus consumerRelease(ModelNode* node) {
-    if (producerOnly_) return ARB_ERR_MODE;
-    if (node->consumer) return ARB_ERR_RELEASED;
-    say("consumer-release", *node);
-    node->consumer = true;
-    freeRule(node);
-    return ARB_OK;
-  }
-  // Production has ended, so every wait is answered from what exists.
-  ArbStatus consumerReleaseSubtree(ModelNode* node) {
-    if (producerOnly_) return ARB_ERR_MODE;
-    if (node->consumer) return ARB_ERR_RELEASED;
-    ArbStatus status = ARB_OK;
-    for (ModelNode* child : std::vector<ModelNode*>(node->children)) {
-      if (child->consumer) status = ARB_ERR_RELEASED;
-      consumerReleaseSubtree(child);
-      if (status != ARB_OK) break;
+  Sequence(std::uint32_t seed, std::uint32_t mode, Length length)
+      : random_(seed), length_(length), host_(mode), model_(mode == 1) {
+    EXPECT_EQ(ARB_STATUS_END, ArbDocumentReadAhead(host_.document));
+    for (const char16_t* const text : {u"a", u"b", u"c"}) {
+      names_.push_back(nullptr);
+      EXPECT_EQ(ARB_OK, ArbDocumentCreateString(host_.document, text, &names_.back()));
     }
-    consumerRelease(node);
-    return status;
+    EXPECT_EQ(ARB_OK, ArbDocumentCreateTree(host_.document, nullptr, &tree_));
+    EXPECT_EQ(ARB_OK, ArbTreeAddNodeFactory(tree_, kNamespace));
+    EXPECT_EQ(ARB_OK, ArbForestAppendChild(host_.document->rootForest, asChild(tree_)));
+    model_.createNode(rootOf(tree_), ARB_ELEM_ROOT, nullptr, nullptr);
+    if (random_() % 2) toggleCallback(nullptr, nullptr);
+    if (random_() % 4 == 0) toggleHooks(nullptr, nullptr);
+    happened.clear();
+    model_.happened.clear();
+    for (std::uint32_t i = 0; i < length_.references; ++i) createReference(nullptr, nullptr);
   }
+
+  // False when the library and the model differ; what() says where.
+  bool run() {
+    for (std::uint32_t i = 0; i < length_.calls && same_; ++i) {
+      call();
+      if (i % 4 == 3) compareNodes();
+    }
+    compareNodes();
+    compareCells();
+    if (same_) destroyAll();
+    return same_;
+  }
+  std::string what() const { return what_.str(); }
 
  private:
-  void say(const char* event, const ModelNode& node) { lines.push_back(joined({event, " ", node.name()})); }
-  static std::size_t indexOf(const ModelNode* node) {
-    const auto& list = node->parent->children;
-    return static_cast<std::size_t>(std::find(list.begin(), list.end(), node) - list.begin());
-  }
-  void link(ModelNode* parent, std::size_t index, ModelNode* node, bool join) {
-    parent->children.insert(parent->children.begin() + static_cast<std::ptrdiff_t>(index), node);
-    ++parent->count;
-    node->parent = parent;
-    node->linked = true;
-    say("linked", *node);
-    if (join) attach(node);
-  }
-  void unlink(ModelNode* node) {
-    auto& list = node->parent->children;
-    list.erase(list.begin() + static_cast<std::ptrdiff_t>(indexOf(node)));
-    node->parent = nullptr;
-  }
-  void attach(ModelNode* node) {
-    if (node->inTree) return;
-    node->inTree = true;
-    say("in-tree", *node);
-    for (ModelNode* child : node->children) attach(child);
-  }
-  void freeRule(ModelNode* node) {
-    if (!node->producer || !(node->consumer || producerOnly_) || node->freed < node->count || node == root()) return;
-    if (node->parent && node->parent->children.back() == node && !node->parent->closed) return;
-    free(node);
-  }
-  void free(ModelNode* node) {
-    if (node->freeing) return;
-    say("freed", *node);
-    freeBelow(node);
-    settle(node);
-  }
-  void freeBelow(ModelNode* node) {
-    node->freeing = true;
-    while (node->freed < node->count) {
-      ModelNode* const child = node->children.front();
-      freeBelow(child);
-      settle(child);
-    }
-  }
-  void settle(ModelNode* node) {
-    if (ModelNode* const parent = node->parent) {
-      unlink(node);
-      ++parent->freed;
-      freeRule(parent);
-    }
-    pool_.giveBack(node->cell);
-    say("destroy", *node);
-    nodes.erase(std::find_if(nodes.begin(), nodes.end(), [node](const auto& own) { return own.get() == node; }));
-  }
-
-  const bool producerOnly_;
-  std::uint32_t numbers_ = 0;
-  PlainPool pool_;
-};
-
-// One sequence of calls on a new document.
-void runSequence(std::mt19937& random) {
-  const bool producerOnly = random() % 2 != 0;
-  const std::uint64_t elements = liveElements();
-  Host host(producerOnly ? 1 : 0);
-  EXPECT_EQ(ARB_STATUS_END, ArbDocumentReadAhead(host.document));
-  ArbTree* const tree = host.makeTree();
-  Model model(producerOnly);
-  model.create(rootOf(tree));
-  host.record();
-  elementTrace = &host.events;
-
-  using Pair = std::pair<ArbStatus, ArbStatus>;  // the library's answer and the model's
-  const auto any = [&] { return model.nodes[random() % model.nodes.size()].get(); };
-  const auto step = [&]() -> Pair {
-    ModelNode* const a = any();
-    ModelNode* const b = any();
-    switch (random() % 22) {
-      case 0:
-      case 1:
-      case 2:
-      case 3:
-      case 4: {
-        if (model.nodes.size() > 60) return {0, 0};
-        ArbNode* node = nullptr;
-        EXPECT_EQ(ARB_OK, ArbTreeCreateNode(tree, elementId(1), nullptr, &node));
-        host.events.take();  // factory and event, seen elsewhere
-        ModelNode* const made = model.create(node);
-        EXPECT_EQ(made->number, node->number);
-        EXPECT_EQ(made->cell, placeOf(*tree, node->cell));
-        if (a->closed) return {0, 0};
-        return {ArbNodeAppendChild(a->node, node), model.append(a, made)};
-      }
-      case 5:
-      case 6:
-        if (b->contains(a)) return {0, 0};
-        return {ArbNodeAppendChild(a->node, b->node), model.append(a, b)};
-      case 7:
-      case 8:
-        if (b->contains(a)) return {0, 0};
-        return {ArbNodeInsertSiblingBefore(a->node, b->node), model.insert(a, b)};
-      case 9:
-      case 10:
-        if (a == model.root()) return {0, 0};
-        return {ArbNodeRemoveFromTree(a->node), model.remove(a)};
-      case 11:
-        // Counts of freed children do not move, so a list that has lost some is left alone.
-        if ((a != b && a->contains(b)) || a->freed || b->children.size() != b->count) return {0, 0};
-        return {ArbNodeTransferChildren(a->node, b->node), model.transfer(a, b)};
-      case 12:
-        if (random() % 2) return {0, 0};
-        return {ArbNodeDestroy(a->node), model.destroy(a)};
-      case 13:
-        return {ArbNodeAttributesDone(a->node), model.attributesDone(a)};
-      case 14:
-        return {ArbNodeAllChildrenAttached(a->node), model.allChildrenAttached(a)};
-      case 15:
-        return {ArbNodeProducerDone(a->node), model.producerDone(a)};
-      case 16:
-        return {ArbNodeProducerDoneSubtree(a->node), model.producerDoneSubtree(a)};
-      case 17:
-      case 18:
-        return {ArbNodeProducerRelease(a->node), model.producerRelease(a)};
-      case 19:
-        return {ArbNodeProducerReleaseSubtree(a->node), model.producerReleaseSubtree(a)};
-      case 20:
-        return {ArbNodeConsumerRelease(a->node), model.consumerRelease(a)};
-      default:
-        return {ArbNodeConsumerReleaseSubtree(a->node), model.consumerReleaseSubtree(a)};
-    }
+  using Call = void (Sequence::*)(PlainNode* a, PlainNode* b);
+  struct WeightedCall {
+    const char* name;
+    std::uint32_t weight;
+    Call call;
   };
-  for (int i = 0; i < 150; ++i) {
-    const Pair status = step();
-    ASSERT_EQ(status.second, status.first) << "step " << i;
-    ASSERT_EQ(model.lines, host.events.take()) << "step " << i;
-    model.lines.clear();
-    if (i % 16 == 0) {
-      ASSERT_EQ(model.root()->shape(), host.shape(model.root()->node)) << "step " << i;
+  static const WeightedCall kCalls[];
+  static const std::vector<const WeightedCall*>& drawn();
+
+  void call() {
+    const WeightedCall& chosen = *drawn()[random_() % drawn().size()];
+    PlainNode* const a = model_.nodes[random_() % model_.nodes.size()].get();
+    PlainNode* const b = model_.nodes[random_() % model_.nodes.size()].get();
+    log_.push_back({chosen.name, a->number, b->number});
+    (this->*chosen.call)(a, b);
+    expect("what the host is told", model_.happened == happened);
+    expect("nodes in the chunk", model_.chunkNodes == host_.document->chunkNodes);
+    expect("bytes in the chunk", model_.chunkBytes == host_.document->chunkBytes);
+    happened.clear();
+    model_.happened.clear();
+  }
+
+  void expect(const char* what, bool holds) {
+    if (holds || !same_) return;
+    same_ = false;
+    what_ << "differs: " << what << "; the calls were";
+    for (const Entry& entry : log_) what_ << "\n  " << entry.call << " #" << entry.a << " #" << entry.b;
+  }
+  void expectStatus(ArbStatus model, ArbStatus library) {
+    if (model != library && same_) what_ << "status " << library << " instead of " << model << ", ";
+    expect("status", model == library);
+  }
+
+  // --- making
+  PlainNode* make(std::uint32_t reference) {
+    const bool referred = reference < pending_.size();
+    ArbNodeRef* const cell = referred ? pending_[reference] : nullptr;
+    const std::uint32_t kind = kKinds[random_() % std::size(kKinds)];
+    ArbNode* node = nullptr;
+    expectStatus(ARB_OK, ArbTreeCreateNode(tree_, kind, cell, &node));
+    const Place place = cell ? placeOf(*tree_, cell) : Place{};
+    PlainNode* const made = model_.createNode(node, kind, referred ? &place : nullptr, cell);
+    if (referred) pending_.erase(pending_.begin() + reference);
+    setText(made, nullptr);
+    held_.push_back(node->cell);
+    compareNode(*made);
+    return made;
+  }
+  std::uint32_t anyReference() { return static_cast<std::uint32_t>(random_() % (2 * pending_.size() + 1)); }
+  void createNode(PlainNode*, PlainNode*) {
+    if (model_.nodes.size() < length_.nodes) make(anyReference());
+  }
+  void createAndAppend(PlainNode* a, PlainNode*) {
+    if (model_.nodes.size() >= length_.nodes) return;
+    PlainNode* const made = make(anyReference());
+    append(a, made);
+  }
+  void setText(PlainNode* a, PlainNode*) {
+    if (a->kind == kKind || a->kind == ARB_ELEM_EXTERNAL_REFERENCE || a == model_.root()) return;
+    const auto units = static_cast<std::uint32_t>(random_() % 6);
+    expectStatus(ARB_OK, ArbAbstractTextNodeSetValue(a->real, u"text..", units));
+    a->bytes = a->real->size + 2 * units;
+  }
+
+  // --- the producer's and the consumer's calls
+  void append(PlainNode* a, PlainNode* b) {
+    if (!b->contains(a)) expectStatus(model_.append(a, b), ArbNodeAppendChild(a->real, b->real));
+  }
+  void insert(PlainNode* a, PlainNode* b) {
+    if (!b->contains(a)) expectStatus(model_.insert(a, b), ArbNodeInsertSiblingBefore(a->real, b->real));
+  }
+  void remove(PlainNode* a, PlainNode*) {
+    if (a != model_.root()) expectStatus(model_.remove(a), ArbNodeRemoveFromTree(a->real));
+  }
+  void transfer(PlainNode* a, PlainNode* b) {
+    if (a == b || !a->contains(b)) expectStatus(model_.transfer(a, b), ArbNodeTransferChildren(a->real, b->real));
+  }
+  template <ArbStatus (PlainTree::*Model)(PlainNode*), ArbStatus(ARB_CALL* Library)(ArbNode*)>
+  void simple(PlainNode* a, PlainNode*) {
+    ArbNode* const real = a->real;
+    expectStatus((model_.*Model)(a), Library(real));
+  }
+  void markSeparate(PlainNode* a, PlainNode*) {
+    const ArbStatus status = model_.mark(a, ARB_NODE_SEPARATE_STREAM);
+    expectStatus(status, ArbNodeSetSeparateStream(a->real));
+    if (status != ARB_OK) return;
+    expect("separate streams", tree_->separateStreamCount == ++separateStreams_ &&
+                                   tree_->separateStreamCells[separateStreams_ - 1] == a->real->cell);
+  }
+  void markSkip(PlainNode* a, PlainNode*) {
+    expectStatus(model_.mark(a, ARB_NODE_SKIP_IF_EMPTY), ArbNodeSetSkipIfEmpty(a->real));
+  }
+  void setMetadata(PlainNode* a, PlainNode* b) {
+    const auto key = static_cast<std::uint32_t>(random_() % 3);
+    const std::string value("0123456789", random_() % 11);
+    const auto size = static_cast<std::uint32_t>(value.size());
+    expectStatus(ARB_OK, ArbNodeSetMetadata(a->real, key, value.data(), size));
+    a->metadata[key] = value;
+    getMetadata(*a, key), getMetadata(*b, key);
+  }
+  void getMetadata(const PlainNode& a, std::uint32_t key) {
+    char buffer[16];
+    std::uint32_t size = sizeof buffer;
+    const auto found = a.metadata.find(key);
+    const bool there = found != a.metadata.end();
+    expectStatus(there ? ARB_OK : ARB_ERR_NOTFOUND, ArbNodeGetMetadata(a.real, key, buffer, &size));
+    if (there) expect("metadata", found->second == std::string(buffer, size));
+  }
+
+  // --- references and IDs
+  ArbString* anyName() { return names_[random_() % names_.size()]; }
+  void createReference(PlainNode*, PlainNode*) {
+    ArbString* const name = random_() % 2 ? anyName() : nullptr;
+    ArbNodeRef* cell = nullptr;
+    expectStatus(ARB_OK, name ? ArbTreeCreateNamedNodeReference(tree_, name, &cell)
+                              : ArbTreeCreateFloatingNodeReference(tree_, &cell));
+    const auto binding = model_.bound.find(name);
+    const bool old = binding != model_.bound.end();
+    expect("a reference's cell", placeOf(*tree_, cell) == (old ? binding->second : model_.createReference(cell, name)));
+    if (!old) pending_.push_back(cell);
+    held_.push_back(cell);
+  }
+  void createId(PlainNode* a, PlainNode*) { expectStatus(model_.createId(a), ArbNodeCreateID(a->real)); }
+  void setIdString(PlainNode* a, PlainNode*) {
+    ArbString* const name = anyName();
+    expectStatus(model_.setIdString(a, name), ArbNodeSetIDString(a->real, name));
+  }
+  void readReference(PlainNode*, PlainNode*) {
+    if (held_.empty()) return;
+    ArbNodeRef* const cell = held_[random_() % held_.size()];
+    const Place place = placeOf(*tree_, cell);
+    PlainNode* const node = model_.nodeAt(place);
+    ArbNode* read = nullptr;
+    expectStatus(node ? ARB_OK : ARB_ERR_NOTREADY, ArbNodeRefQueryNode(cell, &read));
+    expect("a reference's node", read == (node ? node->real : nullptr));
+    expectStatus(model_.producerOnly ? ARB_ERR_MODE : ARB_OK, ArbNodeRefWaitNode(cell, host_.document, &read));
+    expect("a reference's node", read == (node && !model_.producerOnly ? node->real : nullptr));
+    ArbString* name = nullptr;
+    const ArbStatus status = ArbNodeRefQueryIdString(cell, &name);
+    const bool known = node ? node->has(ARB_NODE_ATTRIBUTES_DONE) : model_.at(place).state == ARB_REF_NAMED;
+    expectStatus(known ? ARB_OK : ARB_ERR_NOTREADY, status);
+    if (node && known && !node->idString) return expectGenerated(*node, name);
+    expect("a reference's name", (name != nullptr) == known);
+    if (known) expect("a reference's name", name == (node ? node->idString : anyNameAt(place)));
+  }
+  ArbString* anyNameAt(Place place) { return reinterpret_cast<ArbString*>(model_.at(place).value); }
+  void expectGenerated(PlainNode& node, ArbString* name) {
+    std::ostringstream text;
+    text << "ID" << std::hex << node.number;
+    const std::u16string read = name->text;
+    expect("a generated name", text.str() == std::string(read.begin(), read.end()));
+    model_.bind(&node, name);
+    names_.push_back(name);
+  }
+
+  // --- the consumer's steps
+  using Step = ArbStatus(ARB_CALL*)(ArbNode*, ArbNode**);
+  using Search = ArbStatus(ARB_CALL*)(ArbNode*, std::uint32_t, ArbNode**);
+  void navigate(PlainNode* a, PlainNode*) {
+    using R = Relative;
+    struct Row {
+      Step call;
+      R to;
+      bool wait;
+    };
+    static const Row rows[] = {
+        {ArbNodeQueryFirstChild, R::kFirstChild, false},   {ArbNodeWaitFirstChild, R::kFirstChild, true},
+        {ArbNodeQueryLastChild, R::kLastChild, false},     {ArbNodeWaitLastChild, R::kLastChild, true},
+        {ArbNodeQueryNextSibling, R::kNextSibling, false}, {ArbNodeWaitNextSibling, R::kNextSibling, true},
+        {ArbNodeWaitPrevSibling, R::kPrevSibling, true},   {ArbNodeWaitParent, R::kParent, true}};
+    for (const Row& row : rows) {
+      ArbNode* result = untouchedNode();
+      const ArbStatus status = row.call(a->real, &result);
+      expectAnswer(model_.step(row.to, row.wait, a), status, result);
     }
-    ASSERT_EQ(model.nodes.size() - 1, liveElements() - elements) << "step " << i;
+    std::uint32_t count = 77;
+    const Answer last = model_.step(R::kLastChild, false, a);
+    expectStatus(last.status, ArbNodeQueryChildCount(a->real, &count));
+    const bool counted = last.status == ARB_OK || last.status == ARB_ERR_NOTREADY;
+    expect("child count", count == (counted ? a->count : 0));
+  }
+  void search(PlainNode* a, PlainNode*) {
+    using R = Relative;
+    struct Row {
+      Search call;
+      R first, next;
+      char form;
+    };
+    static const Row rows[] = {{ArbNodeGetFirstChildByElementId, R::kFirstChild, R::kNextSibling, 'g'},
+                               {ArbNodeGetNextSiblingByElementId, R::kNextSibling, R::kNextSibling, 'g'},
+                               {ArbNodeGetAncestorByElementId, R::kParent, R::kParent, 'g'},
+                               {ArbNodeQueryFirstChildByElementId, R::kFirstChild, R::kNextSibling, 'q'},
+                               {ArbNodeWaitFirstChildByElementId, R::kFirstChild, R::kNextSibling, 'w'},
+                               {ArbNodeWaitNextSiblingByElementId, R::kNextSibling, R::kNextSibling, 'w'},
+                               {ArbNodeWaitAncestorByElementId, R::kParent, R::kParent, 'w'}};
+    const std::uint32_t id = random_() % 4 ? kKinds[random_() % std::size(kKinds)] : std::uint32_t{ARB_ELEM_ROOT};
+    for (const Row& row : rows) {
+      Answer answer = row.form == 'g' ? PlainTree::get(row.first, row.next, a, id)
+                                      : model_.search(row.first, row.next, row.form == 'w', a, id);
+      if (row.call == ArbNodeWaitAncestorByElementId) answer.written = true;
+      ArbNode* result = untouchedNode();
+      const ArbStatus status = row.call(a->real, id, &result);
+      expectAnswer(answer, status, result);
+    }
+  }
+  void expectAnswer(const Answer& answer, ArbStatus status, const ArbNode* result) {
+    expectStatus(answer.status, status);
+    expect("a step's result", result == (answer.written ? realOf(answer.node) : untouchedNode()));
+  }
+
+  // --- who is told
+  void toggleCallback(PlainNode*, PlainNode*) {
+    model_.callback = !model_.callback;
+    expectStatus(ARB_OK, model_.callback ? ArbDocumentRegisterCallback(host_.document, onEvent, nullptr)
+                                         : ArbDocumentUnregisterCallback(host_.document, onEvent));
+  }
+  void toggleHooks(PlainNode*, PlainNode*) {
+    if (!model_.hooked.empty()) {
+      expectStatus(ARB_OK, ArbTreeClearProducerNodeHooks(tree_));
+      model_.hooked.clear();
+    } else {
+      model_.hooked = {ARB_ELEM_TEXT, kKind};
+      for (const std::uint32_t kind : model_.hooked) {
+        ArbTreeSetProducerNodeHook(tree_, ARB_HOOK_ATTRIBUTES_DONE, kind, onHook<kAttributesHook>, nullptr);
+        ArbTreeSetProducerNodeHook(tree_, ARB_HOOK_PRODUCER_RELEASE, kind, onHook<kReleaseHook>, nullptr);
+      }
+    }
+  }
+
+  // --- comparing
+  static const ArbNode* realOf(const PlainNode* node) { return node ? node->real : nullptr; }
+  void compareNode(const PlainNode& node) {
+    const ArbNode& real = *node.real;
+    constexpr std::uint32_t kMarks = ARB_NODE_SEPARATE_STREAM | ARB_NODE_SKIP_IF_EMPTY | ARB_NODE_FREEING;
+    const auto& list = node.children;
+    expect("number", node.number == real.number);
+    expect("cell", node.cell == placeOf(*tree_, real.cell) && resolve(real.cell) == &real);
+    expect("flags", node.flags == real.flags);
+    expect("marks", node.marks == (real.flags2 & kMarks));
+    expect("ID string", node.idString == real.idString);
+    expect("parent", realOf(node.parent) == resolve(real.parentCell));
+    expect("first child", (list.empty() ? nullptr : list.front()->real) == resolve(real.firstChildCell));
+    expect("last child", (list.empty() ? nullptr : list.back()->real) == resolve(real.lastChildCell));
+    expect("children", node.count == real.childCount && node.freed == real.freedChildCount);
+    const PlainNode* previous = nullptr;
+    for (const PlainNode* const child : list) {
+      expect("previous sibling", realOf(previous) == resolve(child->real->prevSiblingCell));
+      if (previous) expect("next sibling", child->real == resolve(previous->real->nextSiblingCell));
+      previous = child;
+    }
+    if (previous) expect("next sibling", !previous->real->nextSiblingCell);
+  }
+  void compareNodes() {
+    for (const auto& node : model_.nodes) compareNode(*node);
+  }
+  void compareCells() {
+    for (std::size_t b = 0; b < model_.cells.size(); ++b) {
+      for (std::size_t i = 0; i < model_.cells[b].size(); ++i) {
+        const ArbNodeRef& real = tree_->cellBlocks[b]->cells[i];
+        expect("state of a cell", model_.cells[b][i].state == real.state && model_.cells[b][i].value == real.value);
+      }
+    }
+    expect("blocks of cells", model_.cells.size() == tree_->cellBlockCount);
+    const std::size_t pending = model_.slots.size();
+    expect("capacity", tree_->pendingRefCapacity == (pending ? std::max(std::bit_ceil(pending), std::size_t{256}) : 0));
+    expect("pending references", model_.slots.size() == tree_->pendingRefCount &&
+                                     std::equal(model_.slots.begin(), model_.slots.end(), tree_->pendingRefs));
   }
 
   // What is not below the root is its maker's to destroy.
-  for (bool found = true; found;) {
-    found = false;
-    for (const auto& node : model.nodes) {
-      if (node->linked) continue;
-      ASSERT_EQ(ARB_OK, ArbNodeDestroy(node->node));
-      ASSERT_EQ(ARB_OK, model.destroy(node.get()));
-      found = true;
-      break;
+  void destroyAll() {
+    for (std::size_t i = 1; i < model_.nodes.size();) {
+      PlainNode* const node = model_.nodes[i].get();
+      if (node->has(ARB_NODE_LINKED)) {
+        ++i;
+        continue;
+      }
+      expectStatus(ARB_OK, ArbNodeDestroy(node->real));
+      model_.destroy(node);
+      i = 1;
     }
+    host_.destroy();
   }
-  host.destroy();
-  ASSERT_EQ(elements, liveElements());
+
+  struct Entry {
+    const char* call;
+    std::uint32_t a, b;
+  };
+  std::mt19937 random_;
+  const Length length_;
+  Host host_;
+  ArbTree* tree_ = nullptr;
+  PlainTree model_;
+  std::vector<ArbString*> names_;
+  std::vector<ArbNodeRef*> pending_;  // references without a node
+  std::vector<ArbNodeRef*> held_;     // cells that a host may still look at
+  std::vector<Entry> log_;
+  std::uint32_t separateStreams_ = 0;
+  bool same_ = true;
+  std::ostringstream what_;
+};
+
+const Sequence::WeightedCall Sequence::kCalls[] = {
+    {"create", 2, &Sequence::createNode},
+    {"create and append", 8, &Sequence::createAndAppend},
+    {"set text", 1, &Sequence::setText},
+    {"append", 3, &Sequence::append},
+    {"insert", 3, &Sequence::insert},
+    {"remove", 2, &Sequence::remove},
+    {"transfer", 2, &Sequence::transfer},
+    {"destroy", 1, &Sequence::simple<&PlainTree::destroy, ArbNodeDestroy>},
+    {"attributes done", 1, &Sequence::simple<&PlainTree::attributesDone, ArbNodeAttributesDone>},
+    {"children attached", 1, &Sequence::simple<&PlainTree::allChildrenAttached, ArbNodeAllChildrenAttached>},
+    {"producer done", 1, &Sequence::simple<&PlainTree::producerDone, ArbNodeProducerDone>},
+    {"producer done subtree", 1, &Sequence::simple<&PlainTree::producerDoneSubtree, ArbNodeProducerDoneSubtree>},
+    {"producer release", 3, &Sequence::simple<&PlainTree::producerRelease, ArbNodeProducerRelease>},
+    {"producer release subtree", 1,
+     &Sequence::simple<&PlainTree::producerReleaseSubtree, ArbNodeProducerReleaseSubtree>},
+    {"consumer release", 3, &Sequence::simple<&PlainTree::consumerRelease, ArbNodeConsumerRelease>},
+    {"consumer release subtree", 1,
+     &Sequence::simple<&PlainTree::consumerReleaseSubtree, ArbNodeConsumerReleaseSubtree>},
+    {"mark separate", 1, &Sequence::markSeparate},
+    {"mark skip", 1, &Sequence::markSkip},
+    {"metadata", 2, &Sequence::setMetadata},
+    {"create reference", 2, &Sequence::createReference},
+    {"create ID", 1, &Sequence::createId},
+    {"set ID string", 1, &Sequence::setIdString},
+    {"read reference", 2, &Sequence::readReference},
+    {"navigate", 2, &Sequence::navigate},
+    {"search", 2, &Sequence::search},
+    {"toggle callback", 1, &Sequence::toggleCallback},
+    {"toggle hooks", 1, &Sequence::toggleHooks},
+};
+
+// Each call as often as its weight says.
+const std::vector<const Sequence::WeightedCall*>& Sequence::drawn() {
+  static const std::vector<const WeightedCall*> all = [] {
+    std::vector<const WeightedCall*> list;
+    for (const WeightedCall& call : kCalls) list.insert(list.end(), call.weight, &call);
+    return list;
+  }();
+  return all;
 }
 
-TEST(Random, CallsAgreeWithAPlainModel) {
-  std::mt19937 random(testSeed());
-  for (int sequence = 0; sequence < 3000 && !HasFatalFailure() && !HasNonfatalFailure(); ++sequence) {
-    SCOPED_TRACE(testing::Message() << "sequence " << sequence);
-    runSequence(random);
+void runSequences(std::uint32_t mode) {
+  static const std::uint32_t registered = ElemDefsRegisterNamespace(kNamespace, make, destroy, 1);
+  ASSERT_EQ(ARB_OK, registered);
+  const char* const given = std::getenv("ARBTREE_SEQUENCES");
+  const unsigned long count = given ? std::strtoul(given, nullptr, 0) : 60'000;
+  const std::uint32_t seed = testSeed();
+  for (std::uint32_t i = 0; i < count; ++i) {
+    const std::uint64_t blocks = heap::testing::liveBlocks();
+    {
+      Sequence sequence(seed + i, mode, lengthOf(seed + i));
+      ASSERT_TRUE(sequence.run()) << "run it first with ARBTREE_SEED=" << seed + i << ": " << sequence.what();
+    }
+    ASSERT_EQ(blocks, heap::testing::liveBlocks()) << "blocks of the heap, ARBTREE_SEED=" << seed + i;
   }
 }
+
+TEST(Random, CallsWithAConsumerAgreeWithAPlainTree) { runSequences(0); }
+TEST(Random, CallsWithoutAConsumerAgreeWithAPlainTree) { runSequences(1); }
 
 }  // namespace
 }  // namespace arbtree::test

@@ -118,86 +118,6 @@ TEST_F(Release, SequenceOfEveryCall) {
   }
 }
 
-TEST_F(Release, OfANodeThatIsNotLinkedIsRefusedAfterItsHook) {
-  open();
-  ArbNode* const a = host->make(tree, "a");
-  events();
-  for (int i = 0; i < 2; ++i) {
-    EXPECT_EQ(ARB_ERR_DETACHED, ArbNodeProducerRelease(a));
-    EXPECT_EQ((Lines{"producer-release a", "hook release a"}), events());
-    EXPECT_EQ(0u, a->flags);
-  }
-  EXPECT_EQ(ARB_OK, ArbNodeDestroy(a));
-}
-
-TEST_F(Release, ConsumerCallsAreRefusedWithoutAConsumer) {
-  open(1);
-  ArbNode* const a = host->append(root, "a");
-  events();
-  for (const NodeCall call :
-       {NodeCall{ArbNodeConsumerRelease}, NodeCall{ArbNodeConsumerReleaseSubtree}, NodeCall{ArbNodeWaitProducerDone}}) {
-    EXPECT_EQ(ARB_ERR_MODE, call(a));
-  }
-  EXPECT_EQ(ARB_NODE_LINKED | ARB_NODE_IN_TREE, a->flags);
-  EXPECT_EQ(Lines{}, events());
-  EXPECT_TRUE(host->runs.empty());
-}
-
-TEST_F(Release, SubtreesAreCompletedAndReleasedChildrenFirst) {
-  open();
-  ArbNode* const a = host->append(root, "a");
-  ArbNode* const b = host->append(a, "b");
-  host->append(b, "c");
-  ArbNode* const d = host->append(a, "d");
-  EXPECT_EQ(ARB_OK, ArbNodeProducerDone(b));
-  events();
-  EXPECT_EQ(ARB_OK, ArbNodeProducerDoneSubtree(a));
-  EXPECT_EQ((Lines{"hook attributes c", "attributes c", "children c", "hook attributes d", "attributes d", "children d",
-                   "hook attributes a", "attributes a", "children a"}),
-            events());
-  EXPECT_EQ(ARB_OK, ArbNodeProducerRelease(d));
-  events();
-  EXPECT_EQ(ARB_OK, ArbNodeProducerReleaseSubtree(a));
-  EXPECT_EQ((Lines{"producer-release c", "hook release c", "producer-release b", "hook release b", "producer-release a",
-                   "hook release a"}),
-            events());
-  EXPECT_EQ(ARB_OK, ArbNodeConsumerReleaseSubtree(a));
-  EXPECT_EQ((Lines{"consumer-release c", "freed c", "consumer-release b", "freed b", "consumer-release d", "freed d",
-                   "consumer-release a"}),
-            events());
-  EXPECT_EQ("root(a)", host->shape(root));
-}
-
-// A parent's own release closes its list after its children's, so the last child of a list still open stays.
-TEST_F(Release, ProducerSubtreeReleaseFreesAllButLastChildrenOfOpenLists) {
-  struct Row {
-    bool closedBefore;
-    Lines freed;
-    const char* shape;
-  };
-  for (const Row& row :
-       {Row{false, {"freed b"}, "root(a(c) z)"}, Row{true, {"freed b", "freed c", "freed a"}, "root(z)"}}) {
-    SCOPED_TRACE(row.shape);
-    open();
-    ArbNode* const a = host->append(root, "a");
-    host->append(a, "b");
-    host->append(a, "c");
-    host->append(root, "z");
-    if (row.closedBefore) {
-      EXPECT_EQ(ARB_OK, ArbNodeProducerDoneSubtree(root));
-    }
-    EXPECT_EQ(ARB_OK, ArbNodeConsumerReleaseSubtree(a));
-    events();
-    EXPECT_EQ(ARB_OK, ArbNodeProducerReleaseSubtree(a));
-    Lines freed;
-    for (const std::string& line : events()) {
-      if (line.starts_with("freed")) freed.push_back(line);
-    }
-    EXPECT_EQ(row.freed, freed);
-    EXPECT_EQ(row.shape, host->shape(root));
-  }
-}
-
 // Each child is released as soon as its next sibling is known, while the producer is still making the list.
 TEST_F(Release, ConsumerSubtreeReleaseDrivesTheProducer) {
   open();
@@ -248,28 +168,6 @@ TEST_F(Release, ConsumerSubtreeReleaseAnswersTheLastWait) {
     events();
     EXPECT_EQ(row.status, ArbNodeConsumerReleaseSubtree(a));
     EXPECT_EQ(row.events, events());
-  }
-}
-
-TEST_F(Release, WaitProducerDone) {
-  struct Row {
-    const char* name;
-    bool attributes, children;  // what the producer does
-    ArbStatus end;
-    ArbStatus status;
-    std::size_t runs;
-  };
-  for (const Row& row : {Row{"both", true, true, 452, ARB_OK, 2}, Row{"attributes only", true, false, 452, ARB_OK, 3},
-                         Row{"children only", false, true, 452, ARB_OK, 3}, Row{"failing", true, false, 13, 13, 3}}) {
-    SCOPED_TRACE(row.name);
-    open();
-    host->endResult = row.end;
-    ArbNode* const a = host->append(root, "a");
-    host->then([&] { return row.attributes ? ArbNodeAttributesDone(a) : ARB_OK; }).then([] { return kPause; });
-    host->then([&] { return row.children ? ArbNodeAllChildrenAttached(a) : ARB_OK; }).then([] { return kPause; });
-    EXPECT_EQ(row.status, ArbNodeWaitProducerDone(a));
-    EXPECT_EQ(row.runs, host->runs.size());
-    EXPECT_EQ(row.status, ArbNodeWaitProducerDone(a)) << "again";
   }
 }
 
