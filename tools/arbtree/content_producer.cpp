@@ -40,6 +40,7 @@ ContentProducer::~ContentProducer() {
 std::uint32_t ContentProducer::run(ArbDocument* document) {
   document_ = document;
   ++finished_.runs;
+  currentFile_ = nullptr;
   try {
     if (!started_) start();
     while ((xml_ || !levels_.empty()) && !broken_) {
@@ -76,7 +77,6 @@ void ContentProducer::start() {
 }
 
 void ContentProducer::step() {
-  currentFile_ = nullptr;
   if (!xml_) return nextMember();
   xml_->run();
   if (xml_->isFinished()) finishTree();
@@ -111,7 +111,10 @@ void ContentProducer::makeMember(const Member& member) {
   if (member.type != MemberType::file) return makeFile(member, nullptr);
   auto content = std::make_unique<Lookahead>(std::make_unique<MemberSource>(*levels_.back()->reader));
   const std::optional<ContentSort> named = sortByName(member.path);
-  const ContentSort sort = named ? *named : sortByContent(content->peek(kSortBytes));
+  ContentSort sort = named ? *named : sortByContent(content->peek(kSortBytes));
+  // An input that is only compressed is what is in it.
+  const bool isInput = levels_.size() == 1 && levels_.back()->reader->isCompressedFile();
+  if (sort == ContentSort::file && isInput && wanted_.plainIsXml) sort = ContentSort::xml;
   makeContent(member, std::move(content), sort);
 }
 
