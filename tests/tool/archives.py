@@ -218,7 +218,7 @@ class Escapes(Folder):
 
     def test_folded_names(self):
         archive = self.folder / "fold.tar"
-        with tarfile.open(archive, "w") as packed:
+        with tarfile.open(archive, "w", format=tarfile.GNU_FORMAT) as packed:
             for name in ["Name", "nAME", "\u00e9", "e\u0301", "other"]:
                 packed.addfile(tarfile.TarInfo(name), io.BytesIO())
         result, out = self.unpack(archive, "--fold-names")
