@@ -5,16 +5,24 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <utility>
 
+#include "interrupt.h"
+
 namespace arbtree::tool {
+namespace {
+
+constexpr std::size_t kBlockBytes = std::size_t{64} * 1024;
+
+}  // namespace
 
 InputFile::InputFile(std::string path) : path_(std::move(path)) {
   descriptor_ = isStandardInput() ? STDIN_FILENO : open(path_.c_str(), O_RDONLY | O_CLOEXEC);
   if (descriptor_ < 0) {
-    error_ = std::strerror(errno);
+    fail(std::strerror(errno));
     return;
   }
   struct stat status;
@@ -25,16 +33,43 @@ InputFile::~InputFile() {
   if (descriptor_ >= 0 && !isStandardInput()) close(descriptor_);
 }
 
-std::optional<std::size_t> InputFile::read(void* buffer, std::size_t size) {
-  if (!error_.empty()) return std::nullopt;
+std::string InputFile::name() const {
+  if (isStandardInput()) return "stdin";
+  return path_.substr(path_.rfind('/') + 1);
+}
+
+std::int64_t InputFile::seek(std::int64_t offset, int whence) {
+  const off_t position = lseek(descriptor_, offset, whence);
+  if (position >= 0) seekedTo(static_cast<std::uint64_t>(position));
+  return position;
+}
+
+// Never past the end, where a cut file would look like a whole one.
+std::int64_t InputFile::skip(std::int64_t count) {
+  if (!canSeek() || hasPending() || bytesRead() >= *size_) return 0;
+  count = std::min(count, static_cast<std::int64_t>(*size_ - bytesRead()));
+  if (lseek(descriptor_, count, SEEK_CUR) < 0) return 0;
+  skipped(static_cast<std::uint64_t>(count));
+  return count;
+}
+
+std::optional<std::string_view> InputFile::pull() {
+  if (!block_) block_ = std::make_unique<char[]>(kBlockBytes);
+  const auto count = pullInto(block_.get(), kBlockBytes);
+  if (!count) return std::nullopt;
+  return std::string_view(block_.get(), *count);
+}
+
+std::optional<std::size_t> InputFile::pullInto(void* buffer, std::size_t size) {
   for (;;) {
-    const ssize_t count = ::read(descriptor_, buffer, size);
-    if (count >= 0) {
-      bytesRead_ += static_cast<std::uint64_t>(count);
-      return static_cast<std::size_t>(count);
+    if (isInterrupted()) {
+      fail("interrupted");
+      return std::nullopt;
     }
+    const ssize_t count = ::read(descriptor_, buffer, size);
+    if (count >= 0) return static_cast<std::size_t>(count);
     if (errno == EINTR) continue;
-    error_ = std::strerror(errno);
+    fail(std::strerror(errno));
     return std::nullopt;
   }
 }

@@ -4,38 +4,43 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 
+#include "byte_source.h"
+
 namespace arbtree::tool {
 
-class InputFile {
+class InputFile final : public ByteSource {
  public:
   explicit InputFile(std::string path);
-  ~InputFile();
-  InputFile(const InputFile&) = delete;
-  InputFile& operator=(const InputFile&) = delete;
-
-  // Reads at most `size` bytes; 0 at the end. Nothing when the system refuses: error() then says why.
-  std::optional<std::size_t> read(void* buffer, std::size_t size);
-  // Why the file could not be opened or read; empty while all is well.
-  const std::string& error() const { return error_; }
+  ~InputFile() override;
 
   const std::string& path() const { return path_; }
   // As messages show it: the path as it was given, or "<stdin>".
   std::string displayName() const { return isStandardInput() ? "<stdin>" : path_; }
-  std::uint64_t bytesRead() const { return bytesRead_; }
+  // The last part of the path, or "stdin".
+  std::string name() const;
   // Nothing when the input is no regular file.
   std::optional<std::uint64_t> size() const { return size_; }
+
+  bool canSeek() const override { return size_.has_value() && !isStandardInput(); }
+  std::int64_t seek(std::int64_t offset, int whence) override;
+  std::int64_t skip(std::int64_t count) override;
+
+ protected:
+  std::optional<std::string_view> pull() override;
+  std::optional<std::size_t> pullInto(void* buffer, std::size_t size) override;
+  bool pullsInto() const override { return true; }
 
  private:
   bool isStandardInput() const { return path_ == "-"; }
 
   std::string path_;
-  std::string error_;
   int descriptor_ = -1;
-  std::uint64_t bytesRead_ = 0;
   std::optional<std::uint64_t> size_;
+  std::unique_ptr<char[]> block_;
 };
 
 }  // namespace arbtree::tool

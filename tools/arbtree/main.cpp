@@ -1,47 +1,117 @@
-// The command line of the tool: options, help, and which command runs. Exit status: 0 all went well, 1 the input or the
-// output failed, 2 the command line was wrong.
+// The command line of the tool: options, help, and which command runs. The exit statuses are those of commands.h.
 #include <CLI/CLI.hpp>
 #include <charconv>
+#include <clocale>
 #include <csignal>
 #include <cstdio>
 #include <exception>
+#include <functional>
 #include <limits>
 #include <string>
 #include <system_error>
 
 #include "commands.h"
+#include "interrupt.h"
+#include "problems.h"
 
 namespace arbtree::tool {
 namespace {
 
-constexpr int kFailure = 1;
-constexpr int kUsageError = 2;
-
-constexpr char kDescription[] = "Streams XML documents of any size through a tree in a few megabytes of memory.\n";
+constexpr char kDescription[] =
+    "Lists, searches, reads and extracts what is in XML files and in archives within archives, of any size, in a few\n"
+    "megabytes of memory.\n";
 
 constexpr char kFooter[] =
     "\n"
-    "Exit status: 0 all went well; 1 the input or the output failed; 2 the command line was wrong.\n"
-    "A failing input is reported as arbtree: FILE:LINE:COLUMN: reason, after all that came before the failure.\n"
+    "FILE is an XML file or an archive (tar, zip, cpio, ar, 7z, cab, rar, xar; compressed with gzip, bzip2, xz, zstd,\n"
+    "lz4, lzip or compress), and so a package, a Java archive, an office document or an e-book; - is standard input.\n"
+    "Archives within archives are opened too. Formats are told by content. A member's path is the way to it through\n"
+    "the archives, as `arbtree ls` prints it: bytes that are no text are shown as \\ooo, a backslash as \\\\.\n"
     "\n"
-    "Encodings: UTF-8, UTF-16, and all that iconv knows and that begin like ASCII.\n"
+    "Exit status: 0 all went well; 1 the input or the output failed, or a member was refused; 2 the command line was\n"
+    "wrong; 3 a limit was passed. What could be read is delivered. Each failure is one line on standard error:\n"
+    "arbtree: FILE: MEMBER: reason, with :LINE:COLUMN behind an XML member.\n"
+    "\n"
+    "Encodings of XML: UTF-8, UTF-16, and all that iconv knows and that begin like ASCII.\n"
     "External entities and external document types are never loaded.\n"
     "\n"
     "Examples:\n"
+    "  arbtree ls package.deb\n"
     "  arbtree stats dump.xml\n"
-    "  zcat dump.xml.gz | arbtree stats --json -\n"
-    "  arbtree xml dump.xml > copy.xml\n"
+    "  zcat dump.xml.gz | arbtree xml - > copy.xml\n"
+    "  arbtree find --element title --limit 1 books.zip\n"
+    "  arbtree extract -C folder backup.tar.xz\n"
     "\n"
     "`arbtree COMMAND --help` says more about a command.";
+
+constexpr char kLsFooter[] =
+    "\n"
+    "Archives are forests, XML members are trees, everything else (folders and links too) is a file. Plain lines are\n"
+    "paths. --long: kind, mode, size in bytes (- when it is not known before the content), time of change in UTC, "
+    "path\n"
+    "and the target of a link. --json: the same as one JSON object a line.\n"
+    "\n"
+    "Examples:\n"
+    "  arbtree ls package.deb\n"
+    "  arbtree ls --long backup.tar.xz\n"
+    "  curl -s https://example.org/all.tar.gz | arbtree ls --tree -\n"
+    "  arbtree ls --json books.zip | jq -r 'select(.kind == \"tree\") | .path'";
+
+constexpr char kTextFooter[] =
+    "\n"
+    "The output is UTF-8. The text of a member that does not end with a line end gets one.\n"
+    "\n"
+    "Examples:\n"
+    "  arbtree text report.docx --member word/document.xml\n"
+    "  arbtree text books.zip | grep -i whale";
+
+constexpr char kFindFooter[] =
+    "\n"
+    "One line for each element: PATH:OFFSET, the member and the byte at which the start tag begins in it (for "
+    "encodings\n"
+    "other than UTF-8, UTF-16, ASCII and Latin-1: in the member converted to UTF-8). With --json one object a line.\n"
+    "With --limit nothing is read beyond the last match.\n"
+    "\n"
+    "Examples:\n"
+    "  arbtree find --element title books.zip\n"
+    "  arbtree find --element a --attribute id=x7 --limit 1 dump.xml";
+
+constexpr char kExtractFooter[] =
+    "\n"
+    "XML members are written as they are in the archive, nested archives as folders of their names. Nothing is "
+    "written\n"
+    "outside the folder. Refused by name, with exit status 1, while the rest is extracted: names that are absolute or\n"
+    "have \"..\", a backslash, a drive letter or an empty part; symbolic links that lead outside, hard links to what "
+    "was\n"
+    "not extracted, devices. Set-user-id, set-group-id and sticky bits are dropped. A file takes its name, in place "
+    "of\n"
+    "an earlier file, when it is complete.\n"
+    "\n"
+    "Examples:\n"
+    "  arbtree extract -C folder package.deb\n"
+    "  arbtree extract -C folder --member '*.xml' backup.tar.xz\n"
+    "  arbtree extract -C folder --keep-archives --refuse-aliases all.zip";
+
+constexpr char kDupsFooter[] =
+    "\n"
+    "One line for each place: the number of its set and PATH:OFFSET. Equal means the same name, attributes and "
+    "children.\n"
+    "An element within an element of the name is part of that one. With --json a set is one array a line. Memory "
+    "grows\n"
+    "with the different elements of the name.\n"
+    "\n"
+    "Examples:\n"
+    "  arbtree dups --element record dump.xml\n"
+    "  arbtree dups --element path --json drawings.zip";
 
 constexpr char kStatsFooter[] =
     "\n"
     "Text counts in nodes: text longer than 16384 UTF-16 units is several nodes. With --json the same figures are\n"
-    "one JSON object; \"complete\" is false when the input failed, and the figures then hold for what came before.\n"
+    "one JSON object; \"complete\" is false when the input failed, and the figures then hold for what could be read.\n"
     "\n"
     "Examples:\n"
     "  arbtree stats dump.xml\n"
-    "  arbtree stats --json dump.xml\n"
+    "  arbtree stats --json books.zip\n"
     "  zcat dump.xml.gz | arbtree stats -";
 
 constexpr char kXmlFooter[] =
@@ -55,7 +125,7 @@ constexpr char kXmlFooter[] =
     "\n"
     "Examples:\n"
     "  arbtree xml dump.xml > copy.xml\n"
-    "  arbtree xml utf16.xml | grep title\n"
+    "  arbtree xml --member word/document.xml report.docx\n"
     "  arbtree xml --max-depth 2000000 deep.xml > copy.xml";
 
 // The library's own check of numbers takes -1 for a very large one.
@@ -71,17 +141,29 @@ CLI::Validator atLeastOne() {
       "");
 }
 
+template <typename Number>
+void addLimit(CLI::App& command, const char* name, Number& limit, const char* meaning) {
+  command.add_option(name, limit, meaning)
+      ->type_name("N")
+      ->check(atLeastOne<Number>())
+      ->capture_default_str()
+      ->group("Limits");
+}
+
 void addCommonOptions(CLI::App& command, CommonOptions& options) {
-  command.add_option("FILE", options.file, "the XML document; - is standard input")->type_name("")->required();
-  command.add_option("--max-depth", options.limits.maxDepth, "refuse elements nested deeper than this")
-      ->type_name("N")
-      ->check(atLeastOne<std::uint64_t>())
-      ->capture_default_str();
-  command.add_option("--chunk-bytes", options.limits.chunkBytes, "bytes of nodes made before they are consumed")
-      ->type_name("N")
-      ->check(atLeastOne<std::uint32_t>())
-      ->capture_default_str();
+  command.add_option("FILE", options.file, "the XML file or archive; - is standard input")->type_name("")->required();
   command.add_flag("-q,--quiet", options.quiet, "show no progress bar");
+  Limits& limits = options.limits;
+  addLimit(command, "--max-bytes", limits.maxBytes, "stop when more is unpacked, at all levels together");
+  addLimit(command, "--max-members", limits.maxMembers, "stop when there are more members, at all levels together");
+  addLimit(command, "--max-nesting", limits.maxNesting, "open no archives nested deeper than this");
+  addLimit(command, "--max-ratio", limits.maxRatio, "stop when more is unpacked for each byte of FILE read");
+  addLimit(command, "--ratio-threshold", limits.ratioThreshold, "bytes unpacked before the ratio counts");
+  addLimit(command, "--max-depth", limits.maxDepth, "refuse elements nested deeper than this");
+  addLimit(command, "--max-amplification", limits.maxAmplification, "refuse entities that amplify XML more than this");
+  addLimit(command, "--amplification-threshold", limits.amplificationThreshold,
+           "bytes of entities before the amplification counts");
+  addLimit(command, "--chunk-bytes", limits.chunkBytes, "bytes of nodes made before they are consumed");
 }
 
 class CommandLine {
@@ -93,8 +175,13 @@ class CommandLine {
     app_.get_formatter()->label("SUBCOMMAND", "COMMAND");
     app_.get_formatter()->label("Subcommands", "Commands");
     app_.footer(kFooter);
-    addStats();
+    addLs();
+    addText();
     addXml();
+    addFind();
+    addExtract();
+    addDups();
+    addStats();
   }
 
   // The exit status of the command that ran, or of the command line itself.
@@ -106,9 +193,8 @@ class CommandLine {
     } catch (const CLI::ParseError& error) {
       return usageError(error.what());
     }
-    if (stats_->parsed()) return runStats(statsOptions_);
-    if (xml_->parsed()) return runXml(xmlOptions_);
-    return usageError("a command is required: stats or xml");
+    if (!chosen_) return usageError("a command is required: ls, text, xml, find, extract, dups or stats");
+    return chosen_();
   }
 
  private:
@@ -117,24 +203,86 @@ class CommandLine {
     return kUsageError;
   }
 
-  void addStats() {
-    stats_ = app_.add_subcommand("stats", "Counts the nodes of a document, and says what streaming it took.");
-    addCommonOptions(*stats_, statsOptions_.common);
-    stats_->add_flag("--json", statsOptions_.json, "print one JSON object");
-    stats_->footer(kStatsFooter);
+  template <typename Options>
+  CLI::App& addCommand(const char* name, const char* meaning, const char* footer, Options& options,
+                       int (*command)(const Options&)) {
+    CLI::App& added = *app_.add_subcommand(name, meaning);
+    addCommonOptions(added, options.common);
+    added.footer(footer);
+    added.callback([this, &options, command] { chosen_ = [&options, command] { return command(options); }; });
+    return added;
+  }
+
+  void addLs() {
+    CLI::App& ls =
+        addCommand("ls", "Lists the members of an archive and of the archives in it.", kLsFooter, ls_, runLs);
+    const auto form = [&](const char* flag, ListForm value, const char* meaning) {
+      return ls.add_flag_callback(
+          flag, [this, value] { ls_.form = value; }, meaning);
+    };
+    CLI::Option* const tree = form("--tree", ListForm::tree, "print names, indented by nesting of archives");
+    CLI::Option* const json = form("--json", ListForm::json, "print one JSON object a line")->excludes(tree);
+    form("--long", ListForm::details, "print kind, mode, size, time and path")->excludes(tree)->excludes(json);
+  }
+
+  void addText() {
+    CLI::App& text = addCommand("text", "Writes the text of XML documents.", kTextFooter, text_, runText);
+    text.add_option("--member", text_.member, "only of the member with this path")->type_name("PATH");
   }
 
   void addXml() {
-    xml_ = app_.add_subcommand("xml", "Writes a document out again.");
-    addCommonOptions(*xml_, xmlOptions_.common);
-    xml_->footer(kXmlFooter);
+    CLI::App& xml = addCommand("xml", "Writes an XML document out again.", kXmlFooter, xml_, runXml);
+    xml.add_option("--member", xml_.member, "the member of an archive to write")->type_name("PATH");
+  }
+
+  void addFind() {
+    CLI::App& find = addCommand("find", "Finds elements in XML documents.", kFindFooter, find_, runFind);
+    find.add_option("--element", find_.element, "name of the elements, prefix included")->type_name("NAME")->required();
+    find.add_option("--attribute", find_.attribute, "an attribute that they have")
+        ->type_name("NAME=VALUE")
+        ->check(CLI::Validator(
+            [](const std::string& text) {
+              const std::size_t equals = text.find('=');
+              return equals == 0 || equals == std::string::npos ? "\"" + text + "\" is not NAME=VALUE" : "";
+            },
+            ""));
+    find.add_option("--limit", find_.limit, "stop after so many")->type_name("N")->check(atLeastOne<std::uint64_t>());
+    find.add_flag("--json", find_.json, "print one JSON object a line");
+  }
+
+  void addExtract() {
+    CLI::App& extract =
+        addCommand("extract", "Writes the members of archives below a folder.", kExtractFooter, extract_, runExtract);
+    extract.add_option("-C,--directory", extract_.folder, "the folder, which exists")->type_name("DIR")->required();
+    extract
+        .add_option("--member", extract_.pattern, "only members whose path matches, as in a shell; * also matches /")
+        ->type_name("PATTERN");
+    extract.add_flag("--keep-archives", extract_.keepArchives, "write nested archives as files");
+    extract.add_flag("--refuse-aliases", extract_.refuseAliases,
+                     "refuse names that differ from an earlier one only by case or normal form");
+  }
+
+  void addDups() {
+    CLI::App& dups = addCommand("dups", "Finds equal elements in XML documents.", kDupsFooter, dups_, runDups);
+    dups.add_option("--element", dups_.element, "name of the elements, prefix included")->type_name("NAME")->required();
+    dups.add_flag("--json", dups_.json, "print one JSON array a line");
+  }
+
+  void addStats() {
+    CLI::App& stats = addCommand("stats", "Counts members and nodes, and says what streaming them took.", kStatsFooter,
+                                 stats_, runStats);
+    stats.add_flag("--json", stats_.json, "print one JSON object");
   }
 
   CLI::App app_{kDescription, "arbtree"};
-  CLI::App* stats_ = nullptr;
-  CLI::App* xml_ = nullptr;
-  StatsOptions statsOptions_;
-  XmlOptions xmlOptions_;
+  std::function<int()> chosen_;
+  LsOptions ls_;
+  ContentOptions text_;
+  ContentOptions xml_;
+  FindOptions find_;
+  ExtractOptions extract_;
+  DupsOptions dups_;
+  StatsOptions stats_;
 };
 
 }  // namespace
@@ -144,10 +292,15 @@ int main(int argc, char** argv) {
   using namespace arbtree::tool;
   // A reader that goes away shows as a failed write.
   std::signal(SIGPIPE, SIG_IGN);
+  catchInterrupts();
+  // Names of members are UTF-8 or plain bytes, wherever the user is.
+  if (!std::setlocale(LC_CTYPE, "C.UTF-8")) std::setlocale(LC_CTYPE, "");
+  int status = kInputFailed;
   try {
-    return CommandLine().run(argc, argv);
+    status = CommandLine().run(argc, argv);
   } catch (const std::exception& error) {
     std::fprintf(stderr, "arbtree: %s\n", error.what());
-    return kFailure;
   }
+  endIfInterrupted();
+  return status;
 }

@@ -9,7 +9,7 @@
 #include <string>
 #include <string_view>
 
-#include "input_file.h"
+#include "byte_source.h"
 #include "surrogate_check.h"
 #include "transcoder.h"
 
@@ -17,7 +17,7 @@ namespace arbtree::tool {
 
 class ParserFeed {
  public:
-  ParserFeed(InputFile& input, XML_Parser parser) : input_(input), parser_(parser) {}
+  ParserFeed(ByteSource& input, XML_Parser parser) : input_(input), parser_(parser) {}
 
   // Reads and parses the next block, and answers expat's result; or an error, with a problem(), when the input cannot
   // be read or is broken. Everything before the broken place has been parsed by then.
@@ -35,7 +35,7 @@ class ParserFeed {
  private:
   XML_Status parseTranscoded(std::string_view bytes);
 
-  InputFile& input_;
+  ByteSource& input_;
   const XML_Parser parser_;
   bool atEnd_ = false;
   std::string broken_;  // becomes the problem once everything before it is parsed

@@ -1,4 +1,4 @@
-// `arbtree stats`: what a document consists of, and what it took to stream it.
+// `arbtree stats`: what an input consists of, and what it took to stream it.
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
@@ -7,15 +7,16 @@
 #include "commands.h"
 #include "element_kinds.h"
 #include "json_string.h"
-#include "output_file.h"
+#include "node_links.h"
 #include "peak_memory.h"
-#include "progress.h"
-#include "report.h"
+#include "session.h"
 
 namespace arbtree::tool {
 namespace {
 
+// Counts nodes, and walks the trees among the members to do so.
 struct Counting {
+  InputDocument& document;
   std::uint64_t nodes[4] = {};  // by NodeSort
   std::uint64_t depth = 0;      // of open elements
   std::uint64_t mostDepth = 0;
@@ -27,6 +28,11 @@ struct Counting {
     return true;
   }
   void leave(const ArbNode& node) { depth -= sortOf(node) == NodeSort::element; }
+
+  bool enter(ArbForestChild& child) {
+    return child.kind != ARB_CHILD_TREE || document.walkNodes(asTree(&child), *this);
+  }
+  void leave(ArbForest&) {}
 
   std::uint64_t count(NodeSort sort) const { return nodes[static_cast<int>(sort)]; }
 };
@@ -53,40 +59,40 @@ void printJson(OutputFile& out, const std::string& file, bool complete, const Li
   out.append("}\n");
 }
 
-void print(OutputFile& out, const StatsOptions& options, const Counting& counts, const XmlDocument& document) {
-  const XmlProducer& producer = document.producer();
+void print(Session& session, const StatsOptions& options, const Counting& counts) {
+  MemberProducer& producer = session.document.producer();
+  const Production production = producer.production();
   const Line lines[] = {
+      {"archives", "archives", production.archives},
+      {"XML documents", "documents", production.documents},
+      {"other files", "files", production.files},
+      {"bytes unpacked", "bytesUnpacked", producer.budget().bytes()},
       {"elements", "elements", counts.count(NodeSort::element)},
       {"different element names", "elementNames", ElementKinds::instance().elementNameCount()},
-      {"attributes", "attributes", producer.attributesMade()},
+      {"attributes", "attributes", production.attributes},
       {"text nodes", "textNodes", counts.count(NodeSort::text)},
       {"comments", "comments", counts.count(NodeSort::comment)},
       {"processing instructions", "processingInstructions", counts.count(NodeSort::instruction)},
       {"depth of elements", "depth", counts.mostDepth},
-      {"runs of the producer", "runs", producer.runs()},
-      {"most nodes alive at once", "mostLiveNodes", document.mostLiveNodes()},
+      {"runs of the producer", "runs", production.runs},
+      {"most nodes alive at once", "mostLiveNodes", session.document.mostLiveNodes()},
       {"peak memory in bytes", "peakMemoryBytes", peakMemory()},
   };
   if (options.json) {
-    printJson(out, options.common.file, !producer.failure(), lines, std::size(lines));
+    printJson(session.out, options.common.file, session.problems.status() == 0, lines, std::size(lines));
   } else {
-    printText(out, lines, std::size(lines));
+    printText(session.out, lines, std::size(lines));
   }
 }
 
 }  // namespace
 
 int runStats(const StatsOptions& options) {
-  InputFile input(options.common.file);
-  Progress progress(progressIsWanted(options.common.quiet, false), input.size());
-  XmlDocument document(input, options.common.limits, progress);
-  Counting counts;
-  document.walk(counts);
-  progress.clear();
-  OutputFile out;
-  print(out, options, counts, document);
-  const int outputStatus = finishOutput(out);
-  return std::max(outputStatus, reportInput(input, document.producer()));
+  Session session(options.common, {}, false);
+  Counting counts{session.document};
+  session.document.walkMembers(counts);
+  print(session, options, counts);
+  return session.finish();
 }
 
 }  // namespace arbtree::tool

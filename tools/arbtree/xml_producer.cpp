@@ -69,8 +69,14 @@ struct XmlProducer::Handlers {
   }
 };
 
-XmlProducer::XmlProducer(InputFile& input, std::uint64_t maxDepth)
-    : input_(input), maxDepth_(maxDepth), parser_(XML_ParserCreate(nullptr)), feed_(input, parser_) {
+XmlProducer::XmlProducer(ByteSource& input, const Limits& limits, ArbTree* tree, const ElementKind* watched)
+    : input_(input),
+      limits_(limits),
+      watched_(watched),
+      parser_(XML_ParserCreate(nullptr)),
+      feed_(input, parser_),
+      tree_(tree),
+      document_(asChild(tree)->document) {
   if (!parser_) throw std::bad_alloc();
   setHandlers();
 }
@@ -87,34 +93,45 @@ void XmlProducer::setHandlers() {
   XML_SetSkippedEntityHandler(parser_, Handlers::skippedEntity);
   XML_SetExternalEntityRefHandler(parser_, Handlers::externalEntity);
   XML_SetUnknownEncodingHandler(parser_, Handlers::unknownEncoding, this);
+  XML_SetBillionLaughsAttackProtectionMaximumAmplification(parser_, static_cast<float>(limits_.maxAmplification));
+  XML_SetBillionLaughsAttackProtectionActivationThreshold(parser_, limits_.amplificationThreshold);
 }
 
 // --- Runs ------------------------------------------------------------------------------------------------------------
 
-std::uint32_t XmlProducer::run(ArbDocument* document, ArbForest* forest) {
-  ++runs_;
-  document_ = document;
+bool XmlProducer::run() {
   stopping_ = false;
   attributeBytes_ = 0;
-  if (!tree_ && !begin(forest)) return finish(forest);
+  if (!current_ && !begin()) return finish();
   XML_Status status = suspended_ ? XML_ResumeParser(parser_) : parseNext();
   while (status == XML_STATUS_OK && !feed_.isAtEnd() && !failure_) {
     std::uint32_t due = 0;
     ArbDocumentQueryBreak(document_, &due);
     suspended_ = false;
-    if (due != 0) return ARB_OK;
+    if (due != 0) return false;
     status = parseNext();
   }
   suspended_ = status == XML_STATUS_SUSPENDED;
-  if (suspended_ && !failure_) return ARB_OK;
-  if (status != XML_STATUS_OK && !failure_) fail(reasonOfExpat());
-  return finish(forest);
+  if (suspended_ && !failure_) return false;
+  if (status != XML_STATUS_OK && !failure_) failByExpat();
+  return finish();
 }
 
-bool XmlProducer::begin(ArbForest* forest) {
-  return check(ArbDocumentCreateTree(document_, nullptr, &tree_)) &&
-         check(ArbForestAppendChild(forest, asChild(tree_))) && check(ArbTreeQueryRootNode(tree_, &current_)) &&
-         prepareNamespaces(ElementKinds::instance().comment());
+bool XmlProducer::begin() {
+  if (!check(ArbTreeQueryRootNode(tree_, &current_)) || !prepareNamespaces(ElementKinds::instance().comment())) {
+    return false;
+  }
+  if (!watched_) return true;
+  const auto hook = [](std::uintptr_t node, void* self) -> std::uint32_t {
+    static_cast<XmlProducer*>(self)->attachOffset(reinterpret_cast<ArbNode*>(node));
+    return 0;
+  };
+  return check(ArbTreeSetProducerNodeHook(tree_, ARB_HOOK_ATTRIBUTES_DONE, watched_->elementId, hook, this));
+}
+
+void XmlProducer::attachOffset(ArbNode* node) {
+  const auto offset = static_cast<std::uint64_t>(XML_GetCurrentByteIndex(parser_));
+  check(ArbNodeSetMetadata(node, kNodeOffset, &offset, sizeof offset));
 }
 
 // Expat knows few encodings by itself. An input in another one is begun again, transcoded.
@@ -131,13 +148,10 @@ XML_Status XmlProducer::parseNext() {
 }
 
 // The tree's release completes and releases every node that is still open.
-std::uint32_t XmlProducer::finish(ArbForest* forest) {
-  if (tree_) {
-    if (!text_.isEmpty()) flushText();
-    ArbForestChildProducerRelease(asChild(tree_));
-  }
-  ArbForestAllChildrenAttached(forest);
-  return ARB_STATUS_END;
+bool XmlProducer::finish() {
+  if (current_ && !text_.isEmpty()) flushText();
+  ArbForestChildProducerRelease(asChild(tree_));
+  return true;
 }
 
 void XmlProducer::offerBreak() {
@@ -152,8 +166,8 @@ void XmlProducer::offerBreak() {
 
 void XmlProducer::startElement(const char* name, const char** attributes) {
   if (!text_.isEmpty()) flushText();
-  if (depth_ == maxDepth_) {
-    return fail("elements are nested more than " + std::to_string(maxDepth_) + " deep (see --max-depth)");
+  if (depth_ == limits_.maxDepth) {
+    return fail("elements are nested more than " + std::to_string(limits_.maxDepth) + " deep (see --max-depth)", true);
   }
   ElementKind& kind = ElementKinds::instance().element(name);
   collectAttributes(kind, attributes);
@@ -272,9 +286,9 @@ bool XmlProducer::link(ArbNode* node) {
 Place XmlProducer::here() const { return {XML_GetCurrentLineNumber(parser_), XML_GetCurrentColumnNumber(parser_) + 1}; }
 
 // The first failure counts. Expat is told to go no further.
-void XmlProducer::fail(std::string reason) {
+void XmlProducer::fail(std::string reason, bool isLimit) {
   if (failure_) return;
-  failure_ = Failure{here(), std::move(reason)};
+  failure_ = Failure{here(), std::move(reason), isLimit};
   XML_ParsingStatus parsing;
   XML_GetParsingStatus(parser_, &parsing);
   if (parsing.parsing == XML_PARSING || parsing.parsing == XML_SUSPENDED) XML_StopParser(parser_, XML_FALSE);
@@ -286,13 +300,18 @@ bool XmlProducer::refused(ArbStatus status) {
 }
 
 // Expat's own words, but for inputs that just end: there it says "no element found" also inside an element.
-std::string XmlProducer::reasonOfExpat() const {
+void XmlProducer::failByExpat() {
   const XML_Error code = XML_GetErrorCode(parser_);
   if (code == XML_ERROR_NO_ELEMENTS) {
-    if (depth_ != 0) return "the input ends inside element <" + kindOf(*current_).name + ">";
-    return input_.bytesRead() == 0 ? "the input is empty" : "the input ends without an element";
+    if (depth_ != 0) return fail("the input ends inside element <" + kindOf(*current_).name + ">");
+    return fail(input_.bytesRead() == 0 ? "the input is empty" : "the input ends without an element");
   }
-  return XML_ErrorString(code);
+  if (code == XML_ERROR_AMPLIFICATION_LIMIT_BREACH) {
+    return fail("entities amplify the input more than " + std::to_string(limits_.maxAmplification) +
+                    " times: amplification limit (see --max-amplification)",
+                true);
+  }
+  fail(XML_ErrorString(code));
 }
 
 }  // namespace arbtree::tool

@@ -1,11 +1,11 @@
-// The producer of an XML document: runs expat over an input and builds the tree, one chunk at a time.
+// Produces the tree of an XML document: runs expat over its bytes, one chunk at a time.
 //
 // Expat is stopped inside a handler as soon as the library says that the chunk is full, and resumed by the next run; a
 // few handlers may still be called after the stop, and simply add to the chunk.
 //
 // Whatever ends the parse, be it the end of the input, malformed content, a limit or a full memory, the tree built so
-// far is completed and released, the forest is closed and production ends in good order; failure() tells afterwards why
-// it ended early. So the consumer gets everything that came before.
+// far is completed and released; failure() tells afterwards why it ended early. So the consumer gets everything that
+// came before.
 #ifndef ARBTREE_TOOL_XML_PRODUCER_H
 #define ARBTREE_TOOL_XML_PRODUCER_H
 
@@ -18,14 +18,18 @@
 #include <vector>
 
 #include "arbtree/arbtree.h"
+#include "byte_source.h"
+#include "content_limits.h"
 #include "element_kinds.h"
 #include "element_node.h"
 #include "failure.h"
-#include "input_file.h"
 #include "parser_feed.h"
 #include "text_collector.h"
 
 namespace arbtree::tool {
+
+// Metadata key of the nodes of a watched kind: where the start tag begins in the bytes that expat gets, as 64 bits.
+inline constexpr std::uint32_t kNodeOffset = 0x41520011;
 
 // References to entities that are left out because their text is not in the document itself.
 struct OmittedEntities {
@@ -36,17 +40,19 @@ struct OmittedEntities {
 
 class XmlProducer {
  public:
-  XmlProducer(InputFile& input, std::uint64_t maxDepth);
+  // The tree is in its forest and has only its root. `watched` is null, or a kind whose nodes get the byte offset of
+  // their start tag as metadata.
+  XmlProducer(ByteSource& input, const Limits& limits, ArbTree* tree, const ElementKind* watched);
   ~XmlProducer();
   XmlProducer(const XmlProducer&) = delete;
   XmlProducer& operator=(const XmlProducer&) = delete;
 
-  // Produces one chunk into a document, whose forest gets the tree in the first run; the result is a producer entry's.
-  std::uint32_t run(ArbDocument* document, ArbForest* forest);
+  // Produces one chunk. The answer is whether the tree is finished; the producer has then released it.
+  bool run();
 
+  ArbTree* tree() const { return tree_; }
   const std::optional<Failure>& failure() const { return failure_; }
   const OmittedEntities& omitted() const { return omitted_; }
-  std::uint64_t runs() const { return runs_; }
   std::uint64_t nodesMade() const { return nodesMade_; }
   // Of elements alone.
   std::uint64_t attributesMade() const { return attributesMade_; }
@@ -54,10 +60,11 @@ class XmlProducer {
  private:
   struct Handlers;  // what expat calls
 
-  bool begin(ArbForest* forest);
+  bool begin();
   void setHandlers();
   XML_Status parseNext();
-  std::uint32_t finish(ArbForest* forest);
+  bool finish();
+  void attachOffset(ArbNode* node);
 
   void startElement(const char* name, const char** attributes);
   void endElement();
@@ -75,19 +82,20 @@ class XmlProducer {
   void offerBreak();
 
   Place here() const;
-  void fail(std::string reason);
+  void fail(std::string reason, bool isLimit = false);
   bool check(ArbStatus status) { return status == ARB_OK || refused(status); }
   bool refused(ArbStatus status);
-  std::string reasonOfExpat() const;
+  void failByExpat();
 
-  InputFile& input_;
-  const std::uint64_t maxDepth_;
+  ByteSource& input_;
+  const Limits& limits_;
+  const ElementKind* const watched_;
   const XML_Parser parser_;
   ParserFeed feed_;
   std::string encoding_;  // as the input declares it, when expat does not know it
 
-  ArbDocument* document_ = nullptr;
-  ArbTree* tree_ = nullptr;
+  ArbTree* const tree_;
+  ArbDocument* const document_;
   ArbNode* current_ = nullptr;  // the open element, or the root node
   std::uint32_t namespacesKnown_ = 0;
   std::uint64_t depth_ = 0;
@@ -100,7 +108,6 @@ class XmlProducer {
 
   std::optional<Failure> failure_;
   OmittedEntities omitted_;
-  std::uint64_t runs_ = 0;
   std::uint64_t nodesMade_ = 0;
   std::uint64_t attributesMade_ = 0;
 };

@@ -1,0 +1,231 @@
+// libarchive's callbacks, and what its answers mean.
+//
+// Compression is no business of the archive readers: a compressed archive is read through decompress(), so that what
+// follows the end of the archive proper is unpacked too and a cut stream shows.
+#include "archive_reader.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <new>
+#include <utility>
+
+namespace arbtree::tool {
+namespace {
+
+// --- What libarchive calls -------------------------------------------------------------------------------------------
+
+la_ssize_t readBlock(archive* handle, void* self, const void** bytes) {
+  auto& source = *static_cast<ByteSource*>(self);
+  const auto block = source.next();
+  if (!block) {
+    archive_set_error(handle, EIO, "%s", source.error().c_str());
+    return -1;
+  }
+  *bytes = block->data();
+  return static_cast<la_ssize_t>(block->size());
+}
+
+la_int64_t seekTo(archive*, void* self, la_int64_t offset, int whence) {
+  const std::int64_t position = static_cast<ByteSource*>(self)->seek(offset, whence);
+  return position < 0 ? static_cast<la_int64_t>(ARCHIVE_FATAL) : position;
+}
+
+la_int64_t skipBytes(archive*, void* self, la_int64_t count) { return static_cast<ByteSource*>(self)->skip(count); }
+
+bool open(archive* handle, ByteSource& source, bool anywhere) {
+  archive_read_set_read_callback(handle, readBlock);
+  if (anywhere) {
+    archive_read_set_seek_callback(handle, seekTo);
+    archive_read_set_skip_callback(handle, skipBytes);
+  }
+  archive_read_set_callback_data(handle, &source);
+  return archive_read_open1(handle) >= ARCHIVE_WARN;
+}
+
+ArchiveHandle makeHandle() {
+  ArchiveHandle handle(archive_read_new());
+  if (!handle) throw std::bad_alloc();
+  return handle;
+}
+
+void supportFormat(archive* handle, ContentKind format) {
+  switch (format) {
+    case ContentKind::tar:
+      archive_read_support_format_tar(handle);
+      break;
+    case ContentKind::zip:
+      archive_read_support_format_zip(handle);
+      break;
+    case ContentKind::cpio:
+      archive_read_support_format_cpio(handle);
+      break;
+    case ContentKind::ar:
+      archive_read_support_format_ar(handle);
+      break;
+    case ContentKind::sevenZip:
+      archive_read_support_format_7zip(handle);
+      break;
+    case ContentKind::cab:
+      archive_read_support_format_cab(handle);
+      break;
+    case ContentKind::rar:
+      archive_read_support_format_rar(handle);
+      break;
+    case ContentKind::rar5:
+      archive_read_support_format_rar5(handle);
+      break;
+    case ContentKind::xar:
+      archive_read_support_format_xar(handle);
+      break;
+    case ContentKind::other:
+    case ContentKind::xml:
+    case ContentKind::compressed:
+      break;
+  }
+}
+
+std::string reasonOf(archive* handle) {
+  const char* const reason = archive_error_string(handle);
+  return reason ? reason : "cannot be read";
+}
+
+// --- The sources -----------------------------------------------------------------------------------------------------
+
+class EntryContent : public ByteSource {
+ public:
+  EntryContent(archive* handle, Budget& budget) : handle_(handle), budget_(budget) {}
+
+ protected:
+  std::optional<std::string_view> pull() override {
+    if (block_.empty() && !readOn()) return std::nullopt;
+    if (position_ < blockAt_) return zeros();
+    const std::string_view block = std::exchange(block_, {});
+    position_ += block.size();
+    return spend(block);
+  }
+
+ private:
+  // The next block that is not empty; none at the end.
+  bool readOn() {
+    const void* bytes = nullptr;
+    std::size_t size = 0;
+    la_int64_t offset = 0;
+    int status = ARCHIVE_RETRY;
+    while (size == 0 && (status == ARCHIVE_RETRY || status == ARCHIVE_OK || status == ARCHIVE_WARN)) {
+      status = archive_read_data_block(handle_, &bytes, &size, &offset);
+    }
+    if (status != ARCHIVE_EOF && status < ARCHIVE_WARN) return fail(reasonOf(handle_)).has_value();
+    // A sparse file that ends in a hole ends with an empty block behind it.
+    blockAt_ = std::max(position_, static_cast<std::uint64_t>(offset));
+    block_ = {static_cast<const char*>(bytes), status == ARCHIVE_EOF ? 0 : size};
+    return true;
+  }
+
+  // Holes of sparse files.
+  std::optional<std::string_view> zeros() {
+    static constexpr char kZeros[16384] = {};
+    const std::size_t count = std::min<std::uint64_t>(sizeof kZeros, blockAt_ - position_);
+    position_ += count;
+    return spend({kZeros, count});
+  }
+
+  std::optional<std::string_view> spend(std::string_view block) {
+    if (!budget_.spendBytes(block.size())) return fail(budget_.problem());
+    return block;
+  }
+
+  archive* const handle_;
+  Budget& budget_;
+  std::string_view block_;      // read and not given out yet
+  std::uint64_t blockAt_ = 0;   // where it belongs
+  std::uint64_t position_ = 0;  // of what has been given out
+};
+
+class Decompressed final : public ByteSource {
+ public:
+  Decompressed(ByteSource& source, Budget& budget)
+      : source_(source), handle_(makeHandle()), content_(handle_.get(), budget) {}
+
+ protected:
+  std::optional<std::string_view> pull() override {
+    if (!opened_ && !begin()) return error().empty() ? std::optional(std::string_view()) : std::nullopt;
+    const auto block = content_.next();
+    return block ? block : fail(content_.error());
+  }
+
+ private:
+  // False without an error: there is nothing in the stream.
+  bool begin() {
+    opened_ = true;
+    archive_read_support_filter_gzip(handle_.get());
+    archive_read_support_filter_bzip2(handle_.get());
+    archive_read_support_filter_xz(handle_.get());
+    archive_read_support_filter_zstd(handle_.get());
+    archive_read_support_filter_lz4(handle_.get());
+    archive_read_support_filter_lzip(handle_.get());
+    archive_read_support_filter_compress(handle_.get());
+    archive_read_support_format_raw(handle_.get());
+    archive_read_support_format_empty(handle_.get());
+    archive_entry* entry = nullptr;
+    if (open(handle_.get(), source_, false)) {
+      const int status = archive_read_next_header(handle_.get(), &entry);
+      if (status == ARCHIVE_EOF) return false;
+      if (status >= ARCHIVE_WARN) return true;
+    }
+    fail(reasonOf(handle_.get()));
+    return false;
+  }
+
+  ByteSource& source_;
+  ArchiveHandle handle_;
+  EntryContent content_;
+  bool opened_ = false;
+};
+
+}  // namespace
+
+std::unique_ptr<ByteSource> decompress(ByteSource& source, Budget& budget) {
+  return std::make_unique<Decompressed>(source, budget);
+}
+
+// --- Entries ---------------------------------------------------------------------------------------------------------
+
+ArchiveReader::ArchiveReader(ByteSource& source, ContentKind format)
+    : source_(source), archive_(makeHandle()), format_(format) {
+  supportFormat(archive_.get(), format);
+}
+
+ArchiveReader::Step ArchiveReader::next() {
+  if (!opened_) {
+    opened_ = true;
+    if (!open(archive_.get(), source_, source_.canSeek())) return fail(reasonOf(archive_.get()));
+  }
+  const int status = archive_read_next_header(archive_.get(), &entry_);
+  if (status == ARCHIVE_EOF) return finish();
+  if (status < ARCHIVE_WARN) return fail(reasonOf(archive_.get()));
+  return Step::entry;
+}
+
+std::unique_ptr<ByteSource> ArchiveReader::content(Budget& budget) {
+  return std::make_unique<EntryContent>(archive_.get(), budget);
+}
+
+ArchiveReader::Step ArchiveReader::fail(std::string reason) {
+  error_ = std::move(reason);
+  return Step::failed;
+}
+
+// What comes after the last entry belongs to the source, whose own checks come at its end.
+ArchiveReader::Step ArchiveReader::finish() {
+  if (!endsInFull()) return fail("the archive is cut off: its end is missing");
+  if (!source_.canSeek() && !source_.drain()) return fail(source_.error());
+  return Step::end;
+}
+
+// libarchive takes a tar archive that just ends for a whole one; a whole one ends with an empty header.
+bool ArchiveReader::endsInFull() {
+  if (format_ != ContentKind::tar) return true;
+  return archive_filter_bytes(archive_.get(), 0) > archive_read_header_position(archive_.get());
+}
+
+}  // namespace arbtree::tool

@@ -1,0 +1,56 @@
+// One archive of a chain, read entry by entry with libarchive out of a byte source, and the two sources that libarchive
+// gives: the content of an archive's entry, and what a compressed stream unpacks to.
+#ifndef ARBTREE_TOOL_ARCHIVE_READER_H
+#define ARBTREE_TOOL_ARCHIVE_READER_H
+
+#include <archive.h>
+#include <archive_entry.h>
+
+#include <memory>
+#include <string>
+
+#include "byte_source.h"
+#include "content_kind.h"
+#include "content_limits.h"
+
+namespace arbtree::tool {
+
+struct FreeArchive {
+  void operator()(archive* handle) const { archive_read_free(handle); }
+};
+using ArchiveHandle = std::unique_ptr<archive, FreeArchive>;
+
+class ArchiveReader {
+ public:
+  enum class Step { entry, end, failed };
+
+  // Borrows the source. Throws std::bad_alloc.
+  ArchiveReader(ByteSource& source, ContentKind format);
+
+  // Goes on to the next entry, past what is left of the current one. After a failure nothing more can be read.
+  Step next();
+  archive_entry& entry() const { return *entry_; }
+  // The content of the current entry, good until the next step. REQUIRES: the reader outlives it.
+  std::unique_ptr<ByteSource> content(Budget& budget);
+  // Why a step failed.
+  const std::string& error() const { return error_; }
+
+ private:
+  Step fail(std::string reason);
+  Step finish();
+  bool endsInFull();
+
+  ByteSource& source_;
+  ArchiveHandle archive_;
+  const ContentKind format_;
+  bool opened_ = false;
+  archive_entry* entry_ = nullptr;
+  std::string error_;
+};
+
+// The unpacked bytes of a compressed stream; borrows the source.
+std::unique_ptr<ByteSource> decompress(ByteSource& source, Budget& budget);
+
+}  // namespace arbtree::tool
+
+#endif

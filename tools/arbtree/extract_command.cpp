@@ -1,0 +1,109 @@
+// `arbtree extract`: writes the members out below a folder. Files go through the library's file children: the writer
+// that compwrite has for this host takes the content from the producer, which waits at the file.
+#include <fnmatch.h>
+
+#include "arbtree/compwrite.h"
+#include "commands.h"
+#include "member_name.h"
+#include "node_links.h"
+#include "session.h"
+#include "target_folder.h"
+
+namespace arbtree::tool {
+namespace {
+
+constexpr std::uint32_t kNotWritten = 1;
+
+class Extraction {
+ public:
+  Extraction(Session& session, const ExtractOptions& options, TargetFolder& target)
+      : session_(session), options_(options), target_(target) {
+    if (CompWriteSetWriter(&session.document.host(), write, this) != ARB_OK) throw std::bad_alloc();
+  }
+  ~Extraction() { CompWriteRemoveWriter(&session_.document.host()); }
+  Extraction(const Extraction&) = delete;
+  Extraction& operator=(const Extraction&) = delete;
+
+  bool enter(ArbForestChild& child) {
+    path_ = pathOf(child);
+    if (child.kind == ARB_CHILD_FOREST) {
+      if (options_.pattern.empty()) refuseIf(target_.makeFolder(path_, 0777));
+    } else if (isWanted()) {
+      refuseIf(extract(child));
+    }
+    return true;
+  }
+  void leave(ArbForest&) {}
+
+  void finish() {
+    for (const auto& [path, reason] : target_.finish()) session_.problems.member(path, "refused: " + reason);
+  }
+
+ private:
+  bool isWanted() const {
+    return options_.pattern.empty() || fnmatch(options_.pattern.c_str(), shown(path_).c_str(), FNM_NOESCAPE) == 0;
+  }
+
+  std::string extract(ArbForestChild& child) {
+    const MemberFacts facts = factsOf(child);
+    if (facts.link == LinkKind::symbolic) return target_.linkSymbolic(path_, bytesOf(child, kMemberLink));
+    if (facts.link == LinkKind::hard) return target_.linkHard(path_, hardTarget(child));
+    switch (facts.mode & AE_IFMT) {
+      case AE_IFDIR:
+        return target_.makeFolder(path_, facts.mode);
+      case AE_IFREG:
+      case 0:
+        return ArbFileWrite(asFile(&child), 0) == ARB_OK ? "" : problem_;
+      default:
+        return "it is a device or another special file";
+    }
+  }
+
+  // Links name members of their own archive.
+  static std::string hardTarget(ArbForestChild& child) {
+    const std::string target = bytesOf(child, kMemberLink);
+    const bool isNested = child.parent && child.parent->child.parent;
+    return isNested && !target.starts_with('/') ? pathOf(child.parent->child) + "/" + target : target;
+  }
+
+  static std::uint32_t ARB_CALL write(ArbHostContext*, ArbFile* file, std::uint32_t, void* self) {
+    auto& extraction = *static_cast<Extraction*>(self);
+    extraction.problem_ = extraction.target_.writeFile(extraction.path_, factsOf(file->child),
+                                                       extraction.session_.document.producer().fileContent());
+    return extraction.problem_.empty() ? ARB_OK : kNotWritten;
+  }
+
+  // A limit is told by the producer.
+  void refuseIf(const std::string& problem) {
+    if (problem.empty() || !session_.document.producer().budget().isWithin()) return;
+    session_.problems.member(path_, "refused: " + problem);
+  }
+
+  Session& session_;
+  const ExtractOptions& options_;
+  TargetFolder& target_;
+  std::string path_;     // of the current member
+  std::string problem_;  // of the file written last
+};
+
+}  // namespace
+
+int runExtract(const ExtractOptions& options) {
+  Wishes wishes;
+  wishes.inputIsXml = false;
+  wishes.parsesXml = false;
+  wishes.readsFiles = true;
+  if (options.keepArchives) wishes.wantsMembers = [](const std::string&) { return false; };
+  Session session(options.common, std::move(wishes), false);
+  TargetFolder target(options.folder, options.refuseAliases);
+  if (!target.error().empty()) {
+    std::fprintf(stderr, "arbtree: %s: %s\n", options.folder.c_str(), target.error().c_str());
+    return kInputFailed;
+  }
+  Extraction extraction(session, options, target);
+  session.document.walkMembers(extraction);
+  extraction.finish();
+  return session.finish();
+}
+
+}  // namespace arbtree::tool
