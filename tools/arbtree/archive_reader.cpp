@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdio>
 #include <new>
 #include <utility>
 
@@ -15,10 +16,10 @@ namespace {
 // --- What libarchive calls -------------------------------------------------------------------------------------------
 
 la_ssize_t readBlock(archive* handle, void* self, const void** bytes) {
-  auto& source = *static_cast<ByteSource*>(self);
-  const auto block = source.next();
+  auto& feed = *static_cast<ArchiveFeed*>(self);
+  const auto block = feed.next();
   if (!block) {
-    archive_set_error(handle, EIO, "%s", source.error().c_str());
+    archive_set_error(handle, EIO, "%s", feed.source().error().c_str());
     return -1;
   }
   *bytes = block->data();
@@ -26,19 +27,21 @@ la_ssize_t readBlock(archive* handle, void* self, const void** bytes) {
 }
 
 la_int64_t seekTo(archive*, void* self, la_int64_t offset, int whence) {
-  const std::int64_t position = static_cast<ByteSource*>(self)->seek(offset, whence);
+  const std::int64_t position = static_cast<ArchiveFeed*>(self)->source().seek(offset, whence);
   return position < 0 ? static_cast<la_int64_t>(ARCHIVE_FATAL) : position;
 }
 
-la_int64_t skipBytes(archive*, void* self, la_int64_t count) { return static_cast<ByteSource*>(self)->skip(count); }
+la_int64_t skipBytes(archive*, void* self, la_int64_t count) {
+  return static_cast<ArchiveFeed*>(self)->source().skip(count);
+}
 
-bool open(archive* handle, ByteSource& source, bool anywhere) {
+bool open(archive* handle, ArchiveFeed& feed, bool anywhere) {
   archive_read_set_read_callback(handle, readBlock);
   if (anywhere) {
     archive_read_set_seek_callback(handle, seekTo);
     archive_read_set_skip_callback(handle, skipBytes);
   }
-  archive_read_set_callback_data(handle, &source);
+  archive_read_set_callback_data(handle, &feed);
   return archive_read_open1(handle) >= ARCHIVE_WARN;
 }
 
@@ -84,6 +87,22 @@ void supportFormat(archive* handle, ContentKind format) {
   }
 }
 
+// The end record of a zip archive: its own bytes and a comment of up to 64 KiB.
+constexpr std::size_t kZipEndBytes = 22;
+constexpr std::size_t kZipTailBytes = kZipEndBytes + 0xFFFF;
+
+bool hasZipEnd(std::string_view tail) {
+  for (std::size_t at = tail.rfind("PK\5\6"); at != std::string_view::npos; at = tail.rfind("PK\5\6", at - 1)) {
+    if (at + kZipEndBytes <= tail.size()) {
+      const std::size_t comment =
+          static_cast<unsigned char>(tail[at + 20]) + 256u * static_cast<unsigned char>(tail[at + 21]);
+      if (at + kZipEndBytes + comment <= tail.size()) return true;
+    }
+    if (at == 0) break;
+  }
+  return false;
+}
+
 std::string reasonOf(archive* handle) {
   const char* const reason = archive_error_string(handle);
   return reason ? reason : "cannot be read";
@@ -93,7 +112,8 @@ std::string reasonOf(archive* handle) {
 
 class EntryContent : public ByteSource {
  public:
-  EntryContent(archive* handle, Budget& budget) : handle_(handle), budget_(budget) {}
+  EntryContent(archive* handle, bool isSparse, Budget& budget)
+      : handle_(handle), isSparse_(isSparse), budget_(budget) {}
 
  protected:
   std::optional<std::string_view> pull() override {
@@ -115,8 +135,8 @@ class EntryContent : public ByteSource {
       status = archive_read_data_block(handle_, &bytes, &size, &offset);
     }
     if (status != ARCHIVE_EOF && status < ARCHIVE_WARN) return fail(reasonOf(handle_)).has_value();
-    // A sparse file that ends in a hole ends with an empty block behind it.
-    blockAt_ = std::max(position_, static_cast<std::uint64_t>(offset));
+    // A sparse file that ends in a hole ends with an empty block behind it. For others some formats give no offsets.
+    blockAt_ = isSparse_ ? std::max(position_, static_cast<std::uint64_t>(offset)) : position_;
     block_ = {static_cast<const char*>(bytes), status == ARCHIVE_EOF ? 0 : size};
     return true;
   }
@@ -135,6 +155,7 @@ class EntryContent : public ByteSource {
   }
 
   archive* const handle_;
+  const bool isSparse_;
   Budget& budget_;
   std::string_view block_;      // read and not given out yet
   std::uint64_t blockAt_ = 0;   // where it belongs
@@ -144,7 +165,7 @@ class EntryContent : public ByteSource {
 class Decompressed final : public ByteSource {
  public:
   Decompressed(ByteSource& source, Budget& budget)
-      : source_(source), handle_(makeHandle()), content_(handle_.get(), budget) {}
+      : feed_(source, 0), handle_(makeHandle()), content_(handle_.get(), false, budget) {}
 
  protected:
   std::optional<std::string_view> pull() override {
@@ -167,7 +188,7 @@ class Decompressed final : public ByteSource {
     archive_read_support_format_raw(handle_.get());
     archive_read_support_format_empty(handle_.get());
     archive_entry* entry = nullptr;
-    if (open(handle_.get(), source_, false)) {
+    if (open(handle_.get(), feed_, false)) {
       const int status = archive_read_next_header(handle_.get(), &entry);
       if (status == ARCHIVE_EOF) return false;
       if (status >= ARCHIVE_WARN) return true;
@@ -176,7 +197,7 @@ class Decompressed final : public ByteSource {
     return false;
   }
 
-  ByteSource& source_;
+  ArchiveFeed feed_;
   ArchiveHandle handle_;
   EntryContent content_;
   bool opened_ = false;
@@ -188,17 +209,31 @@ std::unique_ptr<ByteSource> decompress(ByteSource& source, Budget& budget) {
   return std::make_unique<Decompressed>(source, budget);
 }
 
+std::optional<std::string_view> ArchiveFeed::next() {
+  const auto block = source_.next();
+  if (!block || tailBytes_ == 0) return block;
+  if (block->size() >= tailBytes_) {
+    tail_.assign(block->substr(block->size() - tailBytes_));
+  } else {
+    if (tail_.size() > 3 * tailBytes_) tail_.erase(0, tail_.size() - tailBytes_);
+    tail_.append(*block);
+  }
+  return block;
+}
+
 // --- Entries ---------------------------------------------------------------------------------------------------------
 
 ArchiveReader::ArchiveReader(ByteSource& source, ContentKind format)
-    : source_(source), archive_(makeHandle()), format_(format) {
+    : feed_(source, format == ContentKind::zip && !source.canSeek() ? kZipTailBytes : 0),
+      archive_(makeHandle()),
+      format_(format) {
   supportFormat(archive_.get(), format);
 }
 
 ArchiveReader::Step ArchiveReader::next() {
   if (!opened_) {
     opened_ = true;
-    if (!open(archive_.get(), source_, source_.canSeek())) return fail(reasonOf(archive_.get()));
+    if (!open(archive_.get(), feed_, feed_.source().canSeek())) return fail(reasonOf(archive_.get()));
   }
   const int status = archive_read_next_header(archive_.get(), &entry_);
   if (status == ARCHIVE_EOF) return finish();
@@ -207,7 +242,7 @@ ArchiveReader::Step ArchiveReader::next() {
 }
 
 std::unique_ptr<ByteSource> ArchiveReader::content(Budget& budget) {
-  return std::make_unique<EntryContent>(archive_.get(), budget);
+  return std::make_unique<EntryContent>(archive_.get(), archive_entry_sparse_count(entry_) != 0, budget);
 }
 
 ArchiveReader::Step ArchiveReader::fail(std::string reason) {
@@ -217,15 +252,36 @@ ArchiveReader::Step ArchiveReader::fail(std::string reason) {
 
 // What comes after the last entry belongs to the source, whose own checks come at its end.
 ArchiveReader::Step ArchiveReader::finish() {
+  if (!feed_.source().canSeek() && !drain()) return fail(feed_.source().error());
   if (!endsInFull()) return fail("the archive is cut off: its end is missing");
-  if (!source_.canSeek() && !source_.drain()) return fail(source_.error());
   return Step::end;
 }
 
-// libarchive takes a tar archive that just ends for a whole one; a whole one ends with an empty header.
+bool ArchiveReader::drain() {
+  for (;;) {
+    const auto block = feed_.next();
+    if (!block) return false;
+    if (block->empty()) return true;
+  }
+}
+
+// libarchive takes a tar archive that just ends for a whole one; a whole one ends with an empty header. A zip archive
+// that it reads as a stream ends for it with the first record that is no member; a whole one ends with its end record.
 bool ArchiveReader::endsInFull() {
-  if (format_ != ContentKind::tar) return true;
-  return archive_filter_bytes(archive_.get(), 0) > archive_read_header_position(archive_.get());
+  if (format_ == ContentKind::tar) {
+    return archive_filter_bytes(archive_.get(), 0) > archive_read_header_position(archive_.get());
+  }
+  if (format_ != ContentKind::zip) return true;
+  if (feed_.source().canSeek()) readTail();
+  return hasZipEnd(feed_.tail());
+}
+
+void ArchiveReader::readTail() {
+  ByteSource& source = feed_.source();
+  feed_.keepTail(kZipTailBytes);
+  const std::int64_t size = source.seek(0, SEEK_END);
+  source.seek(std::max<std::int64_t>(0, size - static_cast<std::int64_t>(kZipTailBytes)), SEEK_SET);
+  drain();
 }
 
 }  // namespace arbtree::tool

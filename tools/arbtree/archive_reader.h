@@ -20,6 +20,24 @@ struct FreeArchive {
 };
 using ArchiveHandle = std::unique_ptr<archive, FreeArchive>;
 
+// What libarchive reads from: a source, of whose bytes the last ones can be kept.
+class ArchiveFeed {
+ public:
+  ArchiveFeed(ByteSource& source, std::size_t tailBytes) : source_(source), tailBytes_(tailBytes) {}
+
+  // Begins to keep the tail.
+  void keepTail(std::size_t bytes) { tailBytes_ = bytes; }
+
+  std::optional<std::string_view> next();
+  ByteSource& source() { return source_; }
+  std::string_view tail() const { return tail_; }
+
+ private:
+  ByteSource& source_;
+  std::size_t tailBytes_;
+  std::string tail_;  // at least the last tailBytes_ that there were
+};
+
 class ArchiveReader {
  public:
   enum class Step { entry, end, failed };
@@ -39,8 +57,10 @@ class ArchiveReader {
   Step fail(std::string reason);
   Step finish();
   bool endsInFull();
+  bool drain();
+  void readTail();
 
-  ByteSource& source_;
+  ArchiveFeed feed_;
   ArchiveHandle archive_;
   const ContentKind format_;
   bool opened_ = false;

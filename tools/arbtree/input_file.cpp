@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <utility>
 
@@ -27,6 +28,30 @@ InputFile::InputFile(std::string path) : path_(std::move(path)) {
   }
   struct stat status;
   if (fstat(descriptor_, &status) == 0 && S_ISREG(status.st_mode)) size_ = static_cast<std::uint64_t>(status.st_size);
+}
+
+std::unique_ptr<InputFile> InputFile::spool(ByteSource& source, std::string& problem) {
+  const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::tmpfile(), std::fclose);
+  bool good = file != nullptr;
+  std::uint64_t size = 0;
+  while (good) {
+    const auto block = source.next();
+    if (!block) {
+      problem = source.error();
+      return nullptr;
+    }
+    if (block->empty()) break;
+    size += block->size();
+    good = std::fwrite(block->data(), 1, block->size(), file.get()) == block->size();
+  }
+  good = good && std::fflush(file.get()) == 0;
+  const int descriptor = good ? fcntl(fileno(file.get()), F_DUPFD_CLOEXEC, 0) : -1;
+  if (descriptor < 0 || lseek(descriptor, 0, SEEK_SET) < 0) {
+    problem = std::string("no temporary file for a format that cannot be streamed: ") + std::strerror(errno);
+    if (descriptor >= 0) close(descriptor);
+    return nullptr;
+  }
+  return std::unique_ptr<InputFile>(new InputFile(descriptor, size));
 }
 
 InputFile::~InputFile() {

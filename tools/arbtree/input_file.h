@@ -15,6 +15,9 @@ namespace arbtree::tool {
 class InputFile final : public ByteSource {
  public:
   explicit InputFile(std::string path);
+  // What is left of a source, put into a temporary file without a name; for formats that cannot be streamed. Null when
+  // the source or the file fails: `problem` then says why.
+  static std::unique_ptr<InputFile> spool(ByteSource& source, std::string& problem);
   ~InputFile() override;
 
   const std::string& path() const { return path_; }
@@ -35,6 +38,7 @@ class InputFile final : public ByteSource {
   bool pullsInto() const override { return true; }
 
  private:
+  InputFile(int descriptor, std::uint64_t size) : descriptor_(descriptor), size_(size) {}
   bool isStandardInput() const { return path_ == "-"; }
 
   std::string path_;

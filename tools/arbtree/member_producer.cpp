@@ -121,7 +121,6 @@ void MemberProducer::takeMember(archive_entry& entry) {
   if (!budget_.isWithin()) return;
   if (isArchive(content_.kind) && (!wishes_.wantsMembers || wishes_.wantsMembers(path_))) return addArchive(member);
   if (content_.kind == ContentKind::xml && wishes_.parsesXml) return addTree(member);
-  content_.kind = ContentKind::other;
   addFile(member);
   if (!wishes_.readsFiles && !content_.raw->error().empty()) problems_.member(path_, content_.raw->error());
 }
@@ -149,7 +148,7 @@ MemberProducer::NewMember MemberProducer::describe(archive_entry& entry) const {
   return member;
 }
 
-// Leaves the content at its beginning, unpacked only where it is wanted unpacked.
+// What is unpacked to be looked at is kept packed too, until settle() says which of the two is wanted.
 void MemberProducer::examine(Content& content, const std::string& name, bool xmlByDefault) {
   content.kind = recognise(content.raw->peek(kSignBytes), name);
   if (content.kind == ContentKind::compressed) content.kind = recogniseUnpacked(content, name, xmlByDefault);
@@ -160,14 +159,14 @@ ContentKind MemberProducer::recogniseUnpacked(Content& content, const std::strin
   content.raw->hold();
   content.unpacked = decompress(*content.raw, budget_);
   const ContentKind kind = recognise(content.unpacked->peek(kSignBytes), withoutLastExtension(name));
-  const bool wanted = isArchive(kind) || (wishes_.parsesXml && (kind == ContentKind::xml || xmlByDefault));
-  if (wanted) {
-    content.raw->letGo();
-    return kind;
-  }
+  return kind == ContentKind::other && xmlByDefault ? ContentKind::xml : kind;
+}
+
+void MemberProducer::settle(Content& content, bool unpacked) {
+  if (!content.unpacked) return;
+  if (unpacked) return content.raw->letGo();
   content.unpacked.reset();
   content.raw->rewind();
-  return ContentKind::other;
 }
 
 // --- Child documents -------------------------------------------------------------------------------------------------
@@ -191,6 +190,8 @@ bool MemberProducer::attach(ArbForestChild* child, const NewMember& member) {
 
 void MemberProducer::addFile(const NewMember& member) {
   ++done_.files;
+  settle(content_, false);
+  content_.kind = ContentKind::other;
   ArbFile* file = nullptr;
   if (!check(ArbDocumentCreateFile(document_, toPattern(member.name).c_str(), 0, &file))) return;
   if (!attach(&file->child, member)) return;
@@ -207,6 +208,7 @@ void MemberProducer::addTree(const NewMember& member) {
     check(ArbForestChildProducerRelease(asChild(tree)));
     return;
   }
+  settle(content_, true);
   xml_ = std::make_unique<XmlProducer>(content_.useful(), budget_.limits(), tree, wishes_.watched);
 }
 
@@ -216,7 +218,6 @@ void MemberProducer::addArchive(const NewMember& member) {
         path_,
         "archives are nested more than " + std::to_string(budget_.limits().maxNesting) + " deep (see --max-nesting)",
         kLimitPassed);
-    content_.unpacked.reset();
     return addFile(member);
   }
   ArbForest* forest = nullptr;
@@ -230,10 +231,18 @@ void MemberProducer::addArchive(const NewMember& member) {
 
 void MemberProducer::enterArchive(ArbForest* forest, std::string path, std::string longPath) {
   ++done_.archives;
+  settle(content_, true);
   Level level = {std::move(content_), nullptr, forest, std::move(path), std::move(longPath)};
   content_ = {};
+  std::string problem;
+  if (level.content.kind == ContentKind::sevenZip && !level.content.useful().canSeek()) {
+    level.content.spooled = InputFile::spool(level.content.useful(), problem);
+  }
   level.reader = std::make_unique<ArchiveReader>(level.content.useful(), level.content.kind);
   levels_.push_back(std::move(level));
+  if (problem.empty()) return;
+  if (budget_.isWithin()) problems_.member(levels_.back().path, problem);
+  closeLevel();
 }
 
 void MemberProducer::finishTree() {

@@ -68,8 +68,9 @@ class MemberProducer {
     std::unique_ptr<ByteSource> owned;
     ByteSource* raw = nullptr;
     std::unique_ptr<ByteSource> unpacked;
+    std::unique_ptr<ByteSource> spooled;  // all of it, where a format must be read back and forth
     ContentKind kind = ContentKind::other;
-    ByteSource& useful() { return unpacked ? *unpacked : *raw; }
+    ByteSource& useful() { return spooled ? *spooled : unpacked ? *unpacked : *raw; }
   };
   // An open archive.
   struct Level {
@@ -92,6 +93,7 @@ class MemberProducer {
   NewMember describe(archive_entry& entry) const;
   void examine(Content& content, const std::string& name, bool xmlByDefault);
   ContentKind recogniseUnpacked(Content& content, const std::string& name, bool xmlByDefault);
+  static void settle(Content& content, bool unpacked);
 
   void addFile(const NewMember& member);
   void addTree(const NewMember& member);

@@ -1,0 +1,238 @@
+"""Archives of all formats, nested in each other: listed and extracted as bsdtar, dpkg-deb and unzip do, and searched."""
+import json
+import os
+import subprocess
+import sys
+import tempfile
+import unittest
+
+sys.dont_write_bytecode = True
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "support"))
+from archives import XML, bsdtar, make_zip, packed, tar, tar_entry, tree_of  # noqa: E402
+from tool import ENVIRONMENT, TIMEOUT, canonical, run, stats  # noqa: E402
+
+FORMATS = {"tar": ("gnutar", []), "tar.gz": ("pax", ["-z"]), "tar.bz2": ("ustar", ["-j"]), "tar.xz": ("pax", ["-J"]),
+           "tar.zst": ("pax", ["--zstd"]), "v7.tar": ("v7", []), "cpio": ("newc", []), "odc.cpio": ("odc", []),
+           "cpio.gz": ("newc", ["-z"]), "zip": ("zip", []), "7z": ("7zip", []), "xar": ("xar", [])}
+FILES = {"a.txt": b"plain\n", "dir/b.xml": XML, "dir/empty": b"", "dir/big": bytes(range(256)) * 4000}
+# Three levels: a zip in a compressed tar in a tar.
+NESTED = tar([("mid.tar.gz", packed("gzip", tar([("in.zip", make_zip([("b.xml", XML), ("t", b"text")])), ("x", b"1")]))),
+              ("last.xml", XML)])
+
+
+def output(*command, **options):
+    done = subprocess.run(command, stdout=subprocess.PIPE, check=True, timeout=TIMEOUT, env=UTF8, **options)
+    return done.stdout
+
+
+UTF8 = dict(ENVIRONMENT, LC_ALL="C.UTF-8")
+
+
+class InFolder(unittest.TestCase):
+    def setUp(self):
+        keeper = tempfile.TemporaryDirectory()
+        self.addCleanup(keeper.cleanup)
+        self.folder = keeper.name
+
+    def write(self, name, data):
+        path = os.path.join(os.fsencode(self.folder), os.fsencode(name))
+        os.makedirs(os.path.dirname(path), exist_ok=True)
+        with open(path, "wb") as file:
+            file.write(data)
+        return os.fsdecode(path)
+
+    def new_folder(self, name):
+        path = os.path.join(self.folder, name)
+        os.mkdir(path)
+        return path
+
+
+class Formats(InFolder):
+    def test_each_format_is_listed_and_extracted_as_bsdtar_does(self):
+        for name, data in FILES.items():
+            self.write("in/" + name, data)
+        os.symlink("b.xml", os.path.join(self.folder, "in/dir/link"))
+        for extension, (form, filters) in FORMATS.items():
+            with self.subTest(extension):
+                names = ["a.txt", "dir"]
+                archive = bsdtar(self.folder + "/a." + extension, form, filters, self.folder + "/in", names)
+                listed = run("ls", archive)
+                self.assertEqual((0, ""), (listed.status, listed.err))
+                self.assertEqual(output("bsdtar", "-tf", archive), listed.out)
+                with open(archive, "rb") as file:
+                    self.assertEqual(listed.out, run("ls", "-", stdin=file).out)
+                ours, theirs = self.new_folder("ours-" + extension), self.new_folder("theirs-" + extension)
+                output("bsdtar", "-xf", archive, "-C", theirs)
+                result = run("extract", "-C", ours, archive)
+                self.assertEqual((0, ""), (result.status, result.err))
+                self.assertEqual(tree_of(theirs), tree_of(ours))
+                figures = stats(archive)
+                self.assertEqual((1, 1, 4), (figures["archives"], figures["documents"], figures["elements"]))
+
+    def test_a_seven_zip_archive_within_another_is_read_back_and_forth(self):
+        self.write("in/b.xml", XML)
+        with open(bsdtar(self.folder + "/i.7z", "7zip", [], self.folder + "/in", ["b.xml"]), "rb") as inner:
+            result = run("ls", "-", data=tar([("i.7z", inner.read())]))
+        self.assertEqual((0, b"i.7z\ni.7z/b.xml\n"), (result.status, result.out))
+
+    def test_compressed_xml_is_xml_and_other_compressed_files_are_files(self):
+        for program in ["gzip", "xz", "zstd", "bzip2"]:
+            with self.subTest(program):
+                data = packed(program, XML)
+                self.assertEqual(canonical(XML), canonical(run("xml", "-", data=data).out))
+                archive = tar([("m.xml.z", data), ("t.z", packed(program, b"text" * 1000)), ("last", b"")])
+                kinds = [json.loads(line)["kind"] for line in run("ls", "--json", "-", data=archive).out.splitlines()]
+                self.assertEqual(["tree", "file", "file"], kinds)
+                folder = self.new_folder(program)
+                self.assertEqual(0, run("extract", "-C", folder, "-", data=archive).status)
+                with open(folder + "/t.z", "rb") as file:
+                    self.assertEqual(packed(program, b"text" * 1000), file.read())
+                with open(folder + "/m.xml.z", "rb") as file:
+                    self.assertEqual(data, file.read())
+
+
+class Packages(InFolder):
+    def package(self):
+        """A Debian package of files of this system, made by dpkg-deb."""
+        root = self.folder + "/root"
+        self.write("root/DEBIAN/control", b"Package: p\nVersion: 1\nArchitecture: all\nMaintainer: m <m@m>\nDescription: d\n")
+        output("sh", "-c", 'cp -a /usr/share/doc/libc6 /usr/share/doc/xz-utils "$0" 2>/dev/null || true', self.folder)
+        os.makedirs(root + "/usr/share")
+        for name in os.listdir(self.folder):
+            if name != "root":
+                os.rename(os.path.join(self.folder, name), os.path.join(root, "usr/share", name))
+        self.write("root/usr/lib/a%b ä.xml", XML)
+        output("dpkg-deb", "--root-owner-group", "-b", root, self.folder + "/p.deb")
+        return self.folder + "/p.deb"
+
+    def test_a_debian_package_is_listed_and_extracted_as_dpkg_deb_does(self):
+        package = self.package()
+        prefix = b"data.tar.xz/"
+        lines = run("ls", package).out.splitlines()
+        ours = [line[len(prefix):] for line in lines if line.startswith(prefix)]
+        fields = [line.split(None, 5) for line in output("dpkg-deb", "-c", package).splitlines()]
+        self.assertEqual([field[5].split(b" -> ")[0] for field in fields], [name.replace(b"\\", b"\\") for name in ours])
+        self.assertEqual([field[0] for field in fields], [
+            json.loads(line)["mode"].encode() for line in run("ls", "--json", package).out.splitlines()
+            if json.loads(line)["path"].startswith("data.tar.xz/")])
+        mine, theirs = self.new_folder("mine"), self.new_folder("theirs")
+        output("dpkg-deb", "-x", package, theirs)
+        result = run("extract", "-C", mine, "--member", "data.tar.xz/*", package)
+        self.assertEqual((0, ""), (result.status, result.err))
+        self.assertEqual(tree_of(theirs), tree_of(mine + "/data.tar.xz"))
+
+    def test_a_zip_file_is_extracted_as_unzip_does(self):
+        for name, data in FILES.items():
+            self.write("in/" + name, data)
+        output("zip", "-qr", self.folder + "/a.zip", ".", cwd=self.folder + "/in")
+        mine, theirs = self.new_folder("mine"), self.new_folder("theirs")
+        output("unzip", "-q", self.folder + "/a.zip", "-d", theirs)
+        self.assertEqual(0, run("extract", "-C", mine, self.folder + "/a.zip").status)
+        self.assertEqual(tree_of(theirs), tree_of(mine))
+        self.assertEqual(sorted(output("unzip", "-Z1", self.folder + "/a.zip").splitlines()),
+                         sorted(run("ls", self.folder + "/a.zip").out.splitlines()))
+
+
+class Nested(InFolder):
+    def test_listing_and_reading_through_three_levels(self):
+        self.assertEqual(b"mid.tar.gz\nmid.tar.gz/in.zip\nmid.tar.gz/in.zip/b.xml\nmid.tar.gz/in.zip/t\nmid.tar.gz/x\n"
+                         b"last.xml\n", run("ls", "-", data=NESTED).out)
+        self.assertEqual(b"mid.tar.gz\n  in.zip\n    b.xml\n    t\n  x\nlast.xml\n", run("ls", "--tree", "-", data=NESTED).out)
+        inner = run("xml", "--member", "mid.tar.gz/in.zip/b.xml", "-", data=NESTED)
+        self.assertEqual((0, canonical(XML)), (inner.status, canonical(inner.out)))
+        text = "x & äx & ä\n".encode()
+        self.assertEqual(text, run("text", "--member", "last.xml", "-", data=NESTED).out)
+        self.assertEqual(text * 2, run("text", "-", data=NESTED).out)
+
+    def test_listings_do_not_depend_on_the_chunk_size(self):
+        for chunk_bytes in ["1", "300", "1000000"]:
+            self.assertEqual(run("ls", "-", data=NESTED).out, run("ls", "--chunk-bytes", chunk_bytes, "-", data=NESTED).out)
+
+    def test_details(self):
+        entry = tar_entry("dir/link", type=b"2", linkname="t\nx", mtime=0, mode=0o777)
+        data = tar([("dir/a.xml", XML), (entry, None), (tar_entry("s", mode=0o4755, mtime=1), b"")])
+        self.assertEqual([b"tree   -rw-r--r-- %12d 2020-09-13T12:26:40Z dir/a.xml" % len(XML),
+                          b"file   lrwxrwxrwx            0 1970-01-01T00:00:00Z dir/link -> t\\nx",
+                          b"file   -rwsr-xr-x            0 1970-01-01T00:00:01Z s"],
+                         run("ls", "--long", "-", data=data).out.splitlines())
+        self.assertEqual({"kind": "file", "path": "dir/link", "size": 0, "time": "1970-01-01T00:00:00Z",
+                          "mode": "lrwxrwxrwx", "link": "t\\nx"},
+                         json.loads(run("ls", "--json", "-", data=data).out.splitlines()[1]))
+
+    def test_nested_archives_are_extracted_as_folders_or_kept(self):
+        unpacked, kept = self.new_folder("unpacked"), self.new_folder("kept")
+        self.assertEqual(0, run("extract", "-C", unpacked, "-", data=NESTED).status)
+        self.assertEqual({b"last.xml", b"mid.tar.gz", b"mid.tar.gz/in.zip", b"mid.tar.gz/x", b"mid.tar.gz/in.zip/b.xml",
+                          b"mid.tar.gz/in.zip/t"}, set(tree_of(unpacked)))
+        self.assertEqual(XML, tree_of(unpacked)[b"mid.tar.gz/in.zip/b.xml"][2])
+        self.assertEqual(0, run("extract", "-C", kept, "--keep-archives", "-", data=NESTED).status)
+        self.assertEqual({b"last.xml", b"mid.tar.gz"}, set(tree_of(kept)))
+        self.assertTrue(tree_of(kept)[b"mid.tar.gz"][2].startswith(b"\x1f\x8b"))
+
+    def test_xml_of_an_archive_needs_a_member(self):
+        self.assertEqual(2, run("xml", "-", data=NESTED).status)
+        for command in ["xml", "text"]:
+            result = run(command, "--member", "no/such", "-", data=NESTED)
+            self.assertEqual((1, b""), (result.status, result.out))
+            self.assertIn("no/such", result.err)
+
+
+class Names(InFolder):
+    # Bytes of the name, and how it is shown.
+    CASES = {b"plain": "plain", "ä🌲".encode(): "ä🌲", b"%f %n %%": "%f %n %%", b"\xff\xfe": "\\377\\376", b"caf\xe9": "caf\\351",
+             b"line\nend\ttab\x1b": "line\\nend\\ttab\\033", b"back\\slash": "back\\\\slash", b"\xed\xa0\x80": "\\355\\240\\200",
+             b"d/" * 150 + b"long": "d/" * 150 + "long"}
+
+    def test_any_bytes_are_listed_and_kept(self):
+        for data_name, shown in self.CASES.items():
+            name = data_name.decode("utf-8", "surrogateescape")
+            inner = tar([(name, b"content")], form=1)  # GNU, which has no encoding
+            for data, prefix in [(inner, ""), (tar([("n.tar", inner)]), "n.tar/")]:
+                with self.subTest(shown[:20], prefix=prefix):
+                    lines = run("ls", "-", data=data).out.decode().splitlines()
+                    self.assertEqual(prefix + shown, lines[-1])
+                    if b"\\" in data_name:
+                        continue
+                    folder = tempfile.mkdtemp(dir=self.folder)
+                    self.assertEqual(0, run("extract", "-C", folder, "-", data=data).status)
+                    path = os.path.join(os.fsencode(folder), prefix.encode(), data_name)
+                    with open(path, "rb") as file:
+                        self.assertEqual(b"content", file.read())
+
+
+class Searching(InFolder):
+    def test_places_of_elements(self):
+        first, third = XML.index(b"<e a"), XML.rindex(b"<e a")
+        for path in ["mid.tar.gz/in.zip/b.xml", "last.xml"]:
+            found = run("find", "--element", "e", "--attribute", "a=1", "-", data=NESTED).out.decode().splitlines()
+            self.assertIn(f"{path}:{first}", found)
+            self.assertIn(f"{path}:{third}", found)
+            self.assertEqual(4, len(found))
+        limited = run("find", "--element", "e", "--limit", "1", "--json", "-", data=NESTED).out
+        self.assertEqual({"path": "mid.tar.gz/in.zip/b.xml", "offset": first}, json.loads(limited))
+        self.assertEqual((0, b""), (run("find", "--element", "none", "-", data=NESTED).status,
+                                    run("find", "--element", "e", "--attribute", "a=3", "-", data=NESTED).out))
+
+    def test_a_limit_ends_reading(self):
+        # The input stays open and never ends; only what is found can end the work.
+        with subprocess.Popen([os.environ["ARBTREE_TOOL"], "find", "--element", "e", "--limit", "2", "-"], bufsize=0,
+                              stdin=subprocess.PIPE, stdout=subprocess.PIPE, env=ENVIRONMENT) as tool:
+            tool.stdin.write(b"<r><e/>" + b" " * 20000 + b"<e/>" + b"<x>y</x>" * 1000)
+            self.assertEqual(0, tool.wait(TIMEOUT))
+            self.assertEqual(b"stdin:3\nstdin:20007\n", tool.stdout.read())
+
+    def test_equal_elements_are_reported_once_with_their_places(self):
+        document = b"<r><e><f a='1'/>t</e><e><f a='2'/>t</e><e><f a='1'/>t</e><e>t<f a='1'/></e><g><e><f a='1'/>t</e></g></r>"
+        starts = [at for at in range(len(document)) if document.startswith(b"<e>", at)]
+        for chunk_bytes in ["1", "32768"]:
+            result = run("dups", "--element", "e", "--chunk-bytes", chunk_bytes, "-",
+                         data=tar([("1.xml", document), ("2.xml", b"<q><e>only here</e></q>"), ("3.xml", document)]))
+            expected = [f"{number} {path}:{starts[at]}" for number, members in [(1, [0, 2, 4]), (2, [1]), (3, [3])]
+                        for path in ["1.xml", "3.xml"] for at in members]
+            self.assertEqual(expected, result.out.decode().splitlines())
+        sets = run("dups", "--element", "e", "--json", "-", data=document).out.decode().splitlines()
+        self.assertEqual([[{"path": "stdin", "offset": starts[at]} for at in [0, 2, 4]]], [json.loads(line) for line in sets])
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)
