@@ -131,10 +131,11 @@ class EntryContent : public ByteSource {
     std::size_t size = 0;
     la_int64_t offset = 0;
     int status = ARCHIVE_RETRY;
-    while (size == 0 && (status == ARCHIVE_RETRY || status == ARCHIVE_OK || status == ARCHIVE_WARN)) {
+    while (size == 0 && (status == ARCHIVE_RETRY || status == ARCHIVE_OK)) {
       status = archive_read_data_block(handle_, &bytes, &size, &offset);
     }
-    if (status != ARCHIVE_EOF && status < ARCHIVE_WARN) return fail(reasonOf(handle_)).has_value();
+    // A warning is a checksum or a size that is wrong.
+    if (status != ARCHIVE_EOF && status != ARCHIVE_OK) return fail(reasonOf(handle_)).has_value();
     // A sparse file that ends in a hole ends with an empty block behind it. For others some formats give no offsets.
     blockAt_ = isSparse_ ? std::max(position_, static_cast<std::uint64_t>(offset)) : position_;
     block_ = {static_cast<const char*>(bytes), status == ARCHIVE_EOF ? 0 : size};
