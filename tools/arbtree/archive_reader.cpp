@@ -192,7 +192,9 @@ class Decompressed final : public ByteSource {
     if (open(handle_.get(), feed_, false)) {
       const int status = archive_read_next_header(handle_.get(), &entry);
       if (status == ARCHIVE_EOF) return false;
-      if (status >= ARCHIVE_WARN) return true;
+      // Without a filter of its own for the stream libarchive would hand it out as it is.
+      const bool isUnpacked = archive_filter_code(handle_.get(), 0) != ARCHIVE_FILTER_NONE;
+      if (status >= ARCHIVE_WARN && isUnpacked) return true;
     }
     fail(reasonOf(handle_.get()));
     return false;
