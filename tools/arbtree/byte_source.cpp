@@ -44,7 +44,7 @@ std::optional<std::size_t> ByteSource::read(void* buffer, std::size_t size) {
     pending_ = *block;
   }
   const std::string_view part = pending_.substr(0, size);
-  std::memcpy(buffer, part.data(), part.size());
+  if (!part.empty()) std::memcpy(buffer, part.data(), part.size());
   pending_.remove_prefix(part.size());
   given(part);
   return part.size();

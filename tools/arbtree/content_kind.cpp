@@ -50,6 +50,13 @@ constexpr std::string_view kXmlExtensions[] = {
     "rdf",  "rng", "rss",     "svg",  "ui",    "wsdl", "xhtml", "xlf", "xml", "xsd", "xsl", "xslt", "xul",
 };
 
+constexpr std::string_view kOpaqueExtensions[] = {
+    "avi", "bmp",  "c",    "cc",  "class", "cpp",  "css",  "csv",  "flac", "gif",   "h",    "hpp",
+    "ico", "java", "jpeg", "jpg", "js",    "json", "md",   "mo",   "mp3",  "mp4",   "o",    "ogg",
+    "otf", "pdf",  "pl",   "pm",  "png",   "po",   "ps",   "py",   "pyc",  "rb",    "rs",   "rst",
+    "sh",  "so",   "tiff", "ttf", "txt",   "wav",  "webm", "webp", "woff", "woff2", "yaml", "yml",
+};
+
 // The sum of a header's bytes with spaces in place of the sum itself, which is written in octal digits.
 bool isTarHeader(std::string_view bytes) {
   constexpr std::size_t kSumAt = 148;
@@ -70,13 +77,19 @@ bool isTarHeader(std::string_view bytes) {
   return hasDigits && written == sum;
 }
 
-bool hasXmlExtension(std::string_view name) {
+// In lower case; empty when there is none.
+std::string extensionOf(std::string_view name) {
   const std::size_t dot = name.rfind('.');
-  if (dot == std::string_view::npos || name.find('/', dot) != std::string_view::npos) return false;
+  if (dot == std::string_view::npos || name.find('/', dot) != std::string_view::npos) return {};
   std::string extension(name.substr(dot + 1));
   std::transform(extension.begin(), extension.end(), extension.begin(),
                  [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-  return std::find(std::begin(kXmlExtensions), std::end(kXmlExtensions), extension) != std::end(kXmlExtensions);
+  return extension;
+}
+
+template <std::size_t count>
+bool isAmong(const std::string_view (&extensions)[count], const std::string& extension) {
+  return std::find(std::begin(extensions), std::end(extensions), extension) != std::end(extensions);
 }
 
 bool beginsWithMarkup(std::string_view bytes) {
@@ -87,12 +100,14 @@ bool beginsWithMarkup(std::string_view bytes) {
 
 }  // namespace
 
+bool isOpaqueByName(std::string_view name) { return isAmong(kOpaqueExtensions, extensionOf(name)); }
+
 ContentKind recognise(std::string_view beginning, std::string_view name) {
   for (const Sign& sign : kSigns) {
     if (beginning.starts_with(sign.bytes)) return sign.kind;
   }
   if (isTarHeader(beginning)) return ContentKind::tar;
-  if (hasXmlExtension(name) && beginsWithMarkup(beginning)) return ContentKind::xml;
+  if (isAmong(kXmlExtensions, extensionOf(name)) && beginsWithMarkup(beginning)) return ContentKind::xml;
   return ContentKind::other;
 }
 

@@ -14,6 +14,10 @@ inline bool isArchive(ContentKind kind) { return kind >= ContentKind::tar; }
 // As many bytes as the longest sign reaches: a whole header of a tar archive.
 inline constexpr std::size_t kSignBytes = 512;
 
+// Whether the name alone says that the content is neither XML nor an archive nor compressed, so that it need not be
+// looked at: beginning to unpack a member is most of what listing it costs.
+bool isOpaqueByName(std::string_view name);
+
 // XML is what begins with an XML declaration; without one, what begins with markup and has a name that says XML.
 ContentKind recognise(std::string_view beginning, std::string_view name);
 

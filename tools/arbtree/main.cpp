@@ -4,6 +4,7 @@
 #include <clocale>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
 #include <functional>
 #include <limits>
@@ -106,8 +107,9 @@ constexpr char kDupsFooter[] =
 
 constexpr char kStatsFooter[] =
     "\n"
-    "Text counts in nodes: text longer than 16384 UTF-16 units is several nodes. With --json the same figures are\n"
-    "one JSON object; \"complete\" is false when the input failed, and the figures then hold for what could be read.\n"
+    "Every member is read to its end, so that damage shows. Text counts in nodes: text longer than 16384 UTF-16 units\n"
+    "is several nodes. With --json the same figures are one JSON object; \"complete\" is false when the input failed,\n"
+    "and the figures then hold for what could be read.\n"
     "\n"
     "Examples:\n"
     "  arbtree stats dump.xml\n"
@@ -295,6 +297,8 @@ int main(int argc, char** argv) {
   catchInterrupts();
   // Names of members are UTF-8 or plain bytes, wherever the user is.
   if (!std::setlocale(LC_CTYPE, "C.UTF-8")) std::setlocale(LC_CTYPE, "");
+  // Zip archives have local times; without this the C library looks at the file of the time zone for each of them.
+  setenv("TZ", ":/etc/localtime", 0);
   int status = kInputFailed;
   try {
     status = CommandLine().run(argc, argv);

@@ -3,6 +3,7 @@
 
 #include <utf8.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <iterator>
 
@@ -21,6 +22,8 @@ std::size_t characterLength(std::string_view bytes) {
   const std::string_view character = bytes.substr(0, length);
   return utf8::is_valid(character.begin(), character.end()) ? length : 0;
 }
+
+bool isPlain(char byte) { return byte >= ' ' && byte < 0x7F && byte != '\\' && byte != '%'; }
 
 bool isControl(unsigned char byte) { return byte < 0x20 || byte == 0x7F; }
 
@@ -43,6 +46,11 @@ std::u16string toPattern(std::string_view bytes) {
   std::u16string name;
   name.reserve(bytes.size());
   while (!bytes.empty()) {
+    if (isPlain(bytes[0])) {
+      name += static_cast<char16_t>(bytes[0]);
+      bytes.remove_prefix(1);
+      continue;
+    }
     const std::size_t length = bytes[0] == '%' ? 0 : characterLength(bytes);
     if (length == 0) {
       name += static_cast<char16_t>(kLoneByte + static_cast<unsigned char>(bytes[0]));
@@ -60,7 +68,9 @@ std::string toBytes(std::u16string_view name) {
   std::string bytes;
   bytes.reserve(name.size());
   for (std::size_t i = 0; i < name.size(); ++i) {
-    if (isHigh(name[i]) && i + 1 < name.size() && isLow(name[i + 1])) {
+    if (name[i] < 0x80) {
+      bytes += static_cast<char>(name[i]);
+    } else if (isHigh(name[i]) && i + 1 < name.size() && isLow(name[i + 1])) {
       utf8::unchecked::utf16to8(&name[i], &name[i] + 2, std::back_inserter(bytes));
       ++i;
     } else if (isLow(name[i])) {
@@ -73,7 +83,9 @@ std::string toBytes(std::u16string_view name) {
 }
 
 std::string shown(std::string_view bytes) {
-  std::string out;
+  const auto plain = std::find_if_not(bytes.begin(), bytes.end(), isPlain) - bytes.begin();
+  std::string out(bytes.substr(0, static_cast<std::size_t>(plain)));
+  bytes.remove_prefix(static_cast<std::size_t>(plain));
   while (!bytes.empty()) {
     const auto first = static_cast<unsigned char>(bytes[0]);
     const std::size_t length = isControl(first) || first == '\\' ? 0 : characterLength(bytes);

@@ -50,6 +50,8 @@ bool MemberProducer::step() {
     } else {
       mustReturn_ = true;
     }
+  } else if (checking_) {
+    checkOn();
   } else {
     nextMember();
   }
@@ -69,7 +71,7 @@ bool MemberProducer::isChunkFull() const {
 void MemberProducer::begin() {
   begun_ = true;
   content_.raw = &input_;
-  NewMember member = {input_.name(), {}, {}};
+  NewMember member = {input_.name(), toPattern(input_.name()), {}, {}};
   member.facts.size = input_.size() ? static_cast<std::int64_t>(*input_.size()) : -1;
   member.facts.mode = AE_IFREG | 0644;
   examine(content_, member.name, wishes_.inputIsXml);
@@ -117,12 +119,25 @@ void MemberProducer::takeMember(archive_entry& entry) {
   }
   content_.owned = levels_.back().reader->content(budget_);
   content_.raw = content_.owned.get();
-  examine(content_, member.name, false);
+  if (!isOpaqueByName(member.name)) examine(content_, member.name, false);
   if (!budget_.isWithin()) return;
   if (isArchive(content_.kind) && (!wishes_.wantsMembers || wishes_.wantsMembers(path_))) return addArchive(member);
   if (content_.kind == ContentKind::xml && wishes_.parsesXml) return addTree(member);
   addFile(member);
-  if (!wishes_.readsFiles && !content_.raw->error().empty()) problems_.member(path_, content_.raw->error());
+  checking_ = wishes_.checksFiles;
+  if (!wishes_.readsFiles && !checking_) reportContent();
+}
+
+void MemberProducer::reportContent() {
+  if (!content_.raw->error().empty() && budget_.isWithin()) problems_.member(path_, content_.raw->error());
+}
+
+// A block of a file that nobody else reads.
+void MemberProducer::checkOn() {
+  const auto block = content_.raw->next();
+  if (block && !block->empty()) return;
+  checking_ = false;
+  reportContent();
 }
 
 MemberProducer::NewMember MemberProducer::describe(archive_entry& entry) const {
@@ -130,6 +145,7 @@ MemberProducer::NewMember MemberProducer::describe(archive_entry& entry) const {
   const char* name = archive_entry_pathname(&entry);
   if (!name) name = archive_entry_pathname_utf8(&entry);
   member.name = name ? name : "#" + std::to_string(budget_.members() + 1);
+  member.pattern = toPattern(member.name);
   MemberFacts& facts = member.facts;
   facts = {};
   facts.size = archive_entry_size_is_set(&entry) ? archive_entry_size(&entry) : -1;
@@ -184,7 +200,7 @@ bool MemberProducer::attach(ArbForestChild* child, const NewMember& member) {
   setFacts(*child, member.facts);
   if (!member.link.empty()) setBytes(*child, kMemberLink, member.link);
   const bool parentIsLong = !levels_.empty() && !levels_.back().longPath.empty();
-  if (parentIsLong || isTooLong(toPattern(member.name))) setBytes(*child, kMemberPath, pathFor(member));
+  if (parentIsLong || isTooLong(member.pattern)) setBytes(*child, kMemberPath, pathFor(member));
   return check(ArbForestAppendChild(currentForest(), child));
 }
 
@@ -193,7 +209,7 @@ void MemberProducer::addFile(const NewMember& member) {
   settle(content_, false);
   content_.kind = ContentKind::other;
   ArbFile* file = nullptr;
-  if (!check(ArbDocumentCreateFile(document_, toPattern(member.name).c_str(), 0, &file))) return;
+  if (!check(ArbDocumentCreateFile(document_, member.pattern.c_str(), 0, &file))) return;
   if (!attach(&file->child, member)) return;
   check(ArbForestChildProducerRelease(&file->child));
   mustReturn_ = wishes_.readsFiles;
@@ -202,7 +218,7 @@ void MemberProducer::addFile(const NewMember& member) {
 void MemberProducer::addTree(const NewMember& member) {
   ++done_.documents;
   ArbTree* tree = nullptr;
-  if (!check(ArbDocumentCreateTree(document_, toPattern(member.name).c_str(), &tree))) return;
+  if (!check(ArbDocumentCreateTree(document_, member.pattern.c_str(), &tree))) return;
   if (!attach(asChild(tree), member)) return;
   if (wishes_.wantsNodes && !wishes_.wantsNodes(pathFor(member))) {
     check(ArbForestChildProducerRelease(asChild(tree)));
@@ -221,7 +237,7 @@ void MemberProducer::addArchive(const NewMember& member) {
     return addFile(member);
   }
   ArbForest* forest = nullptr;
-  if (!check(ArbDocumentCreateForest(document_, toPattern(member.name).c_str(), &forest))) return;
+  if (!check(ArbDocumentCreateForest(document_, member.pattern.c_str(), &forest))) return;
   const bool isZip = content_.kind == ContentKind::zip;
   if (!check(ArbForestSetArchiveType(forest, isZip ? kZipArchive : kOtherArchive))) return;
   if (!attach(&forest->child, member)) return;
@@ -270,6 +286,7 @@ void MemberProducer::closeLevel() {
 // Ends everything that is open, so that the consumer comes to an end everywhere.
 void MemberProducer::stop() {
   stopped_ = true;
+  checking_ = false;
   if (xml_) {
     check(ArbForestChildProducerRelease(asChild(xml_->tree())));
     xml_.reset();

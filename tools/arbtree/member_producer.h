@@ -29,9 +29,10 @@ namespace arbtree::tool {
 
 // What a command wants of the members. Paths are in the archive's own bytes.
 struct Wishes {
-  bool inputIsXml = true;   // an input that is no archive is parsed, whatever it looks like
-  bool parsesXml = true;    // otherwise XML members are files too
-  bool readsFiles = false;  // stop after each file, so that the consumer can read its content
+  bool inputIsXml = true;    // an input that is no archive is parsed, whatever it looks like
+  bool parsesXml = true;     // otherwise XML members are files too
+  bool readsFiles = false;   // stop after each file, so that the consumer can read its content
+  bool checksFiles = false;  // read them to their end, so that all that is damaged is found
   std::function<bool(const std::string&)> wantsNodes;    // of this XML member; null for all
   std::function<bool(const std::string&)> wantsMembers;  // of this archive, which otherwise is a file; null for all
   const ElementKind* watched = nullptr;                  // see XmlProducer
@@ -82,6 +83,7 @@ class MemberProducer {
   };
   struct NewMember {
     std::string name;
+    std::u16string pattern;  // that gives the name
     MemberFacts facts;
     std::string link;
   };
@@ -90,6 +92,8 @@ class MemberProducer {
   void begin();
   void nextMember();
   void takeMember(archive_entry& entry);
+  void checkOn();
+  void reportContent();
   NewMember describe(archive_entry& entry) const;
   void examine(Content& content, const std::string& name, bool xmlByDefault);
   ContentKind recogniseUnpacked(Content& content, const std::string& name, bool xmlByDefault);
@@ -122,6 +126,7 @@ class MemberProducer {
   bool begun_ = false;
   bool stopped_ = false;
   bool inputIsArchive_ = false;
+  bool checking_ = false;  // the content of a file is being read
   bool mustReturn_ = false;
   std::uint64_t bytesAtRunStart_ = 0;
   Production done_;

@@ -88,7 +88,9 @@ void print(Session& session, const StatsOptions& options, const Counting& counts
 }  // namespace
 
 int runStats(const StatsOptions& options) {
-  Session session(options.common, {}, false);
+  Wishes wishes;
+  wishes.checksFiles = true;
+  Session session(options.common, std::move(wishes), false);
   Counting counts{session.document};
   session.document.walkMembers(counts);
   print(session, options, counts);
