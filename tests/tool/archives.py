@@ -1,308 +1,237 @@
-"""Archives within archives: what the commands show and write, compared with bsdtar and dpkg-deb, whole and damaged."""
-import concurrent.futures
-import filecmp
-import gzip
-import io
+"""Archives of all formats, nested in each other: listed and extracted as bsdtar, dpkg-deb and unzip do, and searched."""
 import json
 import os
-import pathlib
-import signal
 import subprocess
-import tarfile
+import sys
 import tempfile
-import time
 import unittest
-import zipfile
 
-from support.tool import ENVIRONMENT, TOOL, run, stats
+sys.dont_write_bytecode = True
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "support"))
+from archives import XML, bsdtar, make_zip, packed, tar, tar_entry, tree_of  # noqa: E402
+from tool import ENVIRONMENT, TIMEOUT, canonical, run, stats  # noqa: E402
 
-FORMATS = {  # bsdtar's options for each kind of archive
-    "tar": ["--format", "ustar"], "tar.gz": ["-z"], "tar.bz2": ["-j"], "tar.xz": ["-J"], "tar.zst": ["--zstd"],
-    "pax": ["--format", "pax"], "zip": ["--format", "zip"], "cpio": ["--format", "newc"], "7z": ["--format", "7zip"],
-}
-XML = '<?xml version="1.0"?><r xmlns:p="u"><a k="1" id="one">Grüße</a><a k="2">x</a><a k="1" id="one">Grüße</a></r>'
-
-
-def listing(folder):
-    """Every path below a folder, with its type, mode, content or link, and for files the time."""
-    found = {}
-    for path in sorted(pathlib.Path(os.fsencode(folder).decode("utf-8", "surrogateescape")).rglob("*")):
-        status = path.lstat()
-        name = os.fsencode(path.relative_to(folder))
-        if path.is_symlink():
-            found[name] = os.readlink(os.fsencode(path))
-        elif path.is_dir():
-            found[name] = (status.st_mode & 0o777, None)
-        else:
-            found[name] = (status.st_mode & 0o777, int(status.st_mtime), path.read_bytes())
-    return found
+FORMATS = {"tar": ("gnutar", []), "tar.gz": ("pax", ["-z"]), "tar.bz2": ("ustar", ["-j"]), "tar.xz": ("pax", ["-J"]),
+           "tar.zst": ("pax", ["--zstd"]), "v7.tar": ("v7", []), "cpio": ("newc", []), "odc.cpio": ("odc", []),
+           "cpio.gz": ("newc", ["-z"]), "zip": ("zip", []), "7z": ("7zip", []), "xar": ("xar", [])}
+FILES = {"a.txt": b"plain\n", "dir/b.xml": XML, "dir/empty": b"", "dir/big": bytes(range(256)) * 4000}
+# Three levels: a zip in a compressed tar in a tar.
+NESTED = tar([("mid.tar.gz", packed("gzip", tar([("in.zip", make_zip([("b.xml", XML), ("t", b"text")])), ("x", b"1")]))),
+              ("last.xml", XML)])
 
 
-class Folder(unittest.TestCase):
+def output(*command, **options):
+    done = subprocess.run(command, stdout=subprocess.PIPE, check=True, timeout=TIMEOUT, env=UTF8, **options)
+    return done.stdout
+
+
+UTF8 = dict(ENVIRONMENT, LC_ALL="C.UTF-8")
+
+
+class InFolder(unittest.TestCase):
     def setUp(self):
-        holder = tempfile.TemporaryDirectory()
-        self.addCleanup(holder.cleanup)
-        self.folder = pathlib.Path(holder.name)
+        keeper = tempfile.TemporaryDirectory()
+        self.addCleanup(keeper.cleanup)
+        self.folder = keeper.name
 
-    def sample(self):
-        """A folder with XML, text, bytes, an empty file, directories and a link."""
-        top = self.folder / "sample"
-        (top / "deep/er").mkdir(parents=True)
-        (top / "a.xml").write_text(XML)
-        (top / "deep/words.txt").write_text("words\n" * 1000)
-        (top / "deep/er/bytes").write_bytes(os.urandom(300_000))
-        (top / "empty").touch()
-        (top / "link").symlink_to("deep/words.txt")
-        (top / "deep/words.txt").chmod(0o640)
-        os.utime(top / "a.xml", (1_000_000_000, 1_000_000_000))
-        return top
+    def write(self, name, data):
+        path = os.path.join(os.fsencode(self.folder), os.fsencode(name))
+        os.makedirs(os.path.dirname(path), exist_ok=True)
+        with open(path, "wb") as file:
+            file.write(data)
+        return os.fsdecode(path)
 
-    def pack(self, name, top, *options):
-        archive = self.folder / name
-        subprocess.run(["bsdtar", "-c", *options, "-f", archive, "-C", top, *sorted(os.listdir(top))], check=True)
-        return archive
-
-    def unpack(self, archive, *options):
-        out = self.folder / ("out-" + archive.name + "".join(options))
-        result = run("extract", archive, "-C", out, *options)
-        return result, out
+    def new_folder(self, name):
+        path = os.path.join(self.folder, name)
+        os.mkdir(path)
+        return path
 
 
-class Formats(Folder):
+class Formats(InFolder):
     def test_each_format_is_listed_and_extracted_as_bsdtar_does(self):
-        top = self.sample()
-        for name, options in FORMATS.items():
-            with self.subTest(name):
-                archive = self.pack("sample." + name, top, *options)
-                told = subprocess.run(["bsdtar", "-tf", archive], check=True, capture_output=True).stdout
-                self.assertEqual(told, run("ls", archive).out)
-                theirs = self.folder / ("theirs-" + name)
-                theirs.mkdir()
-                subprocess.run(["bsdtar", "-xpf", archive, "-C", theirs], check=True)
-                result, ours = self.unpack(archive)
+        for name, data in FILES.items():
+            self.write("in/" + name, data)
+        os.symlink("b.xml", os.path.join(self.folder, "in/dir/link"))
+        for extension, (form, filters) in FORMATS.items():
+            with self.subTest(extension):
+                names = ["a.txt", "dir"]
+                archive = bsdtar(self.folder + "/a." + extension, form, filters, self.folder + "/in", names)
+                listed = run("ls", archive)
+                self.assertEqual((0, ""), (listed.status, listed.err))
+                self.assertEqual(output("bsdtar", "-tf", archive), listed.out)
+                with open(archive, "rb") as file:
+                    self.assertEqual(listed.out, run("ls", "-", stdin=file).out)
+                ours, theirs = self.new_folder("ours-" + extension), self.new_folder("theirs-" + extension)
+                output("bsdtar", "-xf", archive, "-C", theirs)
+                result = run("extract", "-C", ours, archive)
                 self.assertEqual((0, ""), (result.status, result.err))
-                self.assertEqual(listing(theirs), listing(ours))
+                self.assertEqual(tree_of(theirs), tree_of(ours))
+                figures = stats(archive)
+                self.assertEqual((1, 1, 4), (figures["archives"], figures["documents"], figures["elements"]))
 
-    def test_what_needs_no_seeking_can_come_through_a_pipe(self):
-        top = self.sample()
-        for name in ["tar.gz", "zip", "cpio"]:
-            archive = self.pack("sample." + name, top, *FORMATS[name])
-            self.assertEqual(run("ls", archive).out, run("ls", "-", data=archive.read_bytes()).out)
+    def test_a_seven_zip_archive_within_another_is_read_back_and_forth(self):
+        self.write("in/b.xml", XML)
+        with open(bsdtar(self.folder + "/i.7z", "7zip", [], self.folder + "/in", ["b.xml"]), "rb") as inner:
+            result = run("ls", "-", data=tar([("i.7z", inner.read())]))
+        self.assertEqual((0, b"i.7z\ni.7z/b.xml\n"), (result.status, result.out))
 
-    def test_archives_in_archives(self):
-        top = self.sample()
-        for depth, name in enumerate(["tar.xz", "zip", "cpio"]):
-            inner = self.pack(f"level{depth}.{name}", top, *FORMATS[name])
-            top = self.folder / f"top{depth}"
-            top.mkdir()
-            inner.rename(top / inner.name)
-        outer = self.pack("outer.tar", top)
-        path = "level2.cpio/level1.zip/level0.tar.xz/"
-        paths = run("ls", outer).out.decode().split()
-        self.assertEqual(["level2.cpio", "level2.cpio/level1.zip", path[:-1]], paths[:3])
-        self.assertIn(path + "deep/er/bytes", paths)
-        self.assertEqual(XML.count("<a "), run("find", outer, "--element", "a").out.count(b"\n"))
-        self.assertEqual("Grüßexx"[:-1] + "Grüße\n", run("text", outer, "--member", path + "a.xml").out.decode())
-        self.assertEqual(run("xml", self.folder / "sample/a.xml").out, run("xml", outer, "--member", path + "a.xml").out)
-        self.assertEqual((1, 3, 4), tuple(stats(outer)[key] for key in ["xmlDocuments", "archives", "elements"]))
-        result, out = self.unpack(outer)
-        self.assertEqual(0, result.status)
-        self.assertTrue(filecmp.cmp(self.folder / "sample/deep/er/bytes", out / path / "deep/er/bytes", shallow=False))
-        result, out = self.unpack(outer, "--keep-archives")
-        self.assertTrue((out / "level2.cpio").is_file())
+    def test_compressed_xml_is_xml_and_other_compressed_files_are_files(self):
+        for program in ["gzip", "xz", "zstd", "bzip2"]:
+            with self.subTest(program):
+                data = packed(program, XML)
+                self.assertEqual(canonical(XML), canonical(run("xml", "-", data=data).out))
+                archive = tar([("m.xml.z", data), ("t.z", packed(program, b"text" * 1000)), ("last", b"")])
+                kinds = [json.loads(line)["kind"] for line in run("ls", "--json", "-", data=archive).out.splitlines()]
+                self.assertEqual(["tree", "file", "file"], kinds)
+                folder = self.new_folder(program)
+                self.assertEqual(0, run("extract", "-C", folder, "-", data=archive).status)
+                with open(folder + "/t.z", "rb") as file:
+                    self.assertEqual(packed(program, b"text" * 1000), file.read())
+                with open(folder + "/m.xml.z", "rb") as file:
+                    self.assertEqual(data, file.read())
 
-    def test_a_debian_package(self):
-        root = self.folder / "root"
-        (root / "DEBIAN").mkdir(parents=True)
-        (root / "DEBIAN/control").write_text("Package: p\nVersion: 1\nArchitecture: all\nMaintainer: m <m@n>\n"
-                                             "Description: d\n")
-        self.sample().rename(root / "usr")
-        package = self.folder / "p.deb"
-        subprocess.run(["dpkg-deb", "--root-owner-group", "-b", root, package], check=True, capture_output=True)
-        theirs = self.folder / "theirs"
-        subprocess.run(["dpkg-deb", "-x", package, theirs], check=True)
-        result, out = self.unpack(package)
+
+class Packages(InFolder):
+    def package(self):
+        """A Debian package of files of this system, made by dpkg-deb."""
+        root = self.folder + "/root"
+        self.write("root/DEBIAN/control", b"Package: p\nVersion: 1\nArchitecture: all\nMaintainer: m <m@m>\nDescription: d\n")
+        output("sh", "-c", 'cp -a /usr/share/doc/libc6 /usr/share/doc/xz-utils "$0" 2>/dev/null || true', self.folder)
+        os.makedirs(root + "/usr/share")
+        for name in os.listdir(self.folder):
+            if name != "root":
+                os.rename(os.path.join(self.folder, name), os.path.join(root, "usr/share", name))
+        self.write("root/usr/lib/a%b ä.xml", XML)
+        output("dpkg-deb", "--root-owner-group", "-b", root, self.folder + "/p.deb")
+        return self.folder + "/p.deb"
+
+    def test_a_debian_package_is_listed_and_extracted_as_dpkg_deb_does(self):
+        package = self.package()
+        prefix = b"data.tar.xz/"
+        lines = run("ls", package).out.splitlines()
+        ours = [line[len(prefix):] for line in lines if line.startswith(prefix)]
+        fields = [line.split(None, 5) for line in output("dpkg-deb", "-c", package).splitlines()]
+        self.assertEqual([field[5].split(b" -> ")[0] for field in fields], [name.replace(b"\\", b"\\") for name in ours])
+        self.assertEqual([field[0] for field in fields], [
+            json.loads(line)["mode"].encode() for line in run("ls", "--json", package).out.splitlines()
+            if json.loads(line)["path"].startswith("data.tar.xz/")])
+        mine, theirs = self.new_folder("mine"), self.new_folder("theirs")
+        output("dpkg-deb", "-x", package, theirs)
+        result = run("extract", "-C", mine, "--member", "data.tar.xz/*", package)
         self.assertEqual((0, ""), (result.status, result.err))
-        self.assertEqual(listing(theirs), listing(next(out.glob("data.tar*"))))
+        self.assertEqual(tree_of(theirs), tree_of(mine + "/data.tar.xz"))
 
-    def test_a_compressed_file_is_no_archive(self):
-        packed = gzip.compress(XML.encode())
-        (self.folder / "a.xml.gz").write_bytes(packed)
-        self.assertEqual(b"a.xml\n", run("ls", self.folder / "a.xml.gz").out)
-        self.assertEqual(XML.count("<a "), run("find", "-", "--element", "a", data=packed).out.count(b"\n"))
-
-
-class Searches(Folder):
-    def test_find_and_dups(self):
-        (self.folder / "a.xml").write_text(XML)
-        places = [XML.encode().index(b"<a"), XML.encode().index(b'<a k="2"'), XML.encode().rindex(b"<a")]
-        cases = {("--element", "a"): places, ("--element", "a", "--attribute", "k=1"): [places[0], places[2]],
-                 ("--id", "one"): [places[0]], ("--element", "a", "--limit", "1"): [places[0]], ("--element", "b"): []}
-        for options, offsets in cases.items():
-            with self.subTest(options):
-                told = run("find", self.folder / "a.xml", *options).out.decode()
-                self.assertEqual("".join(f"a.xml:{offset}\n" for offset in offsets), told)
-        self.assertEqual(f"2 equal: a.xml:{places[0]} a.xml:{places[2]}\n",
-                         run("dups", self.folder / "a.xml", "--element", "a").out.decode())
-
-    def test_a_limit_ends_the_reading(self):
-        tool = subprocess.Popen([TOOL, "find", "-", "--element", "a", "--limit", "1"], stdin=subprocess.PIPE,
-                                stdout=subprocess.PIPE, env=ENVIRONMENT)
-        with self.assertRaises(BrokenPipeError):  # the writer would go on for ever
-            tool.stdin.write(b"<r><a/>")
-            while True:
-                tool.stdin.write(b"<b/>" * 10000)
-        self.assertEqual(b"stdin:3\n", tool.stdout.read())
-        tool.stdout.close()
-        self.assertEqual(0, tool.wait())
+    def test_a_zip_file_is_extracted_as_unzip_does(self):
+        for name, data in FILES.items():
+            self.write("in/" + name, data)
+        output("zip", "-qr", self.folder + "/a.zip", ".", cwd=self.folder + "/in")
+        mine, theirs = self.new_folder("mine"), self.new_folder("theirs")
+        output("unzip", "-q", self.folder + "/a.zip", "-d", theirs)
+        self.assertEqual(0, run("extract", "-C", mine, self.folder + "/a.zip").status)
+        self.assertEqual(tree_of(theirs), tree_of(mine))
+        self.assertEqual(sorted(output("unzip", "-Z1", self.folder + "/a.zip").splitlines()),
+                         sorted(run("ls", self.folder + "/a.zip").out.splitlines()))
 
 
-class Escapes(Folder):
-    REFUSED = {  # by the name that is shown
-        "../up": {}, "/absolute": {}, "C:/drive": {}, "a\\x5cb": {"name": "a\\b"}, "a/../../up": {},
-        "out": {"type": tarfile.SYMTYPE, "linkname": "../.."}, "away": {"type": tarfile.SYMTYPE, "linkname": "/tmp"},
-        "hard": {"type": tarfile.LNKTYPE, "linkname": "../secret"}, "device": {"type": tarfile.CHRTYPE},
-        "pipe": {"type": tarfile.FIFOTYPE}, "n" * 300: {},
-    }
+class Nested(InFolder):
+    def test_listing_and_reading_through_three_levels(self):
+        self.assertEqual(b"mid.tar.gz\nmid.tar.gz/in.zip\nmid.tar.gz/in.zip/b.xml\nmid.tar.gz/in.zip/t\nmid.tar.gz/x\n"
+                         b"last.xml\n", run("ls", "-", data=NESTED).out)
+        self.assertEqual(b"mid.tar.gz\n  in.zip\n    b.xml\n    t\n  x\nlast.xml\n", run("ls", "--tree", "-", data=NESTED).out)
+        inner = run("xml", "--member", "mid.tar.gz/in.zip/b.xml", "-", data=NESTED)
+        self.assertEqual((0, canonical(XML)), (inner.status, canonical(inner.out)))
+        text = "x & äx & ä\n".encode()
+        self.assertEqual(text, run("text", "--member", "last.xml", "-", data=NESTED).out)
+        self.assertEqual(text * 2, run("text", "-", data=NESTED).out)
 
-    def test_nothing_gets_out(self):
-        (self.folder / "secret").write_text("secret")
-        archive = self.folder / "bad.tar"
-        with tarfile.open(archive, "w", format=tarfile.PAX_FORMAT) as tar:
-            for shown, fields in {"first": {}, **self.REFUSED, "s/uid": {"mode": 0o6755}, "last": {}}.items():
-                info = tarfile.TarInfo(fields.get("name", shown))
-                for field, value in fields.items():
-                    setattr(info, field, value)
-                info.size = 4 if info.type == tarfile.REGTYPE else 0
-                tar.addfile(info, io.BytesIO(b"data"))
-        result, out = self.unpack(archive)
-        self.assertEqual(1, result.status)
-        lines = result.err.splitlines()
-        for shown in self.REFUSED:
-            self.assertEqual(1, sum(line.startswith(f"arbtree: {archive}: {shown}: ") for line in lines), shown)
-        self.assertEqual(len(self.REFUSED), len(lines))
-        self.assertEqual({b"first", b"s", b"s/uid", b"last"}, set(listing(out)))
-        self.assertEqual(0o755, (out / "s/uid").stat().st_mode & 0o7777)
-        self.assertEqual({"secret", "bad.tar", out.name}, set(os.listdir(self.folder)))
+    def test_listings_do_not_depend_on_the_chunk_size(self):
+        for chunk_bytes in ["1", "300", "1000000"]:
+            self.assertEqual(run("ls", "-", data=NESTED).out, run("ls", "--chunk-bytes", chunk_bytes, "-", data=NESTED).out)
 
-    def test_no_file_goes_through_a_link(self):
-        outside = self.folder / "outside"
-        outside.mkdir()
-        archive = self.folder / "link.tar"
-        with tarfile.open(archive, "w") as tar:
-            for name, kind, target in [("in", tarfile.SYMTYPE, "sub"), ("in/file", tarfile.REGTYPE, ""),
-                                       ("d", tarfile.SYMTYPE, "../outside"), ("d/file", tarfile.REGTYPE, "")]:
-                info = tarfile.TarInfo(name)
-                info.type, info.linkname = kind, target
-                tar.addfile(info, io.BytesIO())
-        result, out = self.unpack(archive)
-        self.assertEqual(1, result.status)
-        self.assertEqual([], os.listdir(outside))
-        (out / "e").symlink_to(outside)  # one that was there before
-        with tarfile.open(archive, "w") as tar:
-            tar.addfile(tarfile.TarInfo("e/file"), io.BytesIO())
-        result, out = self.unpack(archive)
-        self.assertEqual((1, []), (result.status, os.listdir(outside)))
+    def test_details(self):
+        entry = tar_entry("dir/link", type=b"2", linkname="t\nx", mtime=0, mode=0o777)
+        data = tar([("dir/a.xml", XML), (entry, None), (tar_entry("s", mode=0o4755, mtime=1), b"")])
+        self.assertEqual([b"tree   -rw-r--r-- %12d 2020-09-13T12:26:40Z dir/a.xml" % len(XML),
+                          b"file   lrwxrwxrwx            0 1970-01-01T00:00:00Z dir/link -> t\\nx",
+                          b"file   -rwsr-xr-x            0 1970-01-01T00:00:01Z s"],
+                         run("ls", "--long", "-", data=data).out.splitlines())
+        self.assertEqual({"kind": "file", "path": "dir/link", "size": 0, "time": "1970-01-01T00:00:00Z",
+                          "mode": "lrwxrwxrwx", "link": "t\\nx"},
+                         json.loads(run("ls", "--json", "-", data=data).out.splitlines()[1]))
 
-    def test_names_are_kept_exactly_and_shown_on_one_line(self):
-        names = {b"caf\xe9": "caf\\xe9", b"new\nline": "new\\x0aline", b"100%": "100\\x25", "ü".encode(): "ü"}
-        archive = self.folder / "names.tar"
-        with tarfile.open(archive, "w", encoding="utf-8", errors="surrogateescape") as tar:
-            for name in names:
-                tar.addfile(tarfile.TarInfo(name.decode("utf-8", "surrogateescape")), io.BytesIO())
-        self.assertEqual("".join(shown + "\n" for shown in names.values()), run("ls", archive).out.decode())
-        objects = [json.loads(line) for line in run("ls", "--json", archive).out.splitlines()]
-        self.assertEqual(list(names.values()), [entry["path"] for entry in objects])
-        _, out = self.unpack(archive)
-        self.assertEqual(set(names), set(os.listdir(os.fsencode(out))))
+    def test_nested_archives_are_extracted_as_folders_or_kept(self):
+        unpacked, kept = self.new_folder("unpacked"), self.new_folder("kept")
+        self.assertEqual(0, run("extract", "-C", unpacked, "-", data=NESTED).status)
+        self.assertEqual({b"last.xml", b"mid.tar.gz", b"mid.tar.gz/in.zip", b"mid.tar.gz/x", b"mid.tar.gz/in.zip/b.xml",
+                          b"mid.tar.gz/in.zip/t"}, set(tree_of(unpacked)))
+        self.assertEqual(XML, tree_of(unpacked)[b"mid.tar.gz/in.zip/b.xml"][2])
+        self.assertEqual(0, run("extract", "-C", kept, "--keep-archives", "-", data=NESTED).status)
+        self.assertEqual({b"last.xml", b"mid.tar.gz"}, set(tree_of(kept)))
+        self.assertTrue(tree_of(kept)[b"mid.tar.gz"][2].startswith(b"\x1f\x8b"))
 
-    def test_folded_names(self):
-        archive = self.folder / "fold.tar"
-        with tarfile.open(archive, "w", format=tarfile.GNU_FORMAT) as packed:
-            for name in ["Name", "nAME", "\u00e9", "e\u0301", "other"]:
-                packed.addfile(tarfile.TarInfo(name), io.BytesIO())
-        result, out = self.unpack(archive, "--fold-names")
-        self.assertEqual((1, 3), (result.status, len(os.listdir(out))))
-        self.assertEqual(2, result.err.count("\n"))
-
-    def test_an_interrupt_leaves_nothing_half_written(self):
-        for number in [signal.SIGINT, signal.SIGTERM]:
-            out = self.folder / f"out{number}"
-            tool = subprocess.Popen([TOOL, "extract", "-", "-C", out], stdin=subprocess.PIPE, stderr=subprocess.PIPE,
-                                    env=ENVIRONMENT)
-            info = tarfile.TarInfo("large")
-            info.size = 1 << 30
-            tool.stdin.write(info.tobuf() + bytes(1 << 20))
-            tool.stdin.flush()
-            for _ in range(1000):
-                if out.exists() and os.listdir(out):
-                    break
-                time.sleep(0.01)
-            self.assertEqual(1, len(os.listdir(out)))
-            tool.send_signal(number)
-            self.assertEqual(130, tool.wait(60))
-            self.assertEqual([], os.listdir(out))
-            tool.stdin.close()
-            tool.stderr.close()
+    def test_xml_of_an_archive_needs_a_member(self):
+        self.assertEqual(2, run("xml", "-", data=NESTED).status)
+        for command in ["xml", "text"]:
+            result = run(command, "--member", "no/such", "-", data=NESTED)
+            self.assertEqual((1, b""), (result.status, result.out))
+            self.assertIn("no/such", result.err)
 
 
-class Limits(Folder):
-    def nested(self, depth):
-        data = XML.encode()
-        for level in range(depth):
-            packed = io.BytesIO()
-            with zipfile.ZipFile(packed, "w") as archive:
-                archive.writestr("a.xml" if level == 0 else "in.zip", data)
-            data = packed.getvalue()
-        return data
+class Names(InFolder):
+    # Bytes of the name, and how it is shown.
+    CASES = {b"plain": "plain", "ä🌲".encode(): "ä🌲", b"%f %n %%": "%f %n %%", b"\xff\xfe": "\\377\\376", b"caf\xe9": "caf\\351",
+             b"line\nend\ttab\x1b": "line\\nend\\ttab\\033", b"back\\slash": "back\\\\slash", b"\xed\xa0\x80": "\\355\\240\\200",
+             b"d/" * 150 + b"long": "d/" * 150 + "long"}
 
-    def test_each_limit_has_its_message_and_status_3(self):
-        many = io.BytesIO()
-        with zipfile.ZipFile(many, "w", zipfile.ZIP_DEFLATED) as archive:
-            for i in range(20):
-                archive.writestr(f"m{i}.xml", "<a>" + "x" * 20_000_000 + "</a>" if i == 19 else "<a/>")
-        cases = {"--max-nesting": (5, self.nested(7)), "--max-members": (10, many.getvalue()),
-                 "--max-bytes": (1_000_000, many.getvalue()), "--max-depth": (1, b"<a><b/></a>")}
-        for option, (limit, data) in cases.items():
-            with self.subTest(option):
-                result = run("stats", "--json", option, str(limit), "-", data=data)
-                self.assertEqual(3, result.status)
-                self.assertIn(option, result.err)
-                self.assertFalse(json.loads(result.out)["complete"])
-        bomb = gzip.compress(b"<a>" + b"x" * 100_000_000 + b"</a>")
-        result = run("text", "--max-ratio", "100", "-", data=bomb)
-        self.assertEqual(3, result.status)
-        self.assertIn("--max-ratio", result.err)
-        self.assertGreater(len(result.out), 60_000_000)
+    def test_any_bytes_are_listed_and_kept(self):
+        for data_name, shown in self.CASES.items():
+            name = data_name.decode("utf-8", "surrogateescape")
+            inner = tar([(name, b"content")], form=1)  # GNU, which has no encoding
+            for data, prefix in [(inner, ""), (tar([("n.tar", inner)]), "n.tar/")]:
+                with self.subTest(shown[:20], prefix=prefix):
+                    lines = run("ls", "-", data=data).out.decode().splitlines()
+                    self.assertEqual(prefix + shown, lines[-1])
+                    if b"\\" in data_name:
+                        continue
+                    folder = tempfile.mkdtemp(dir=self.folder)
+                    self.assertEqual(0, run("extract", "-C", folder, "-", data=data).status)
+                    path = os.path.join(os.fsencode(folder), prefix.encode(), data_name)
+                    with open(path, "rb") as file:
+                        self.assertEqual(b"content", file.read())
 
 
-class Damage(Folder):
-    def test_a_cut_archive_never_passes_for_a_whole_one(self):
-        top = self.sample()
-        # What follows the last member is no loss: a zip's directory is not needed to read it, nor a tar's end.
-        for name, cuts, tail in [("tar.gz", 250, 0), ("zip", 250, 0), ("tar.xz", 150, 0)]:
-            whole = self.pack("cut." + name, top, *FORMATS[name]).read_bytes()
-            points = sorted({1 + i * (len(whole) - tail - 2) // cuts for i in range(cuts)})
+class Searching(InFolder):
+    def test_places_of_elements(self):
+        first, third = XML.index(b"<e a"), XML.rindex(b"<e a")
+        for path in ["mid.tar.gz/in.zip/b.xml", "last.xml"]:
+            found = run("find", "--element", "e", "--attribute", "a=1", "-", data=NESTED).out.decode().splitlines()
+            self.assertIn(f"{path}:{first}", found)
+            self.assertIn(f"{path}:{third}", found)
+            self.assertEqual(4, len(found))
+        limited = run("find", "--element", "e", "--limit", "1", "--json", "-", data=NESTED).out
+        self.assertEqual({"path": "mid.tar.gz/in.zip/b.xml", "offset": first}, json.loads(limited))
+        self.assertEqual((0, b""), (run("find", "--element", "none", "-", data=NESTED).status,
+                                    run("find", "--element", "e", "--attribute", "a=3", "-", data=NESTED).out))
 
-            def status(length, whole=whole):
-                return run("stats", "-", data=whole[:length]).status
+    def test_a_limit_ends_reading(self):
+        # The input stays open and never ends; only what is found can end the work.
+        with subprocess.Popen([os.environ["ARBTREE_TOOL"], "find", "--element", "e", "--limit", "2", "-"], bufsize=0,
+                              stdin=subprocess.PIPE, stdout=subprocess.PIPE, env=ENVIRONMENT) as tool:
+            tool.stdin.write(b"<r><e/>" + b" " * 20000 + b"<e/>" + b"<x>y</x>" * 1000)
+            self.assertEqual(0, tool.wait(TIMEOUT))
+            self.assertEqual(b"stdin:3\nstdin:20007\n", tool.stdout.read())
 
-            with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
-                passed = [length for length, code in zip(points, pool.map(status, points)) if code == 0]
-            self.assertEqual([], passed, name)
-
-    def test_an_encrypted_member_is_named_and_the_others_are_read(self):
-        top = self.folder / "top"
-        top.mkdir()
-        (top / "a.xml").write_text(XML)
-        archive = self.folder / "enc.zip"
-        subprocess.run(["bsdtar", "-c", "--format", "zip", "--options", "zip:encryption=zipcrypt", "--passphrase", "p",
-                        "-f", archive, "-C", top, "a.xml"], check=True)
-        with zipfile.ZipFile(archive, "a") as packed:
-            packed.writestr("plain.txt", "plain")
-        result, out = self.unpack(archive)
-        self.assertEqual((1, ["plain.txt"]), (result.status, os.listdir(out)))
-        self.assertRegex(result.err, r"^arbtree: [^\n]*enc.zip: a.xml: [^\n]+\n\Z")
+    def test_equal_elements_are_reported_once_with_their_places(self):
+        document = b"<r><e><f a='1'/>t</e><e><f a='2'/>t</e><e><f a='1'/>t</e><e>t<f a='1'/></e><g><e><f a='1'/>t</e></g></r>"
+        starts = [at for at in range(len(document)) if document.startswith(b"<e>", at)]
+        for chunk_bytes in ["1", "32768"]:
+            result = run("dups", "--element", "e", "--chunk-bytes", chunk_bytes, "-",
+                         data=tar([("1.xml", document), ("2.xml", b"<q><e>only here</e></q>"), ("3.xml", document)]))
+            expected = [f"{number} {path}:{starts[at]}" for number, members in [(1, [0, 2, 4]), (2, [1]), (3, [3])]
+                        for path in ["1.xml", "3.xml"] for at in members]
+            self.assertEqual(expected, result.out.decode().splitlines())
+        sets = run("dups", "--element", "e", "--json", "-", data=document).out.decode().splitlines()
+        self.assertEqual([[{"path": "stdin", "offset": starts[at]} for at in [0, 2, 4]]], [json.loads(line) for line in sets])
 
 
 if __name__ == "__main__":

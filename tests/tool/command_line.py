@@ -1,6 +1,8 @@
 """The command line: what is asked for, help, and what is refused with exit status 2."""
 import json
 import os
+import re
+import subprocess
 import sys
 import tempfile
 import unittest
@@ -10,9 +12,14 @@ sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "sup
 from tool import run, stats  # noqa: E402
 
 
+COMMANDS = ["ls", "text", "xml", "find", "extract", "dups", "stats"]
+SOURCE = os.environ["ARBTREE_SOURCE"]
+
+
 class CommandLine(unittest.TestCase):
     def test_usage_errors(self):
-        cases = [[], ["nothing"], ["xml"], ["stats"], ["xml", "a", "b"], ["xml", "--no-such", "a"], ["--json", "a"],
+        cases = [[], ["nothing"], ["xml"], ["stats"], ["ls", "--tree", "--json", "a"], ["find", "a"], ["dups", "a"],
+                 ["extract", "a"], ["find", "--element", "e", "--attribute", "k", "a"], ["find", "--element", "e", "--limit", "0", "a"], ["xml", "a", "b"], ["xml", "--no-such", "a"], ["--json", "a"],
                  ["xml", "--json", "a"], ["xml", "--max-depth", "0", "a"], ["xml", "--max-depth", "x", "a"],
                  ["xml", "--max-depth", "-1", "a"],
                  ["xml", "--max-depth", "18446744073709551616", "a"], ["xml", "--max-depth", "1x", "a"], ["stats", "--chunk-bytes", "4294967296", "a"]]
@@ -23,12 +30,28 @@ class CommandLine(unittest.TestCase):
                 self.assertRegex(result.err, r"^arbtree: .+\nRun `arbtree --help` .+\n\Z")
 
     def test_help_goes_to_standard_output_and_has_examples(self):
-        for arguments in [["--help"], ["stats", "--help"], ["xml", "-h"]]:
+        for arguments in [["--help"], ["xml", "-h"]] + [[command, "--help"] for command in COMMANDS]:
             with self.subTest(arguments):
                 result = run(*arguments)
                 self.assertEqual((0, ""), (result.status, result.err))
                 self.assertIn(b"Examples:\n  arbtree ", result.out)
         self.assertIn(b"Not kept:", run("xml", "--help").out)
+
+    def test_help_manual_and_completion_name_the_same_commands_and_options(self):
+        with open(os.path.join(SOURCE, "docs/arbtree.1")) as file:
+            manual = file.read().replace("\\-", "-")
+        with open(os.path.join(SOURCE, "tools/arbtree/completion/arbtree")) as file:
+            completion = file.read()
+        for command in COMMANDS:
+            options = set(re.findall(r"(?<![\w-])--[a-z-]+", run(command, "--help").out.decode().split("Examples:")[0]))
+            for option in options - {"--help", "--directory", "--version"}:
+                with self.subTest(command, option=option):
+                    self.assertIn(option, manual)
+                    self.assertIn(option, completion)
+                    done = subprocess.run(["bash", "-c", f'source "$0"; COMP_WORDS=(arbtree {command} {option}); COMP_CWORD=2; '
+                                           '_arbtree; echo "${COMPREPLY[@]}"', SOURCE + "/tools/arbtree/completion/arbtree"],
+                                          capture_output=True, text=True, check=True)
+                    self.assertIn(option, done.stdout.split())
 
     def test_version(self):
         result = run("--version")

@@ -1,9 +1,10 @@
+// libarchive's callbacks, and what its answers mean.
+//
+// Compression is no business of the archive readers: a compressed archive is read through decompress(), so that what
+// follows the end of the archive proper is unpacked too and a cut stream shows.
 #include "archive_reader.h"
 
-#include <archive.h>
-#include <archive_entry.h>
-#include <sys/stat.h>
-
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <new>
@@ -12,171 +13,278 @@
 namespace arbtree::tool {
 namespace {
 
-constexpr std::size_t kReadBytes = std::size_t{64} * 1024;
+// --- What libarchive calls -------------------------------------------------------------------------------------------
 
-std::string orEmpty(const char* text) { return text ? text : ""; }
-
-// The compressions and formats that libarchive reads by itself; others it would hand to programs that may be installed.
-void supportFormats(struct archive* archive) {
-  archive_read_support_filter_gzip(archive);
-  archive_read_support_filter_bzip2(archive);
-  archive_read_support_filter_xz(archive);
-  archive_read_support_filter_lzma(archive);
-  archive_read_support_filter_lzip(archive);
-  archive_read_support_filter_zstd(archive);
-  archive_read_support_filter_lz4(archive);
-  archive_read_support_filter_compress(archive);
-  archive_read_support_format_tar(archive);
-  archive_read_support_format_zip(archive);
-  archive_read_support_format_cpio(archive);
-  archive_read_support_format_ar(archive);
-  archive_read_support_format_7zip(archive);
-  archive_read_support_format_raw(archive);
+la_ssize_t readBlock(archive* handle, void* self, const void** bytes) {
+  auto& feed = *static_cast<ArchiveFeed*>(self);
+  const auto block = feed.next();
+  if (!block) {
+    archive_set_error(handle, EIO, "%s", feed.source().error().c_str());
+    return -1;
+  }
+  *bytes = block->data();
+  return static_cast<la_ssize_t>(block->size());
 }
 
-MemberType typeOf(struct archive_entry* entry) {
-  if (archive_entry_hardlink(entry)) return MemberType::hardLink;
-  switch (archive_entry_filetype(entry)) {
-    case AE_IFREG:
-    case 0:  // a compressed file says nothing
-      return MemberType::file;
-    case AE_IFDIR:
-      return MemberType::directory;
-    case AE_IFLNK:
-      return MemberType::symbolicLink;
-    default:
-      return MemberType::other;
+la_int64_t seekTo(archive*, void* self, la_int64_t offset, int whence) {
+  const std::int64_t position = static_cast<ArchiveFeed*>(self)->source().seek(offset, whence);
+  return position < 0 ? static_cast<la_int64_t>(ARCHIVE_FATAL) : position;
+}
+
+la_int64_t skipBytes(archive*, void* self, la_int64_t count) {
+  return static_cast<ArchiveFeed*>(self)->source().skip(count);
+}
+
+bool open(archive* handle, ArchiveFeed& feed, bool anywhere) {
+  archive_read_set_read_callback(handle, readBlock);
+  if (anywhere) {
+    archive_read_set_seek_callback(handle, seekTo);
+    archive_read_set_skip_callback(handle, skipBytes);
+  }
+  archive_read_set_callback_data(handle, &feed);
+  return archive_read_open1(handle) >= ARCHIVE_WARN;
+}
+
+ArchiveHandle makeHandle() {
+  ArchiveHandle handle(archive_read_new());
+  if (!handle) throw std::bad_alloc();
+  return handle;
+}
+
+void supportFormat(archive* handle, ContentKind format) {
+  switch (format) {
+    case ContentKind::tar:
+      archive_read_support_format_tar(handle);
+      break;
+    case ContentKind::zip:
+      archive_read_support_format_zip(handle);
+      break;
+    case ContentKind::cpio:
+      archive_read_support_format_cpio(handle);
+      break;
+    case ContentKind::ar:
+      archive_read_support_format_ar(handle);
+      break;
+    case ContentKind::sevenZip:
+      archive_read_support_format_7zip(handle);
+      break;
+    case ContentKind::cab:
+      archive_read_support_format_cab(handle);
+      break;
+    case ContentKind::rar:
+      archive_read_support_format_rar(handle);
+      break;
+    case ContentKind::rar5:
+      archive_read_support_format_rar5(handle);
+      break;
+    case ContentKind::xar:
+      archive_read_support_format_xar(handle);
+      break;
+    case ContentKind::other:
+    case ContentKind::xml:
+    case ContentKind::compressed:
+      break;
   }
 }
 
-// What libarchive cannot turn into the locale's encoding it still has in another form.
-std::string pathOf(struct archive_entry* entry) {
-  if (const char* const path = archive_entry_pathname(entry)) return path;
-  return orEmpty(archive_entry_pathname_utf8(entry));
+// The end record of a zip archive: its own bytes and a comment of up to 64 KiB.
+constexpr std::size_t kZipEndBytes = 22;
+constexpr std::size_t kZipTailBytes = kZipEndBytes + 0xFFFF;
+
+bool hasZipEnd(std::string_view tail) {
+  for (std::size_t at = tail.rfind("PK\5\6"); at != std::string_view::npos; at = tail.rfind("PK\5\6", at - 1)) {
+    if (at + kZipEndBytes <= tail.size()) {
+      const std::size_t comment =
+          static_cast<unsigned char>(tail[at + 20]) + 256u * static_cast<unsigned char>(tail[at + 21]);
+      if (at + kZipEndBytes + comment <= tail.size()) return true;
+    }
+    if (at == 0) break;
+  }
+  return false;
 }
 
-class BytesSource final : public ByteSource {
+std::string reasonOf(archive* handle) {
+  const char* const reason = archive_error_string(handle);
+  return reason ? reason : "cannot be read";
+}
+
+// --- The sources -----------------------------------------------------------------------------------------------------
+
+class EntryContent : public ByteSource {
  public:
-  explicit BytesSource(std::string_view bytes) : rest_(bytes) {}
-  std::optional<std::size_t> read(void* buffer, std::size_t size) override {
-    const std::size_t count = rest_.copy(static_cast<char*>(buffer), size);
-    rest_.remove_prefix(count);
-    return count;
+  EntryContent(archive* handle, bool isSparse, Budget& budget)
+      : handle_(handle), isSparse_(isSparse), budget_(budget) {}
+
+ protected:
+  std::optional<std::string_view> pull() override {
+    if (block_.empty() && !readOn()) return std::nullopt;
+    if (position_ < blockAt_) return zeros();
+    const std::string_view block = std::exchange(block_, {});
+    position_ += block.size();
+    return spend(block);
   }
-  const std::string& error() const override { return error_; }
 
  private:
-  std::string_view rest_;
-  const std::string error_;
+  // The next block that is not empty; none at the end.
+  bool readOn() {
+    const void* bytes = nullptr;
+    std::size_t size = 0;
+    la_int64_t offset = 0;
+    int status = ARCHIVE_RETRY;
+    while (size == 0 && (status == ARCHIVE_RETRY || status == ARCHIVE_OK)) {
+      status = archive_read_data_block(handle_, &bytes, &size, &offset);
+    }
+    // A warning is a checksum or a size that is wrong.
+    if (status != ARCHIVE_EOF && status != ARCHIVE_OK) return fail(reasonOf(handle_)).has_value();
+    // A sparse file that ends in a hole ends with an empty block behind it. For others some formats give no offsets.
+    blockAt_ = isSparse_ ? std::max(position_, static_cast<std::uint64_t>(offset)) : position_;
+    block_ = {static_cast<const char*>(bytes), status == ARCHIVE_EOF ? 0 : size};
+    return true;
+  }
+
+  // Holes of sparse files.
+  std::optional<std::string_view> zeros() {
+    static constexpr char kZeros[16384] = {};
+    const std::size_t count = std::min<std::uint64_t>(sizeof kZeros, blockAt_ - position_);
+    position_ += count;
+    return spend({kZeros, count});
+  }
+
+  std::optional<std::string_view> spend(std::string_view block) {
+    if (!budget_.spendBytes(block.size())) return fail(budget_.problem());
+    return block;
+  }
+
+  archive* const handle_;
+  const bool isSparse_;
+  Budget& budget_;
+  std::string_view block_;      // read and not given out yet
+  std::uint64_t blockAt_ = 0;   // where it belongs
+  std::uint64_t position_ = 0;  // of what has been given out
+};
+
+class Decompressed final : public ByteSource {
+ public:
+  Decompressed(ByteSource& source, Budget& budget)
+      : feed_(source, 0), handle_(makeHandle()), content_(handle_.get(), false, budget) {}
+
+ protected:
+  std::optional<std::string_view> pull() override {
+    if (!opened_ && !begin()) return error().empty() ? std::optional(std::string_view()) : std::nullopt;
+    const auto block = content_.next();
+    return block ? block : fail(content_.error());
+  }
+
+ private:
+  // False without an error: there is nothing in the stream.
+  bool begin() {
+    opened_ = true;
+    archive_read_support_filter_gzip(handle_.get());
+    archive_read_support_filter_bzip2(handle_.get());
+    archive_read_support_filter_xz(handle_.get());
+    archive_read_support_filter_zstd(handle_.get());
+    archive_read_support_filter_lz4(handle_.get());
+    archive_read_support_filter_lzip(handle_.get());
+    archive_read_support_filter_compress(handle_.get());
+    archive_read_support_format_raw(handle_.get());
+    archive_read_support_format_empty(handle_.get());
+    archive_entry* entry = nullptr;
+    if (open(handle_.get(), feed_, false)) {
+      const int status = archive_read_next_header(handle_.get(), &entry);
+      if (status == ARCHIVE_EOF) return false;
+      // Without a filter of its own for the stream libarchive would hand it out as it is.
+      const bool isUnpacked = archive_filter_code(handle_.get(), 0) != ARCHIVE_FILTER_NONE;
+      if (status >= ARCHIVE_WARN && isUnpacked) return true;
+    }
+    fail(reasonOf(handle_.get()));
+    return false;
+  }
+
+  ArchiveFeed feed_;
+  ArchiveHandle handle_;
+  EntryContent content_;
+  bool opened_ = false;
 };
 
 }  // namespace
 
-struct ArchiveReader::Callbacks {
-  static la_ssize_t read(struct archive* archive, void* self, const void** bytes) {
-    auto& reader = *static_cast<ArchiveReader*>(self);
-    const std::optional<std::size_t> count = reader.source_.read(reader.buffer_.data(), reader.buffer_.size());
-    *bytes = reader.buffer_.data();
-    if (count) return static_cast<la_ssize_t>(*count);
-    archive_set_error(archive, EIO, "%s", reader.source_.error().c_str());
-    return ARCHIVE_FATAL;
+std::unique_ptr<ByteSource> decompress(ByteSource& source, Budget& budget) {
+  return std::make_unique<Decompressed>(source, budget);
+}
+
+std::optional<std::string_view> ArchiveFeed::next() {
+  const auto block = source_.next();
+  if (!block || tailBytes_ == 0) return block;
+  if (block->size() >= tailBytes_) {
+    tail_.assign(block->substr(block->size() - tailBytes_));
+  } else {
+    if (tail_.size() > 3 * tailBytes_) tail_.erase(0, tail_.size() - tailBytes_);
+    tail_.append(*block);
   }
-  static la_int64_t skip(struct archive*, void* self, la_int64_t count) {
-    ByteSource& source = static_cast<ArchiveReader*>(self)->source_;
-    const std::optional<std::uint64_t> from = source.seek(0, SEEK_CUR);
-    if (!from || !source.seek(count, SEEK_CUR)) return 0;
-    return count;
+  return block;
+}
+
+// --- Entries ---------------------------------------------------------------------------------------------------------
+
+ArchiveReader::ArchiveReader(ByteSource& source, ContentKind format)
+    : feed_(source, format == ContentKind::zip && !source.canSeek() ? kZipTailBytes : 0),
+      archive_(makeHandle()),
+      format_(format) {
+  supportFormat(archive_.get(), format);
+}
+
+ArchiveReader::Step ArchiveReader::next() {
+  if (!opened_) {
+    opened_ = true;
+    if (!open(archive_.get(), feed_, feed_.source().canSeek())) return fail(reasonOf(archive_.get()));
   }
-  static la_int64_t seek(struct archive*, void* self, la_int64_t offset, int whence) {
-    const std::optional<std::uint64_t> place = static_cast<ArchiveReader*>(self)->source_.seek(offset, whence);
-    return place ? static_cast<la_int64_t>(*place) : la_int64_t{ARCHIVE_FATAL};
+  const int status = archive_read_next_header(archive_.get(), &entry_);
+  if (status == ARCHIVE_EOF) return finish();
+  if (status < ARCHIVE_WARN) return fail(reasonOf(archive_.get()));
+  return Step::entry;
+}
+
+std::unique_ptr<ByteSource> ArchiveReader::content(Budget& budget) {
+  return std::make_unique<EntryContent>(archive_.get(), archive_entry_sparse_count(entry_) != 0, budget);
+}
+
+ArchiveReader::Step ArchiveReader::fail(std::string reason) {
+  error_ = std::move(reason);
+  return Step::failed;
+}
+
+// What comes after the last entry belongs to the source, whose own checks come at its end.
+ArchiveReader::Step ArchiveReader::finish() {
+  if (!feed_.source().canSeek() && !drain()) return fail(feed_.source().error());
+  if (!endsInFull()) return fail("the archive is cut off: its end is missing");
+  return Step::end;
+}
+
+bool ArchiveReader::drain() {
+  for (;;) {
+    const auto block = feed_.next();
+    if (!block) return false;
+    if (block->empty()) return true;
   }
-};
-
-ArchiveReader::ArchiveReader(ByteSource& source, std::string fallbackName, Spending& spending,
-                             const std::uint64_t& bytesRead)
-    : source_(source),
-      fallbackName_(std::move(fallbackName)),
-      spending_(spending),
-      bytesRead_(bytesRead),
-      archive_(archive_read_new()),
-      buffer_(kReadBytes) {
-  if (!archive_) throw std::bad_alloc();
-  supportFormats(archive_);
-  archive_read_set_callback_data(archive_, this);
-  archive_read_set_read_callback(archive_, Callbacks::read);
-  if (!source.canSeek()) return;
-  archive_read_set_skip_callback(archive_, Callbacks::skip);
-  archive_read_set_seek_callback(archive_, Callbacks::seek);
 }
 
-ArchiveReader::~ArchiveReader() { archive_read_free(archive_); }
-
-bool ArchiveReader::open() {
-  opened_ = true;
-  const int status = archive_read_open1(archive_);
-  if (status < ARCHIVE_WARN) noteError(status);
-  return status >= ARCHIVE_WARN;
-}
-
-ArchiveReader::Next ArchiveReader::next(Member& member) {
-  error_.clear();
-  if (!opened_ && !open()) return Next::failed;
-  const int status = archive_read_next_header(archive_, &entry_);
-  if (status == ARCHIVE_EOF) return Next::end;
-  if (status < ARCHIVE_WARN) noteError(status);
-  if (status == ARCHIVE_FATAL) return Next::failed;
-  if (status < ARCHIVE_WARN) return Next::skipped;
-  describe(member);
-  return Next::member;
-}
-
-bool ArchiveReader::isPlain() const {
-  return archive_format(archive_) == ARCHIVE_FORMAT_RAW && archive_filter_count(archive_) <= 1;
-}
-
-bool ArchiveReader::isCompressedFile() const {
-  return archive_format(archive_) == ARCHIVE_FORMAT_RAW && archive_filter_count(archive_) > 1;
-}
-
-bool beginsCompressedFile(std::string_view beginning) {
-  BytesSource source(beginning);
-  Spending spending{Limits()};
-  const std::uint64_t bytesRead = beginning.size();
-  ArchiveReader reader(source, "", spending, bytesRead);
-  Member member;
-  return reader.next(member) == ArchiveReader::Next::member && reader.isCompressedFile();
-}
-
-void ArchiveReader::describe(Member& member) const {
-  const bool isRaw = archive_format(archive_) == ARCHIVE_FORMAT_RAW;
-  member.path = isRaw ? fallbackName_ : pathOf(entry_);
-  member.type = typeOf(entry_);
-  member.size.reset();
-  member.modified.reset();
-  if (archive_entry_size_is_set(entry_)) member.size = static_cast<std::uint64_t>(archive_entry_size(entry_));
-  if (archive_entry_mtime_is_set(entry_) && !isRaw) member.modified = archive_entry_mtime(entry_);
-  member.mode = static_cast<std::uint32_t>(archive_entry_perm(entry_));
-  member.link =
-      orEmpty(member.type == MemberType::hardLink ? archive_entry_hardlink(entry_) : archive_entry_symlink(entry_));
-}
-
-std::optional<std::size_t> ArchiveReader::read(void* buffer, std::size_t size) {
-  const la_ssize_t count = archive_read_data(archive_, buffer, size);
-  if (count < 0) {
-    noteError(static_cast<int>(count));
-    return std::nullopt;
+// libarchive takes a tar archive that just ends for a whole one; a whole one ends with an empty header. A zip archive
+// that it reads as a stream ends for it with the first record that is no member; a whole one ends with its end record.
+bool ArchiveReader::endsInFull() {
+  if (format_ == ContentKind::tar) {
+    return archive_filter_bytes(archive_.get(), 0) > archive_read_header_position(archive_.get());
   }
-  if (!spending_.addBytes(static_cast<std::uint64_t>(count), bytesRead_)) {
-    error_ = spending_.message();
-    return std::nullopt;
-  }
-  return static_cast<std::size_t>(count);
+  if (format_ != ContentKind::zip) return true;
+  if (feed_.source().canSeek()) readTail();
+  return hasZipEnd(feed_.tail());
 }
 
-void ArchiveReader::noteError(int status) {
-  error_ = orEmpty(archive_error_string(archive_));
-  if (error_.empty()) error_ = "cannot be read, libarchive status " + std::to_string(status);
+void ArchiveReader::readTail() {
+  ByteSource& source = feed_.source();
+  feed_.keepTail(kZipTailBytes);
+  const std::int64_t size = source.seek(0, SEEK_END);
+  source.seek(std::max<std::int64_t>(0, size - static_cast<std::int64_t>(kZipTailBytes)), SEEK_SET);
+  drain();
 }
 
 }  // namespace arbtree::tool

@@ -1,64 +1,69 @@
 // The commands of the tool. Each takes what the command line said and answers the exit status: 0 when all went well, 1
-// when the input or the output failed, 3 when a limit was reached, 130 when it was interrupted.
+// when the input or the output failed or a member was refused, 2 when the request does not fit the input, 3 when a
+// limit was passed.
 #ifndef ARBTREE_TOOL_COMMANDS_H
 #define ARBTREE_TOOL_COMMANDS_H
 
 #include <cstdint>
 #include <string>
 
-#include "content_document.h"
+#include "content_limits.h"
 
 namespace arbtree::tool {
+
+struct CommonOptions {
+  std::string file;
+  Limits limits;
+  bool quiet = false;  // no progress bar
+};
 
 struct StatsOptions {
   CommonOptions common;
   bool json = false;
 };
 
-struct XmlOptions {
+enum class ListForm { plain, tree, json, details };
+
+struct LsOptions {
   CommonOptions common;
-  std::string member;  // the shown path of one; empty for an input that is itself XML
+  ListForm form = ListForm::plain;
 };
 
-struct TextOptions {
+// For text and xml: all XML members, or one by its path as ls shows it.
+struct ContentOptions {
   CommonOptions common;
-  std::string member;  // empty for all
-};
-
-struct ListOptions {
-  CommonOptions common;
-  enum class Form { plain, indented, json, withDetails } form = Form::plain;
+  std::string member;
 };
 
 struct FindOptions {
   CommonOptions common;
-  std::string element;        // empty for any
-  std::string id;             // likewise
-  std::string attributeName;  // likewise
-  std::string attributeValue;
+  std::string element;
+  std::string attribute;  // "" or NAME=VALUE
   std::uint64_t limit = UINT64_MAX;
+  bool json = false;
+};
+
+struct DupsOptions {
+  CommonOptions common;
+  std::string element;
+  bool json = false;
 };
 
 struct ExtractOptions {
   CommonOptions common;
-  std::string directory;
-  std::string pattern;  // of shown paths, with * and ?; empty for all
+  std::string folder;
+  std::string pattern;  // "" for all
   bool keepArchives = false;
-  bool foldNames = false;
-};
-
-struct DuplicatesOptions {
-  CommonOptions common;
-  std::string element;
+  bool refuseAliases = false;  // names that differ only by case or normal form
 };
 
 int runStats(const StatsOptions& options);
-int runXml(const XmlOptions& options);
-int runText(const TextOptions& options);
-int runList(const ListOptions& options);
+int runLs(const LsOptions& options);
+int runText(const ContentOptions& options);
+int runXml(const ContentOptions& options);
 int runFind(const FindOptions& options);
+int runDups(const DupsOptions& options);
 int runExtract(const ExtractOptions& options);
-int runDuplicates(const DuplicatesOptions& options);
 
 }  // namespace arbtree::tool
 

@@ -76,6 +76,8 @@ class ElementKinds {
   // The kind of an element name, made if it is new. Throws std::length_error when there is no id left.
   ElementKind& element(std::string_view name);
   std::uint64_t elementNameCount() const { return kinds_.size() - kFixedKinds; }
+  // How many namespaces, from kFirstNamespace on, all kinds of the process take.
+  std::uint32_t namespaceCount() const { return namespacesFor(kinds_.back()); }
 
   // The index of an attribute name in a kind, added if it is new there. Attributes mostly come in the order in which
   // they came before, so `expected`, the index after that of the attribute before, is looked at first.
@@ -93,8 +95,6 @@ class ElementKinds {
     const std::uint32_t serial = serialOf(elementId);
     return serial < types_.size() ? types_[serial] : nullptr;
   }
-  // The namespaces of all kinds there are.
-  std::uint32_t namespaceCount() const { return namespacesFor(kinds_.back()); }
   // How many namespaces, from kFirstNamespace on, a tree needs for all kinds up to this one.
   static std::uint32_t namespacesFor(const ElementKind& kind) {
     return ARB_ELEMENT_NAMESPACE(kind.elementId) - kFirstNamespace + 1;

@@ -29,7 +29,6 @@ struct ElementNode {
   ArbNode node;
   std::uint32_t attributeCount;  // attributes present
   std::uint32_t unitCount;       // units of all values with their terminators
-  std::uint64_t byteOffset;      // where the element begins in its document; 0 unless that was asked for
   // The next four stay with the record when it is destroyed and made again.
   std::uint32_t entryCapacity;
   std::uint32_t unitCapacity;

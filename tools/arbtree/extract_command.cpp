@@ -1,134 +1,109 @@
-// `arbtree extract`: writes the files of an input below a directory, through the writer of the host context.
+// `arbtree extract`: writes the members out below a folder. Files go through the library's file children: the writer
+// that compwrite has for this host takes the content from the producer, which waits at the file.
 #include <fnmatch.h>
 
-#include <stdexcept>
-#include <string>
-#include <vector>
-
 #include "arbtree/compwrite.h"
-#include "child_info.h"
 #include "commands.h"
-#include "run_command.h"
-#include "target_directory.h"
+#include "member_name.h"
+#include "node_links.h"
+#include "session.h"
+#include "target_folder.h"
 
 namespace arbtree::tool {
 namespace {
 
-constexpr std::size_t kCopyBytes = std::size_t{64} * 1024;
+constexpr std::uint32_t kNotWritten = 1;
 
-TargetAttributes attributesOf(ArbForestChild& child) {
-  TargetAttributes attributes;
-  const std::uint32_t mode = memberMode(child);
-  if (mode != 0) attributes.mode = mode;
-  if (const auto modified = memberModified(child)) {
-    attributes.modified = *modified;
-    attributes.hasModified = true;
-  }
-  return attributes;
-}
-
-class Extracting : public ChildVisitor {
+class Extraction {
  public:
-  Extracting(const ExtractOptions& options, ContentDocument& document, Report& report)
-      : pattern_(options.pattern),
-        document_(document),
-        report_(report),
-        target_(std::make_unique<TargetDirectory>(options.directory, options.foldNames)),
-        buffer_(kCopyBytes) {}
-  ~Extracting() { CompWriteRemoveWriter(document_.host()); }
-  Extracting(const Extracting&) = delete;
-  Extracting& operator=(const Extracting&) = delete;
+  Extraction(Session& session, const ExtractOptions& options, TargetFolder& target)
+      : session_(session), options_(options), target_(target) {
+    if (CompWriteSetWriter(&session.document.host(), write, this) != ARB_OK) throw std::bad_alloc();
+  }
+  ~Extraction() { CompWriteRemoveWriter(&session_.document.host()); }
+  Extraction(const Extraction&) = delete;
+  Extraction& operator=(const Extraction&) = delete;
 
-  bool enterChild(ArbForestChild& child) {
-    if (!isWanted(child)) return true;
-    if (child.kind != ARB_CHILD_FILE) {
-      // The directory that stands for an archive comes with the first file in it.
-      return true;
+  bool enter(ArbForestChild& child) {
+    path_ = pathOf(child);
+    if (child.kind == ARB_CHILD_FOREST) {
+      if (options_.pattern.empty()) refuseIf(target_.makeFolder(path_, 0777));
+    } else if (isWanted()) {
+      refuseIf(extract(child));
     }
-    auto* const file = reinterpret_cast<ArbFile*>(&child);
-    if (CompWriteSetWriter(document_.host(), write, this) != ARB_OK) throw std::bad_alloc();
-    ArbFileWrite(file, 0);
     return true;
   }
+  void leave(ArbForest&) {}
 
-  // What can only be done once all files are there.
   void finish() {
-    for (const auto& [path, reason] : target_->finish())
-      report_.failure(displayName(path), std::nullopt, reason, kFailure);
+    for (const auto& [path, reason] : target_.finish()) session_.problems.member(path, "refused: " + reason);
   }
 
  private:
-  // The writer that the library calls. What went wrong has been reported by the time it answers.
+  bool isWanted() const {
+    return options_.pattern.empty() || fnmatch(options_.pattern.c_str(), shown(path_).c_str(), FNM_NOESCAPE) == 0;
+  }
+
+  std::string extract(ArbForestChild& child) {
+    const MemberFacts facts = factsOf(child);
+    if (facts.link == LinkKind::symbolic) return target_.linkSymbolic(path_, bytesOf(child, kMemberLink));
+    if (facts.link == LinkKind::hard) return target_.linkHard(path_, hardTarget(child));
+    switch (facts.mode & AE_IFMT) {
+      case AE_IFDIR:
+        return target_.makeFolder(path_, facts.mode);
+      case AE_IFREG:
+      case 0:
+        return ArbFileWrite(asFile(&child), 0) == ARB_OK ? "" : problem_;
+      default:
+        return "it is a device or another special file";
+    }
+  }
+
+  // Links name members of their own archive.
+  static std::string hardTarget(ArbForestChild& child) {
+    const std::string target = bytesOf(child, kMemberLink);
+    const bool isNested = child.parent && child.parent->child.parent;
+    return isNested && !target.starts_with('/') ? pathOf(child.parent->child) + "/" + target : target;
+  }
+
   static std::uint32_t ARB_CALL write(ArbHostContext*, ArbFile* file, std::uint32_t, void* self) {
-    auto& extracting = *static_cast<Extracting*>(self);
-    const std::string reason = extracting.writeMember(file);
-    if (reason.empty()) return ARB_OK;
-    extracting.report_.failure(displayPath(file->child), std::nullopt, reason, kFailure);
-    return COMPWRITE_ERR_IO;
+    auto& extraction = *static_cast<Extraction*>(self);
+    extraction.problem_ = extraction.target_.writeFile(extraction.path_, factsOf(file->child),
+                                                       extraction.session_.document.producer().fileContent());
+    return extraction.problem_.empty() ? ARB_OK : kNotWritten;
   }
 
-  bool isWanted(ArbForestChild& child) const {
-    return pattern_.empty() || fnmatch(pattern_.c_str(), displayPath(child).c_str(), FNM_NOESCAPE) == 0;
+  // A limit is told by the producer.
+  void refuseIf(const std::string& problem) {
+    if (problem.empty() || !session_.document.producer().budget().isWithin()) return;
+    session_.problems.member(path_, "refused: " + problem);
   }
 
-  // Why it was not written; empty when it was.
-  std::string writeMember(ArbFile* file) {
-    ArbForestChild& child = file->child;
-    const std::string path = memberPath(child);
-    switch (memberTypeOf(child)) {
-      case MemberType::directory:
-        return target_->makeDirectory(path, attributesOf(child));
-      case MemberType::symbolicLink:
-        return target_->addSymlink(path, memberLink(child));
-      case MemberType::hardLink:
-        return target_->addHardLink(path, besides(child, memberLink(child)));
-      case MemberType::other:
-        return "neither a file nor a directory nor a link: not extracted";
-      case MemberType::file:
-        break;
-    }
-    std::string reason = target_->beginFile(path, attributesOf(child));
-    if (reason.empty()) reason = copyContent(file);
-    if (reason.empty()) return target_->commitFile();
-    target_->abandonFile();
-    return reason;
-  }
-
-  std::string copyContent(ArbFile* file) {
-    for (;;) {
-      if (isInterrupted()) return "interrupted";
-      const auto count = document_.producer().readFile(file, buffer_.data(), buffer_.size());
-      if (!count) return document_.producer().fileError();
-      if (*count == 0) return {};
-      if (std::string reason = target_->write(buffer_.data(), *count); !reason.empty()) return reason;
-    }
-  }
-
-  // The path of a member that a hard link in the same archive names.
-  static std::string besides(ArbForestChild& child, const std::string& name) {
-    const std::string archive = child.parent->child.parent ? memberPath(child.parent->child) + '/' : std::string();
-    return archive + name;
-  }
-
-  const std::string& pattern_;
-  ContentDocument& document_;
-  Report& report_;
-  std::unique_ptr<TargetDirectory> target_;
-  std::vector<char> buffer_;
+  Session& session_;
+  const ExtractOptions& options_;
+  TargetFolder& target_;
+  std::string path_;     // of the current member
+  std::string problem_;  // of the file written last
 };
 
 }  // namespace
 
 int runExtract(const ExtractOptions& options) {
-  Wanted wanted;
-  wanted.xmlAsFiles = true;
-  wanted.files = true;
-  wanted.archives = !options.keepArchives;
-  wanted.plainIsXml = false;
-  return runCommand(
-      options.common, wanted, false,
-      [&](ContentDocument& document, OutputFile&, Report& report) { return Extracting(options, document, report); },
-      [](Extracting& extracting, ContentDocument&, OutputFile&, Report&) { extracting.finish(); });
+  Wishes wishes;
+  wishes.inputIsXml = false;
+  wishes.parsesXml = false;
+  wishes.readsFiles = true;
+  if (options.keepArchives) wishes.wantsMembers = [](const std::string&) { return false; };
+  Session session(options.common, std::move(wishes), false);
+  TargetFolder target(options.folder, options.refuseAliases);
+  if (!target.error().empty()) {
+    std::fprintf(stderr, "arbtree: %s: %s\n", options.folder.c_str(), target.error().c_str());
+    return kInputFailed;
+  }
+  Extraction extraction(session, options, target);
+  session.document.walkMembers(extraction);
+  extraction.finish();
+  return session.finish();
 }
 
 }  // namespace arbtree::tool

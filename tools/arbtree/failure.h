@@ -16,6 +16,7 @@ struct Place {
 struct Failure {
   Place place;
   std::string reason;
+  bool isLimit = false;  // a limit that the command line sets was passed
 };
 
 }  // namespace arbtree::tool

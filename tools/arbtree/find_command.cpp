@@ -1,62 +1,60 @@
-// `arbtree find`: where elements are.
-#include <algorithm>
-#include <string>
-
-#include "child_info.h"
+// `arbtree find`: the places of elements with a name and, on request, an attribute.
 #include "commands.h"
 #include "element_kinds.h"
-#include "element_node.h"
-#include "run_command.h"
+#include "element_places.h"
+#include "node_links.h"
+#include "session.h"
 #include "utf.h"
 
 namespace arbtree::tool {
 namespace {
 
-struct Finding : ChildVisitor {
-  Finding(const FindOptions& wanted, OutputFile& output)
-      : options(wanted), value(toUtf16(wanted.attributeValue)), out(output) {}
-
-  bool enterChild(ArbForestChild& child) {
-    if (child.kind == ARB_CHILD_TREE) path = displayPath(child);
-    return out.isGood();
-  }
-  bool enter(const ArbNode& node) {
-    if (sortOf(node) != NodeSort::element || !isWanted(node)) return true;
-    out.append(path + ':' + std::to_string(asElement(node).byteOffset) + '\n');
-    return ++found < options.limit && out.isGood();
-  }
-
-  // Only the element that was referred to by the ID has it as its ID string.
-  bool isWanted(const ArbNode& node) const {
-    return (options.element.empty() || kindOf(node).name == options.element) && (options.id.empty() || node.idString) &&
-           hasAttribute(node);
-  }
-
-  bool hasAttribute(const ArbNode& node) const {
-    if (options.attributeName.empty()) return true;
-    const ElementNode& element = asElement(node);
-    const auto entries = element.attributes();
-    return std::any_of(entries.begin(), entries.end(), [&](const AttributeEntry& entry) {
-      return kindOf(node).attributes[entry.index]->text == options.attributeName && element.value(entry) == value;
-    });
-  }
-
+struct Finding {
+  Session& session;
   const FindOptions& options;
-  const std::u16string value;
-  OutputFile& out;
+  const ElementKind& kind;
+  std::string attribute;
+  std::u16string value;
   std::string path;
   std::uint64_t found = 0;
+
+  bool enter(const ArbNode& node) {
+    if (node.nodeType->elementId != kind.elementId || !matches(asElement(node))) return true;
+    const ElementPlace place = {path, offsetOf(node)};
+    session.out.append((options.json ? place.asJson() : place.asText()) + "\n");
+    return ++found < options.limit && session.out.isGood();
+  }
+  void leave(const ArbNode&) {}
+
+  bool enter(ArbForestChild& child) {
+    if (child.kind != ARB_CHILD_TREE) return true;
+    path = shown(pathOf(child));
+    return session.document.walkNodes(asTree(&child), *this);
+  }
+  void leave(ArbForest&) {}
+
+  bool matches(const ElementNode& element) const {
+    if (attribute.empty()) return true;
+    for (const AttributeEntry& entry : element.attributes()) {
+      if (kind.attributes[entry.index]->text == attribute) return element.value(entry) == value;
+    }
+    return false;
+  }
 };
 
 }  // namespace
 
 int runFind(const FindOptions& options) {
-  Wanted wanted;
-  wanted.details.offsets = true;
-  wanted.details.id = options.id;
-  return runCommand(
-      options.common, wanted, true, [&](ContentDocument&, OutputFile& out, Report&) { return Finding(options, out); },
-      [](const Finding&, ContentDocument&, OutputFile&, Report&) {});
+  const ElementKind& kind = ElementKinds::instance().element(options.element);
+  Wishes wishes;
+  wishes.watched = &kind;
+  Session session(options.common, std::move(wishes), true);
+  const std::size_t equals = options.attribute.find('=');
+  const std::string value =
+      options.attribute.substr(equals == std::string::npos ? options.attribute.size() : equals + 1);
+  Finding finding{session, options, kind, options.attribute.substr(0, equals), toUtf16(value), {}};
+  session.document.walkMembers(finding);
+  return session.finish();
 }
 
 }  // namespace arbtree::tool

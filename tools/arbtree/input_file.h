@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -14,31 +15,36 @@ namespace arbtree::tool {
 class InputFile final : public ByteSource {
  public:
   explicit InputFile(std::string path);
+  // What is left of a source, put into a temporary file without a name; for formats that cannot be streamed. Null when
+  // the source or the file fails: `problem` then says why.
+  static std::unique_ptr<InputFile> spool(ByteSource& source, std::string& problem);
   ~InputFile() override;
-  InputFile(const InputFile&) = delete;
-  InputFile& operator=(const InputFile&) = delete;
-
-  std::optional<std::size_t> read(void* buffer, std::size_t size) override;
-  const std::string& error() const override { return error_; }
-  // A regular file can be gone to any place of.
-  std::optional<std::uint64_t> seek(std::int64_t offset, int whence) override;
-  bool canSeek() const override { return size_.has_value(); }
 
   const std::string& path() const { return path_; }
   // As messages show it: the path as it was given, or "<stdin>".
   std::string displayName() const { return isStandardInput() ? "<stdin>" : path_; }
-  const std::uint64_t& bytesRead() const { return bytesRead_; }
+  // The last part of the path, or "stdin".
+  std::string name() const;
   // Nothing when the input is no regular file.
   std::optional<std::uint64_t> size() const { return size_; }
 
+  bool canSeek() const override { return size_.has_value() && !isStandardInput(); }
+  std::int64_t seek(std::int64_t offset, int whence) override;
+  std::int64_t skip(std::int64_t count) override;
+
+ protected:
+  std::optional<std::string_view> pull() override;
+  std::optional<std::size_t> pullInto(void* buffer, std::size_t size) override;
+  bool pullsInto() const override { return true; }
+
  private:
+  InputFile(int descriptor, std::uint64_t size) : descriptor_(descriptor), size_(size) {}
   bool isStandardInput() const { return path_ == "-"; }
 
   std::string path_;
-  std::string error_;
   int descriptor_ = -1;
-  std::uint64_t bytesRead_ = 0;
   std::optional<std::uint64_t> size_;
+  std::unique_ptr<char[]> block_;
 };
 
 }  // namespace arbtree::tool

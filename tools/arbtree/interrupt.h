@@ -1,12 +1,14 @@
-// Being asked to stop: the signals of an interrupt and of termination only leave a note, which long work looks at, so
-// that it can take away what it has not finished.
+// An interrupt from the terminal, or a request to end, makes reading the input fail, so that everything is taken down
+// in good order: no temporary file stays behind. The process then ends by the signal.
 #ifndef ARBTREE_TOOL_INTERRUPT_H
 #define ARBTREE_TOOL_INTERRUPT_H
 
 namespace arbtree::tool {
 
-void noteInterrupts();
+void catchInterrupts();
 bool isInterrupted();
+// Ends the process by the signal that interrupted it, if one did.
+void endIfInterrupted();
 
 }  // namespace arbtree::tool
 

@@ -1,9 +1,10 @@
-// The command line of the tool: options, help, and which command runs.
+// The command line of the tool: options, help, and which command runs. The exit statuses are those of commands.h.
 #include <CLI/CLI.hpp>
 #include <charconv>
 #include <clocale>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
 #include <functional>
 #include <limits>
@@ -11,46 +12,108 @@
 #include <system_error>
 
 #include "commands.h"
+#include "interrupt.h"
+#include "problems.h"
 
 namespace arbtree::tool {
 namespace {
 
 constexpr char kDescription[] =
-    "Streams XML, and archives within archives, through a tree of documents in a few megabytes of memory.\n";
+    "Lists, searches, reads and extracts what is in XML files and in archives within archives, of any size, in a few\n"
+    "megabytes of memory.\n";
 
 constexpr char kFooter[] =
     "\n"
-    "Input: XML, and tar, zip, cpio, ar and 7z archives, compressed or not (gzip, bzip2, xz, lzma, lzip, zstd, lz4,\n"
-    "compress), so also packages, office documents and e-books. Archives within archives are read as well; only a 7z\n"
-    "archive has to be a file of its own. Names that say so (.xml, .svg ... or .txt, .png ...) decide what a member "
-    "is,\n"
-    "else its content does.\n"
-    "\n"
-    "Names are shown on one line: bytes that are no UTF-8, control characters, \\ and % as \\xNN.\n"
+    "FILE is an XML file or an archive (tar, zip, cpio, ar, 7z, cab, rar, xar; compressed with gzip, bzip2, xz, zstd,\n"
+    "lz4, lzip or compress), and so a package, a Java archive, an office document or an e-book; - is standard input.\n"
+    "Archives within archives are opened too. Formats are told by content. A member's path is the way to it through\n"
+    "the archives, as `arbtree ls` prints it: bytes that are no text are shown as \\ooo, a backslash as \\\\.\n"
     "\n"
     "Exit status: 0 all went well; 1 the input or the output failed, or a member was refused; 2 the command line was\n"
-    "wrong; 3 a limit was reached; 130 interrupted. What can be read is delivered first, and each failure is one "
-    "line:\n"
-    "arbtree: FILE: MEMBER: reason, or arbtree: FILE: MEMBER:LINE:COLUMN: reason within XML.\n"
+    "wrong; 3 a limit was passed. What could be read is delivered. Each failure is one line on standard error:\n"
+    "arbtree: FILE: MEMBER: reason, with :LINE:COLUMN behind an XML member.\n"
     "\n"
     "Encodings of XML: UTF-8, UTF-16, and all that iconv knows and that begin like ASCII.\n"
     "External entities and external document types are never loaded.\n"
     "\n"
     "Examples:\n"
-    "  arbtree ls --long pile.zip\n"
-    "  zcat dump.xml.gz | arbtree stats --json -\n"
-    "  arbtree xml dump.xml > copy.xml\n"
+    "  arbtree ls package.deb\n"
+    "  arbtree stats dump.xml\n"
+    "  zcat dump.xml.gz | arbtree xml - > copy.xml\n"
+    "  arbtree find --element title --limit 1 books.zip\n"
+    "  arbtree extract -C folder backup.tar.xz\n"
     "\n"
     "`arbtree COMMAND --help` says more about a command.";
 
+constexpr char kLsFooter[] =
+    "\n"
+    "Archives are forests, XML members are trees, everything else (folders and links too) is a file. Plain lines are\n"
+    "paths. --long: kind, mode, size in bytes (- when it is not known before the content), time of change in UTC, "
+    "path\n"
+    "and the target of a link. --json: the same as one JSON object a line.\n"
+    "\n"
+    "Examples:\n"
+    "  arbtree ls package.deb\n"
+    "  arbtree ls --long backup.tar.xz\n"
+    "  curl -s https://example.org/all.tar.gz | arbtree ls --tree -\n"
+    "  arbtree ls --json books.zip | jq -r 'select(.kind == \"tree\") | .path'";
+
+constexpr char kTextFooter[] =
+    "\n"
+    "The output is UTF-8. The text of a member that does not end with a line end gets one.\n"
+    "\n"
+    "Examples:\n"
+    "  arbtree text report.docx --member word/document.xml\n"
+    "  arbtree text books.zip | grep -i whale";
+
+constexpr char kFindFooter[] =
+    "\n"
+    "One line for each element: PATH:OFFSET, the member and the byte at which the start tag begins in it (for "
+    "encodings\n"
+    "other than UTF-8, UTF-16, ASCII and Latin-1: in the member converted to UTF-8). With --json one object a line.\n"
+    "With --limit nothing is read beyond the last match.\n"
+    "\n"
+    "Examples:\n"
+    "  arbtree find --element title books.zip\n"
+    "  arbtree find --element a --attribute id=x7 --limit 1 dump.xml";
+
+constexpr char kExtractFooter[] =
+    "\n"
+    "XML members are written as they are in the archive, nested archives as folders of their names. Nothing is "
+    "written\n"
+    "outside the folder. Refused by name, with exit status 1, while the rest is extracted: names that are absolute or\n"
+    "have \"..\", a backslash, a drive letter or an empty part; symbolic links that lead outside, hard links to what "
+    "was\n"
+    "not extracted, devices. Set-user-id, set-group-id and sticky bits are dropped. A file takes its name, in place "
+    "of\n"
+    "an earlier file, when it is complete.\n"
+    "\n"
+    "Examples:\n"
+    "  arbtree extract -C folder package.deb\n"
+    "  arbtree extract -C folder --member '*.xml' backup.tar.xz\n"
+    "  arbtree extract -C folder --keep-archives --refuse-aliases all.zip";
+
+constexpr char kDupsFooter[] =
+    "\n"
+    "One line for each place: the number of its set and PATH:OFFSET. Equal means the same name, attributes and "
+    "children.\n"
+    "An element within an element of the name is part of that one. With --json a set is one array a line. Memory "
+    "grows\n"
+    "with the different elements of the name.\n"
+    "\n"
+    "Examples:\n"
+    "  arbtree dups --element record dump.xml\n"
+    "  arbtree dups --element path --json drawings.zip";
+
 constexpr char kStatsFooter[] =
     "\n"
-    "Text counts in nodes: text longer than 16384 UTF-16 units is several nodes. With --json the same figures are\n"
-    "one JSON object; \"complete\" is false when the input failed, and the figures then hold for what could be read.\n"
+    "Every member is read to its end, so that damage shows. Text counts in nodes: text longer than 16384 UTF-16 units\n"
+    "is several nodes. With --json the same figures are one JSON object; \"complete\" is false when the input failed,\n"
+    "and the figures then hold for what could be read.\n"
     "\n"
     "Examples:\n"
     "  arbtree stats dump.xml\n"
-    "  arbtree stats --json books.epub\n"
+    "  arbtree stats --json books.zip\n"
     "  zcat dump.xml.gz | arbtree stats -";
 
 constexpr char kXmlFooter[] =
@@ -64,60 +127,8 @@ constexpr char kXmlFooter[] =
     "\n"
     "Examples:\n"
     "  arbtree xml dump.xml > copy.xml\n"
-    "  arbtree xml letter.odt --member content.xml | grep title\n"
+    "  arbtree xml --member word/document.xml report.docx\n"
     "  arbtree xml --max-depth 2000000 deep.xml > copy.xml";
-
-constexpr char kListFooter[] =
-    "\n"
-    "One line a child document, printed as it is met. --long: kind, mode, size in bytes, time (UTC), path; \"-\" for\n"
-    "what the archive does not say. --json: one JSON object a line, with the same fields as far as they are known.\n"
-    "Kinds: archive, xml, file, dir, link, hardlink, special.\n"
-    "\n"
-    "Examples:\n"
-    "  arbtree ls pile.tar.gz\n"
-    "  arbtree ls --json package.deb | jq -r .path\n"
-    "  curl -s https://example.org/pile.zip | arbtree ls --tree -";
-
-constexpr char kTextFooter[] =
-    "\n"
-    "The text of each document ends with a line end.\n"
-    "\n"
-    "Examples:\n"
-    "  arbtree text letter.odt --member content.xml\n"
-    "  arbtree text books.tar | wc -w";
-
-constexpr char kFindFooter[] =
-    "\n"
-    "Prints PATH:OFFSET for each element: the path of the document and the byte in it at which the element begins "
-    "(for\n"
-    "a document in another encoding than UTF-8 and UTF-16, the byte of its UTF-8 form).\n"
-    "\n"
-    "Examples:\n"
-    "  arbtree find dump.xml --element page --limit 1\n"
-    "  arbtree find site.zip --element a --attribute href=index.html\n"
-    "  arbtree find manual.odt --id chapter-3";
-
-constexpr char kExtractFooter[] =
-    "\n"
-    "XML is written as it was. Archives in the archive become directories of their names. Never written: anything\n"
-    "outside DIR, devices, set-user-id bits; such members are refused by name, the rest is extracted, and the exit\n"
-    "status is 1. A file appears under its name only when it is complete. Symbolic links are made last, and only "
-    "those\n"
-    "that stay inside DIR.\n"
-    "\n"
-    "Examples:\n"
-    "  arbtree extract pile.zip -C out\n"
-    "  arbtree extract package.deb -C out --member 'data.tar.*/usr/share/doc/*'\n"
-    "  arbtree extract backup.tar.xz -C out --keep-archives";
-
-constexpr char kDuplicatesFooter[] =
-    "\n"
-    "Prints a line for each element that is there more than once: how often, and the places as PATH:OFFSET. Memory\n"
-    "grows with the different elements of that name, of which one copy each is kept.\n"
-    "\n"
-    "Examples:\n"
-    "  arbtree dups dump.xml --element record\n"
-    "  arbtree dups books.zip --element p";
 
 // The library's own check of numbers takes -1 for a very large one.
 template <typename Number>
@@ -133,27 +144,28 @@ CLI::Validator atLeastOne() {
 }
 
 template <typename Number>
-void addNumber(CLI::App& command, const char* option, Number& value, const char* help) {
-  command.add_option(option, value, help)->type_name("N")->check(atLeastOne<Number>())->capture_default_str();
+void addLimit(CLI::App& command, const char* name, Number& limit, const char* meaning) {
+  command.add_option(name, limit, meaning)
+      ->type_name("N")
+      ->check(atLeastOne<Number>())
+      ->capture_default_str()
+      ->group("Limits");
 }
 
 void addCommonOptions(CLI::App& command, CommonOptions& options) {
-  command.add_option("FILE", options.file, "XML or an archive; - is standard input")->type_name("")->required();
-  Limits& limits = options.limits;
-  addNumber(command, "--max-depth", limits.maxDepth, "refuse elements nested deeper than this");
-  addNumber(command, "--max-nesting", limits.maxNesting, "refuse archives nested deeper than this");
-  addNumber(command, "--max-members", limits.maxMembers, "stop after so many members of archives");
-  addNumber(command, "--max-bytes", limits.maxBytes, "stop when so many bytes have been unpacked");
-  addNumber(command, "--max-ratio", limits.maxRatio,
-            "stop when more than 64 MiB unpack to more than this many times what was read");
-  addNumber(command, "--max-amplification", limits.maxAmplification,
-            "refuse entities that expand to more than 8 MiB and this many times what was read");
-  addNumber(command, "--chunk-bytes", options.chunkBytes, "bytes of nodes made before they are consumed");
+  command.add_option("FILE", options.file, "the XML file or archive; - is standard input")->type_name("")->required();
   command.add_flag("-q,--quiet", options.quiet, "show no progress bar");
-}
-
-void addMember(CLI::App& command, std::string& member, const char* help) {
-  command.add_option("--member", member, help)->type_name("PATH");
+  Limits& limits = options.limits;
+  addLimit(command, "--max-bytes", limits.maxBytes, "stop when more is unpacked, at all levels together");
+  addLimit(command, "--max-members", limits.maxMembers, "stop when there are more members, at all levels together");
+  addLimit(command, "--max-nesting", limits.maxNesting, "open no archives nested deeper than this");
+  addLimit(command, "--max-ratio", limits.maxRatio, "stop when more is unpacked for each byte of FILE read");
+  addLimit(command, "--ratio-threshold", limits.ratioThreshold, "bytes unpacked before the ratio counts");
+  addLimit(command, "--max-depth", limits.maxDepth, "refuse elements nested deeper than this");
+  addLimit(command, "--max-amplification", limits.maxAmplification, "refuse entities that amplify XML more than this");
+  addLimit(command, "--amplification-threshold", limits.amplificationThreshold,
+           "bytes of entities before the amplification counts");
+  addLimit(command, "--chunk-bytes", limits.chunkBytes, "bytes of nodes made before they are consumed");
 }
 
 class CommandLine {
@@ -165,13 +177,13 @@ class CommandLine {
     app_.get_formatter()->label("SUBCOMMAND", "COMMAND");
     app_.get_formatter()->label("Subcommands", "Commands");
     app_.footer(kFooter);
-    addStats();
-    addXml();
+    addLs();
     addText();
-    addList();
+    addXml();
     addFind();
     addExtract();
-    addDuplicates();
+    addDups();
+    addStats();
   }
 
   // The exit status of the command that ran, or of the command line itself.
@@ -183,7 +195,8 @@ class CommandLine {
     } catch (const CLI::ParseError& error) {
       return usageError(error.what());
     }
-    return run_ ? run_() : usageError("a command is required: ls, text, xml, find, extract, dups or stats");
+    if (!chosen_) return usageError("a command is required: ls, text, xml, find, extract, dups or stats");
+    return chosen_();
   }
 
  private:
@@ -192,97 +205,86 @@ class CommandLine {
     return kUsageError;
   }
 
-  // A command with the options that all have; `work` is what it does.
   template <typename Options>
-  CLI::App& add(const char* name, const char* description, const char* footer, Options& options,
-                int (*work)(const Options&)) {
-    CLI::App& command = *app_.add_subcommand(name, description);
-    addCommonOptions(command, options.common);
-    command.footer(footer);
-    command.callback([this, &options, work] { run_ = [&options, work] { return work(options); }; });
-    return command;
+  CLI::App& addCommand(const char* name, const char* meaning, const char* footer, Options& options,
+                       int (*command)(const Options&)) {
+    CLI::App& added = *app_.add_subcommand(name, meaning);
+    addCommonOptions(added, options.common);
+    added.footer(footer);
+    added.callback([this, &options, command] { chosen_ = [&options, command] { return command(options); }; });
+    return added;
   }
 
-  void addStats() {
-    CLI::App& command = add("stats", "Counts what an input consists of, and says what streaming it took.", kStatsFooter,
-                            statsOptions_, runStats);
-    command.add_flag("--json", statsOptions_.json, "print one JSON object");
-  }
-
-  void addXml() {
-    CLI::App& command = add("xml", "Writes an XML document out again.", kXmlFooter, xmlOptions_, runXml);
-    addMember(command, xmlOptions_.member, "the document, by its path as ls shows it");
+  void addLs() {
+    CLI::App& ls =
+        addCommand("ls", "Lists the members of an archive and of the archives in it.", kLsFooter, ls_, runLs);
+    const auto form = [&](const char* flag, ListForm value, const char* meaning) {
+      return ls.add_flag_callback(
+          flag, [this, value] { ls_.form = value; }, meaning);
+    };
+    CLI::Option* const tree = form("--tree", ListForm::tree, "print names, indented by nesting of archives");
+    CLI::Option* const json = form("--json", ListForm::json, "print one JSON object a line")->excludes(tree);
+    form("--long", ListForm::details, "print kind, mode, size, time and path")->excludes(tree)->excludes(json);
   }
 
   void addText() {
-    CLI::App& command = add("text", "Prints the text of XML documents.", kTextFooter, textOptions_, runText);
-    addMember(command, textOptions_.member, "only this document, by its path as ls shows it");
+    CLI::App& text = addCommand("text", "Writes the text of XML documents.", kTextFooter, text_, runText);
+    text.add_option("--member", text_.member, "only of the member with this path")->type_name("PATH");
   }
 
-  void addList() {
-    CLI::App& command = add("ls", "Lists what is in an input, at every depth.", kListFooter, listOptions_, runList);
-    CLI::App& form = *command.add_option_group("form")->require_option(0, 1);
-    const auto addForm = [&](const char* option, ListOptions::Form value, const char* help) {
-      form.add_flag_callback(
-          option, [this, value] { listOptions_.form = value; }, help);
-    };
-    addForm("--tree", ListOptions::Form::indented, "names, indented by the archives that they are in");
-    addForm("--json", ListOptions::Form::json, "one JSON object a line");
-    addForm("--long", ListOptions::Form::withDetails, "with kind, mode, size and time");
+  void addXml() {
+    CLI::App& xml = addCommand("xml", "Writes an XML document out again.", kXmlFooter, xml_, runXml);
+    xml.add_option("--member", xml_.member, "the member of an archive to write")->type_name("PATH");
   }
 
   void addFind() {
-    CLI::App& command = add("find", "Finds elements.", kFindFooter, findOptions_, runFind);
-    command.add_option("--element", findOptions_.element, "elements of this name, as it is written")->type_name("NAME");
-    command.add_option("--id", findOptions_.id, "the first element of a document whose xml:id or id is this")
-        ->type_name("ID");
-    command
-        .add_option_function<std::string>(
-            "--attribute",
-            [this](const std::string& text) {
+    CLI::App& find = addCommand("find", "Finds elements in XML documents.", kFindFooter, find_, runFind);
+    find.add_option("--element", find_.element, "name of the elements, prefix included")->type_name("NAME")->required();
+    find.add_option("--attribute", find_.attribute, "an attribute that they have")
+        ->type_name("NAME=VALUE")
+        ->check(CLI::Validator(
+            [](const std::string& text) {
               const std::size_t equals = text.find('=');
-              if (equals == 0 || equals == std::string::npos) {
-                throw CLI::ValidationError("--attribute", "\"" + text + "\" is not of the form NAME=VALUE");
-              }
-              findOptions_.attributeName = text.substr(0, equals);
-              findOptions_.attributeValue = text.substr(equals + 1);
+              return equals == 0 || equals == std::string::npos ? "\"" + text + "\" is not NAME=VALUE" : "";
             },
-            "only elements with this attribute")
-        ->type_name("NAME=VALUE");
-    command.add_option("--limit", findOptions_.limit, "stop reading after so many")
-        ->type_name("N")
-        ->check(atLeastOne<std::uint64_t>());
+            ""));
+    find.add_option("--limit", find_.limit, "stop after so many")->type_name("N")->check(atLeastOne<std::uint64_t>());
+    find.add_flag("--json", find_.json, "print one JSON object a line");
   }
 
   void addExtract() {
-    CLI::App& command =
-        add("extract", "Writes what is in an archive below a directory.", kExtractFooter, extractOptions_, runExtract);
-    command.add_option("-C,--directory", extractOptions_.directory, "the directory, made if it is not there")
-        ->type_name("DIR")
-        ->required();
-    command.add_option("--member", extractOptions_.pattern, "only members whose paths match, with * and ?")
+    CLI::App& extract =
+        addCommand("extract", "Writes the members of archives below a folder.", kExtractFooter, extract_, runExtract);
+    extract.add_option("-C,--directory", extract_.folder, "the folder, which exists")->type_name("DIR")->required();
+    extract
+        .add_option("--member", extract_.pattern, "only members whose path matches, as in a shell; * also matches /")
         ->type_name("PATTERN");
-    command.add_flag("--keep-archives", extractOptions_.keepArchives, "write archives in the archive as they are");
-    command.add_flag("--fold-names", extractOptions_.foldNames,
-                     "refuse names that differ from earlier ones only by case or normal form");
+    extract.add_flag("--keep-archives", extract_.keepArchives, "write nested archives as files");
+    extract.add_flag("--refuse-aliases", extract_.refuseAliases,
+                     "refuse names that differ from an earlier one only by case or normal form");
   }
 
-  void addDuplicates() {
-    CLI::App& command = add("dups", "Finds equal elements.", kDuplicatesFooter, duplicatesOptions_, runDuplicates);
-    command.add_option("--element", duplicatesOptions_.element, "the elements' name as it is written")
-        ->type_name("NAME")
-        ->required();
+  void addDups() {
+    CLI::App& dups = addCommand("dups", "Finds equal elements in XML documents.", kDupsFooter, dups_, runDups);
+    dups.add_option("--element", dups_.element, "name of the elements, prefix included")->type_name("NAME")->required();
+    dups.add_flag("--json", dups_.json, "print one JSON array a line");
+  }
+
+  void addStats() {
+    CLI::App& stats = addCommand("stats", "Counts members and nodes, and says what streaming them took.", kStatsFooter,
+                                 stats_, runStats);
+    stats.add_flag("--json", stats_.json, "print one JSON object");
   }
 
   CLI::App app_{kDescription, "arbtree"};
-  std::function<int()> run_;
-  StatsOptions statsOptions_;
-  XmlOptions xmlOptions_;
-  TextOptions textOptions_;
-  ListOptions listOptions_;
-  FindOptions findOptions_;
-  ExtractOptions extractOptions_;
-  DuplicatesOptions duplicatesOptions_;
+  std::function<int()> chosen_;
+  LsOptions ls_;
+  ContentOptions text_;
+  ContentOptions xml_;
+  FindOptions find_;
+  ExtractOptions extract_;
+  DupsOptions dups_;
+  StatsOptions stats_;
 };
 
 }  // namespace
@@ -292,12 +294,17 @@ int main(int argc, char** argv) {
   using namespace arbtree::tool;
   // A reader that goes away shows as a failed write.
   std::signal(SIGPIPE, SIG_IGN);
-  // Names are bytes, which libarchive gives unchanged where the locale is UTF-8; which one the user has plays no part.
-  std::setlocale(LC_CTYPE, "C.UTF-8");
+  catchInterrupts();
+  // Names of members are UTF-8 or plain bytes, wherever the user is.
+  if (!std::setlocale(LC_CTYPE, "C.UTF-8")) std::setlocale(LC_CTYPE, "");
+  // Zip archives have local times; without this the C library looks at the file of the time zone for each of them.
+  setenv("TZ", ":/etc/localtime", 0);
+  int status = kInputFailed;
   try {
-    return CommandLine().run(argc, argv);
+    status = CommandLine().run(argc, argv);
   } catch (const std::exception& error) {
     std::fprintf(stderr, "arbtree: %s\n", error.what());
-    return kFailure;
   }
+  endIfInterrupted();
+  return status;
 }

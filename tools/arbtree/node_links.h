@@ -9,6 +9,8 @@ namespace arbtree::tool {
 // A tree begins with the header of every child document.
 inline ArbForestChild* asChild(ArbTree* tree) { return reinterpret_cast<ArbForestChild*>(tree); }
 inline ArbTree* asTree(ArbForestChild* child) { return reinterpret_cast<ArbTree*>(child); }
+inline ArbForest* asForest(ArbForestChild* child) { return reinterpret_cast<ArbForest*>(child); }
+inline ArbFile* asFile(ArbForestChild* child) { return reinterpret_cast<ArbFile*>(child); }
 
 // REQUIRES: the node is in a child list.
 inline ArbNode* parentOf(const ArbNode& node) { return reinterpret_cast<ArbNode*>(node.parentCell->value); }

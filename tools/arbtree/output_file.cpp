@@ -4,6 +4,8 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
+#include <cstring>
 
 namespace arbtree::tool {
 
@@ -19,6 +21,13 @@ void OutputFile::flush() {
     }
   }
   used_ = 0;
+}
+
+int finishOutput(OutputFile& out) {
+  out.flush();
+  if (out.isGood()) return 0;
+  if (out.error() != EPIPE) std::fprintf(stderr, "arbtree: standard output: %s\n", std::strerror(out.error()));
+  return 1;
 }
 
 }  // namespace arbtree::tool

@@ -49,6 +49,10 @@ class OutputFile {
   char buffer_[kBufferSize];
 };
 
+// Writes out what is still buffered. The answer is an exit status: 1 when the output failed, with a message unless the
+// failure is only that the reader of a pipe has gone away.
+int finishOutput(OutputFile& out);
+
 }  // namespace arbtree::tool
 
 #endif

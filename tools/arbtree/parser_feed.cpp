@@ -20,18 +20,17 @@ XML_Status ParserFeed::parseNext() {
     problem_ = input_.error();
     return XML_STATUS_ERROR;
   }
-  bytesRead_ += *count;
   atEnd_ = *count == 0;
   const std::string_view bytes(static_cast<const char*>(buffer), *count);
   if (transcoder_) return parseTranscoded(bytes);
-  if (bytesRead_ <= kReadBytes) beginning_.append(bytes);
+  if (input_.bytesRead() <= kReadBytes) beginning_.append(bytes);
   const std::size_t good = surrogates_.accept(bytes);
   if (good != bytes.size()) broken_ = "not well-formed (half of a surrogate pair stands alone)";
   return XML_ParseBuffer(parser_, static_cast<int>(good), atEnd_);
 }
 
 bool ParserFeed::canTranscode(const std::string& encoding) {
-  if (transcoder_ || bytesRead_ > kReadBytes) return false;
+  if (transcoder_ || input_.bytesRead() > kReadBytes) return false;
   encoding_ = encoding;
   transcoder_ = Transcoder::open(encoding);
   return transcoder_ != nullptr;

@@ -26,7 +26,6 @@ class ParserFeed {
   bool isAtEnd() const { return atEnd_; }
   // Why the input itself failed; empty otherwise.
   const std::string& problem() const { return problem_; }
-  std::uint64_t bytesRead() const { return bytesRead_; }
 
   // After expat has given up on an encoding that it does not know, which it does before it reports anything: whether
   // the input can be parsed once more from its beginning, by a reset parser and with parseAgain().
@@ -38,7 +37,6 @@ class ParserFeed {
 
   ByteSource& input_;
   const XML_Parser parser_;
-  std::uint64_t bytesRead_ = 0;
   bool atEnd_ = false;
   std::string broken_;  // becomes the problem once everything before it is parsed
   std::string problem_;

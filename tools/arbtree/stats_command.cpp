@@ -2,28 +2,25 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
-#include <iterator>
 #include <string>
 
 #include "commands.h"
 #include "element_kinds.h"
 #include "json_string.h"
+#include "node_links.h"
 #include "peak_memory.h"
-#include "run_command.h"
+#include "session.h"
 
 namespace arbtree::tool {
 namespace {
 
-struct Counting : ChildVisitor {
-  std::uint64_t children[4] = {};  // by kind
-  std::uint64_t nodes[4] = {};     // by NodeSort
-  std::uint64_t depth = 0;         // of open elements
+// Counts nodes, and walks the trees among the members to do so.
+struct Counting {
+  InputDocument& document;
+  std::uint64_t nodes[4] = {};  // by NodeSort
+  std::uint64_t depth = 0;      // of open elements
   std::uint64_t mostDepth = 0;
 
-  bool enterChild(ArbForestChild& child) {
-    ++children[child.kind];
-    return true;
-  }
   bool enter(const ArbNode& node) {
     const NodeSort sort = sortOf(node);
     ++nodes[static_cast<int>(sort)];
@@ -31,6 +28,11 @@ struct Counting : ChildVisitor {
     return true;
   }
   void leave(const ArbNode& node) { depth -= sortOf(node) == NodeSort::element; }
+
+  bool enter(ArbForestChild& child) {
+    return child.kind != ARB_CHILD_TREE || document.walkNodes(asTree(&child), *this);
+  }
+  void leave(ArbForest&) {}
 
   std::uint64_t count(NodeSort sort) const { return nodes[static_cast<int>(sort)]; }
 };
@@ -57,41 +59,42 @@ void printJson(OutputFile& out, const std::string& file, bool complete, const Li
   out.append("}\n");
 }
 
-void print(OutputFile& out, const StatsOptions& options, const Counting& counts, ContentDocument& document,
-           bool complete) {
-  const ProducerCounts made = document.producer().counts();
+void print(Session& session, const StatsOptions& options, const Counting& counts) {
+  MemberProducer& producer = session.document.producer();
+  const Production production = producer.production();
   const Line lines[] = {
-      {"XML documents", "xmlDocuments", counts.children[ARB_CHILD_TREE]},
-      {"archives in the archive", "archives", counts.children[ARB_CHILD_FOREST]},
-      {"other files", "files", counts.children[ARB_CHILD_FILE]},
+      {"archives", "archives", production.archives},
+      {"XML documents", "documents", production.documents},
+      {"other files", "files", production.files},
+      {"bytes unpacked", "bytesUnpacked", producer.budget().bytes()},
       {"elements", "elements", counts.count(NodeSort::element)},
       {"different element names", "elementNames", ElementKinds::instance().elementNameCount()},
-      {"attributes", "attributes", made.attributes},
+      {"attributes", "attributes", production.attributes},
       {"text nodes", "textNodes", counts.count(NodeSort::text)},
       {"comments", "comments", counts.count(NodeSort::comment)},
       {"processing instructions", "processingInstructions", counts.count(NodeSort::instruction)},
       {"depth of elements", "depth", counts.mostDepth},
-      {"runs of the producer", "runs", made.runs},
-      {"most nodes alive at once", "mostLiveNodes", document.mostLiveNodes()},
+      {"runs of the producer", "runs", production.runs},
+      {"most nodes alive at once", "mostLiveNodes", session.document.mostLiveNodes()},
       {"peak memory in bytes", "peakMemoryBytes", peakMemory()},
   };
   if (options.json) {
-    printJson(out, options.common.file, complete, lines, std::size(lines));
+    printJson(session.out, options.common.file, session.problems.status() == 0, lines, std::size(lines));
   } else {
-    printText(out, lines, std::size(lines));
+    printText(session.out, lines, std::size(lines));
   }
 }
 
 }  // namespace
 
 int runStats(const StatsOptions& options) {
-  Wanted wanted;
-  wanted.details.values = false;
-  return runCommand(
-      options.common, wanted, false, [](ContentDocument&, OutputFile&, Report&) { return Counting(); },
-      [&](const Counting& counts, ContentDocument& document, OutputFile& out, const Report& report) {
-        print(out, options, counts, document, report.status() == 0);
-      });
+  Wishes wishes;
+  wishes.checksFiles = true;
+  Session session(options.common, std::move(wishes), false);
+  Counting counts{session.document};
+  session.document.walkMembers(counts);
+  print(session, options, counts);
+  return session.finish();
 }
 
 }  // namespace arbtree::tool

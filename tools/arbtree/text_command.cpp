@@ -1,58 +1,51 @@
-// `arbtree text`: the text of XML documents.
-#include <utf8.h>
-
-#include <iterator>
-#include <string>
-
-#include "child_info.h"
+// `arbtree text`: the character data of XML documents.
 #include "commands.h"
-#include "element_kinds.h"
-#include "run_command.h"
+#include "node_links.h"
+#include "session.h"
+#include "xml_writer.h"
 
 namespace arbtree::tool {
 namespace {
 
-// The text of a document ends with a line end, which is added where it has none of its own.
-struct TextWriting : ChildVisitor {
-  TextWriting(const TextOptions& options, OutputFile& output) : wanted(options.member), out(output) {}
-
-  bool enterChild(ArbForestChild& child) {
-    found |= child.kind == ARB_CHILD_TREE && (wanted.empty() || displayPath(child) == wanted);
-    return out.isGood();
-  }
-  void leaveChild(ArbForestChild& child) {
-    if (child.kind == ARB_CHILD_TREE && last != '\n') out.append('\n');
-    last = '\n';
-  }
-  bool enter(const ArbNode& node) {
-    if (sortOf(node) != NodeSort::text) return true;
-    const auto& text = reinterpret_cast<const ArbTextNode&>(node);
-    bytes.clear();
-    utf8::unchecked::utf16to8(text.text, text.text + text.textLength, std::back_inserter(bytes));
-    out.append(bytes);
-    if (!bytes.empty()) last = bytes.back();
-    return out.isGood();
-  }
-
-  const std::string& wanted;
-  OutputFile& out;
-  std::string bytes;
-  char last = '\n';
+// The text of each member ends with a line end of its own or gets one.
+struct Writing {
+  Session& session;
   bool found = false;
+  char16_t last = u'\n';
+
+  bool enter(const ArbNode& node) {
+    if (isText(node)) {
+      const auto& text = reinterpret_cast<const ArbTextNode&>(node);
+      writePlainText(session.out, {text.text, text.textLength});
+      if (text.textLength != 0) last = text.text[text.textLength - 1];
+    }
+    return session.out.isGood();
+  }
+  void leave(const ArbNode&) {}
+
+  bool enter(ArbForestChild& child) {
+    if (child.kind != ARB_CHILD_TREE) return true;
+    const bool chosen = session.wishes.wantsNodes != nullptr;
+    if (chosen && !session.wishes.wantsNodes(pathOf(child))) return true;
+    found = true;
+    const bool goOn = session.document.walkNodes(asTree(&child), *this);
+    if (last != u'\n') session.out.append('\n');
+    last = u'\n';
+    return goOn && !chosen;
+  }
+  void leave(ArbForest&) {}
 };
 
 }  // namespace
 
-int runText(const TextOptions& options) {
-  Wanted wanted;
-  wanted.member = options.member;
-  return runCommand(
-      options.common, wanted, true,
-      [&](ContentDocument&, OutputFile& out, Report&) { return TextWriting(options, out); },
-      [&](const TextWriting& writing, ContentDocument&, OutputFile&, Report& report) {
-        if (writing.found || options.member.empty()) return;
-        report.failure(options.member, std::nullopt, "there is no such XML document", kFailure);
-      });
+int runText(const ContentOptions& options) {
+  Session session(options.common, wishesForMember(options.member), true);
+  Writing writing{session};
+  session.document.walkMembers(writing);
+  if (!options.member.empty() && !writing.found) {
+    session.problems.member("", "no XML member has the path " + options.member);
+  }
+  return session.finish();
 }
 
 }  // namespace arbtree::tool

@@ -62,11 +62,8 @@ inline char16_t* writeUtf16(const char* text, std::size_t length, char16_t* out)
   return out;
 }
 
-// For names of files: bytes that are no UTF-8 become U+FFFD.
-inline std::u16string toUtf16(std::string_view text) {
-  const std::string valid = utf8::replace_invalid(text);
-  return utf8::utf8to16(valid);
-}
+// For words of the command line: bytes that are no UTF-8 become U+FFFD.
+inline std::u16string toUtf16(std::string_view text) { return utf8::utf8to16(utf8::replace_invalid(text)); }
 
 }  // namespace arbtree::tool
 

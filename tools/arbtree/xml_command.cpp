@@ -1,56 +1,50 @@
 // `arbtree xml`: writes an XML document out again.
-#include "child_info.h"
 #include "commands.h"
-#include "run_command.h"
+#include "node_links.h"
+#include "session.h"
 #include "xml_writer.h"
 
 namespace arbtree::tool {
 namespace {
 
-// Ends as soon as the output fails, and behind the document that was asked for.
-struct Copying : ChildVisitor {
-  Copying(const XmlOptions& options, OutputFile& output) : wanted(options.member), writer(output), out(output) {}
+// Ends the walk as soon as the output fails, or when the member is written.
+struct Copying {
+  Session& session;
+  const std::string& member;
+  XmlWriter writer;
+  bool found = false;
 
-  bool enterChild(ArbForestChild& child) {
-    if (done) return false;
-    current = child.kind == ARB_CHILD_TREE && (wanted.empty() || displayPath(child) == wanted);
-    // Without a member the document is the input itself, or the only member of a compressed file.
-    if (wanted.empty() && child.kind == ARB_CHILD_FOREST) found = several = true;
-    if (current && wanted.empty() && found) several = true;
-    found |= current;
-    return !several;
-  }
-  void leaveChild(ArbForestChild&) { done |= current && !wanted.empty(); }
   bool enter(const ArbNode& node) {
     writer.enter(node);
-    return out.isGood();
+    return session.out.isGood();
   }
   void leave(const ArbNode& node) { writer.leave(node); }
 
-  const std::string& wanted;
-  XmlWriter writer;
-  const OutputFile& out;
-  bool current = false;
-  bool found = false;
-  bool several = false;
-  bool done = false;
+  bool enter(ArbForestChild& child) {
+    if (session.document.producer().inputIsArchive() && member.empty()) return false;
+    if (child.kind != ARB_CHILD_TREE || !isWanted(child)) return true;
+    found = true;
+    return session.document.walkNodes(asTree(&child), *this) && member.empty();
+  }
+  void leave(ArbForest&) {}
+
+  bool isWanted(ArbForestChild& child) const {
+    return !session.wishes.wantsNodes || session.wishes.wantsNodes(pathOf(child));
+  }
 };
 
 }  // namespace
 
-int runXml(const XmlOptions& options) {
-  Wanted wanted;
-  wanted.member = options.member;
-  return runCommand(
-      options.common, wanted, true, [&](ContentDocument&, OutputFile& out, Report&) { return Copying(options, out); },
-      [&](const Copying& copying, ContentDocument&, OutputFile&, Report& report) {
-        if (copying.several) {
-          report.failure("", std::nullopt, "the input holds more than one document; --member PATH says which",
-                         kFailure);
-        } else if (!copying.found) {
-          report.failure(options.member, std::nullopt, "there is no such XML document", kFailure);
-        }
-      });
+int runXml(const ContentOptions& options) {
+  Session session(options.common, wishesForMember(options.member), true);
+  Copying copying{session, options.member, XmlWriter(session.out)};
+  session.document.walkMembers(copying);
+  if (!options.member.empty() && !copying.found) {
+    session.problems.member("", "no XML member has the path " + options.member);
+  } else if (session.document.producer().inputIsArchive() && options.member.empty()) {
+    session.problems.member("", "is an archive: --member says which XML member to write", kUsageError);
+  }
+  return session.finish();
 }
 
 }  // namespace arbtree::tool

@@ -7,7 +7,6 @@
 #include <utility>
 
 #include "node_links.h"
-#include "utf.h"
 
 namespace arbtree::tool {
 namespace {
@@ -70,14 +69,14 @@ struct XmlProducer::Handlers {
   }
 };
 
-XmlProducer::XmlProducer(ByteSource& input, const Limits& limits, const NodeDetails& details, ArbDocument* document,
-                         ArbTree* tree)
-    : limits_(limits),
-      details_(details),
+XmlProducer::XmlProducer(ByteSource& input, const Limits& limits, ArbTree* tree, const ElementKind* watched)
+    : input_(input),
+      limits_(limits),
+      watched_(watched),
       parser_(XML_ParserCreate(nullptr)),
       feed_(input, parser_),
-      document_(document),
-      tree_(tree) {
+      tree_(tree),
+      document_(asChild(tree)->document) {
   if (!parser_) throw std::bad_alloc();
   setHandlers();
 }
@@ -95,11 +94,12 @@ void XmlProducer::setHandlers() {
   XML_SetExternalEntityRefHandler(parser_, Handlers::externalEntity);
   XML_SetUnknownEncodingHandler(parser_, Handlers::unknownEncoding, this);
   XML_SetBillionLaughsAttackProtectionMaximumAmplification(parser_, static_cast<float>(limits_.maxAmplification));
+  XML_SetBillionLaughsAttackProtectionActivationThreshold(parser_, limits_.amplificationThreshold);
 }
 
 // --- Runs ------------------------------------------------------------------------------------------------------------
 
-void XmlProducer::run() {
+bool XmlProducer::run() {
   stopping_ = false;
   attributeBytes_ = 0;
   if (!current_ && !begin()) return finish();
@@ -108,33 +108,30 @@ void XmlProducer::run() {
     std::uint32_t due = 0;
     ArbDocumentQueryBreak(document_, &due);
     suspended_ = false;
-    if (due != 0) return;
+    if (due != 0) return false;
     status = parseNext();
   }
   suspended_ = status == XML_STATUS_SUSPENDED;
-  if (suspended_ && !failure_) return;
-  if (status != XML_STATUS_OK && !failure_) failInParser();
-  finish();
+  if (suspended_ && !failure_) return false;
+  if (status != XML_STATUS_OK && !failure_) failByExpat();
+  return finish();
 }
 
 bool XmlProducer::begin() {
-  return check(ArbTreeQueryRootNode(tree_, &current_)) && prepareNamespaces(ElementKinds::instance().comment()) &&
-         (details_.id.empty() || referToId());
-}
-
-bool XmlProducer::referToId() {
-  ArbString* name = nullptr;
-  return check(ArbDocumentCreateString(document_, toUtf16(details_.id).c_str(), &name)) &&
-         check(ArbTreeCreateNamedNodeReference(tree_, name, &awaited_));
-}
-
-// The reference on which the element with these attributes is to be made, or null.
-ArbNodeRef* XmlProducer::takeAwaited(const char** attributes) {
-  for (; *attributes; attributes += 2) {
-    const std::string_view name = attributes[0];
-    if ((name == "xml:id" || name == "id") && details_.id == attributes[1]) return std::exchange(awaited_, nullptr);
+  if (!check(ArbTreeQueryRootNode(tree_, &current_)) || !prepareNamespaces(ElementKinds::instance().comment())) {
+    return false;
   }
-  return nullptr;
+  if (!watched_) return true;
+  const auto hook = [](std::uintptr_t node, void* self) -> std::uint32_t {
+    static_cast<XmlProducer*>(self)->attachOffset(reinterpret_cast<ArbNode*>(node));
+    return 0;
+  };
+  return check(ArbTreeSetProducerNodeHook(tree_, ARB_HOOK_ATTRIBUTES_DONE, watched_->elementId, hook, this));
+}
+
+void XmlProducer::attachOffset(ArbNode* node) {
+  const auto offset = static_cast<std::uint64_t>(XML_GetCurrentByteIndex(parser_));
+  check(ArbNodeSetMetadata(node, kNodeOffset, &offset, sizeof offset));
 }
 
 // Expat knows few encodings by itself. An input in another one is begun again, transcoded.
@@ -151,10 +148,10 @@ XML_Status XmlProducer::parseNext() {
 }
 
 // The tree's release completes and releases every node that is still open.
-void XmlProducer::finish() {
+bool XmlProducer::finish() {
   if (current_ && !text_.isEmpty()) flushText();
   ArbForestChildProducerRelease(asChild(tree_));
-  finished_ = true;
+  return true;
 }
 
 void XmlProducer::offerBreak() {
@@ -170,15 +167,13 @@ void XmlProducer::offerBreak() {
 void XmlProducer::startElement(const char* name, const char** attributes) {
   if (!text_.isEmpty()) flushText();
   if (depth_ == limits_.maxDepth) {
-    reachedLimit_ = true;
-    return fail("elements are nested more than " + std::to_string(limits_.maxDepth) + " deep (see --max-depth)");
+    return fail("elements are nested more than " + std::to_string(limits_.maxDepth) + " deep (see --max-depth)", true);
   }
   ElementKind& kind = ElementKinds::instance().element(name);
   collectAttributes(kind, attributes);
-  ElementNode* const element = makeElement(kind, awaited_ ? takeAwaited(attributes) : nullptr);
+  ElementNode* const element = makeElement(kind);
   if (!element || !link(&element->node)) return;
   attributesMade_ += newAttributes_.size();
-  if (details_.offsets) element->byteOffset = static_cast<std::uint64_t>(XML_GetCurrentByteIndex(parser_));
   current_ = &element->node;
   ++depth_;
   offerBreak();
@@ -194,7 +189,7 @@ void XmlProducer::endElement() {
 
 void XmlProducer::text(const char* text, std::size_t length) {
   while (length != 0) {
-    const std::size_t taken = details_.values ? text_.append(text, length) : text_.measure(text, length);
+    const std::size_t taken = text_.append(text, length);
     text += taken;
     length -= taken;
     if (length != 0) flushText();
@@ -216,7 +211,7 @@ void XmlProducer::leaf(ElementKind& kind, const char* first, const char* second)
 void XmlProducer::flushText() {
   ArbNode* node = nullptr;
   if (!check(ArbTreeCreateNode(tree_, ARB_ELEM_TEXT, nullptr, &node))) return;
-  const bool filled = !details_.values || check(ArbAbstractTextNodeSetValue(node, text_.units(), text_.length()));
+  const bool filled = check(ArbAbstractTextNodeSetValue(node, text_.units(), text_.length()));
   text_.clear();
   if (!filled) {
     ArbNodeDestroy(node);
@@ -238,10 +233,6 @@ void XmlProducer::entityLeftOut(const char* name) {
 void XmlProducer::collectAttributes(ElementKind& kind, const char** attributes) {
   ElementKinds& kinds = ElementKinds::instance();
   newAttributes_.clear();
-  if (!details_.values) {
-    for (; *attributes; attributes += 2) ++attributesMade_;
-    return kinds.publish(kind);
-  }
   std::uint32_t expected = 0;
   for (; *attributes; attributes += 2) {
     const std::uint32_t index = kinds.attributeIndex(kind, attributes[0], expected);
@@ -252,11 +243,11 @@ void XmlProducer::collectAttributes(ElementKind& kind, const char** attributes) 
 }
 
 // A new node with the collected attributes, or null after a failure.
-ElementNode* XmlProducer::makeElement(ElementKind& kind, ArbNodeRef* cell) {
+ElementNode* XmlProducer::makeElement(ElementKind& kind) {
   ArbNode* node = nullptr;
   if (!prepareNamespaces(kind)) return nullptr;
   // Our factory knows every kind; it makes no node only when there is no memory.
-  const ArbStatus status = ArbTreeCreateNode(tree_, kind.elementId, cell, &node);
+  const ArbStatus status = ArbTreeCreateNode(tree_, kind.elementId, nullptr, &node);
   if (!check(status == ARB_ERR_NOTFOUND ? ARB_ERR_NOMEMORY : status)) return nullptr;
   ElementNode& element = asElement(*node);
   if (!newAttributes_.empty() && !takeAttributes(element)) return nullptr;
@@ -295,9 +286,9 @@ bool XmlProducer::link(ArbNode* node) {
 Place XmlProducer::here() const { return {XML_GetCurrentLineNumber(parser_), XML_GetCurrentColumnNumber(parser_) + 1}; }
 
 // The first failure counts. Expat is told to go no further.
-void XmlProducer::fail(std::string reason) {
+void XmlProducer::fail(std::string reason, bool isLimit) {
   if (failure_) return;
-  failure_ = Failure{here(), std::move(reason)};
+  failure_ = Failure{here(), std::move(reason), isLimit};
   XML_ParsingStatus parsing;
   XML_GetParsingStatus(parser_, &parsing);
   if (parsing.parsing == XML_PARSING || parsing.parsing == XML_SUSPENDED) XML_StopParser(parser_, XML_FALSE);
@@ -308,21 +299,19 @@ bool XmlProducer::refused(ArbStatus status) {
   return false;
 }
 
-void XmlProducer::failInParser() {
-  reachedLimit_ = XML_GetErrorCode(parser_) == XML_ERROR_AMPLIFICATION_LIMIT_BREACH;
-  fail(reachedLimit_ ? "entities expand to more than " + std::to_string(limits_.maxAmplification) +
-                           " times what was read (see --max-amplification)"
-                     : reasonOfExpat());
-}
-
 // Expat's own words, but for inputs that just end: there it says "no element found" also inside an element.
-std::string XmlProducer::reasonOfExpat() const {
+void XmlProducer::failByExpat() {
   const XML_Error code = XML_GetErrorCode(parser_);
   if (code == XML_ERROR_NO_ELEMENTS) {
-    if (depth_ != 0) return "the input ends inside element <" + kindOf(*current_).name + ">";
-    return feed_.bytesRead() == 0 ? "the input is empty" : "the input ends without an element";
+    if (depth_ != 0) return fail("the input ends inside element <" + kindOf(*current_).name + ">");
+    return fail(input_.bytesRead() == 0 ? "the input is empty" : "the input ends without an element");
   }
-  return XML_ErrorString(code);
+  if (code == XML_ERROR_AMPLIFICATION_LIMIT_BREACH) {
+    return fail("entities amplify the input more than " + std::to_string(limits_.maxAmplification) +
+                    " times: amplification limit (see --max-amplification)",
+                true);
+  }
+  fail(XML_ErrorString(code));
 }
 
 }  // namespace arbtree::tool

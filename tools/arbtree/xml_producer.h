@@ -1,11 +1,11 @@
-// The producer of one tree: runs expat over an input and builds the tree, one chunk at a time.
+// Produces the tree of an XML document: runs expat over its bytes, one chunk at a time.
 //
 // Expat is stopped inside a handler as soon as the library says that the chunk is full, and resumed by the next run; a
 // few handlers may still be called after the stop, and simply add to the chunk.
 //
 // Whatever ends the parse, be it the end of the input, malformed content, a limit or a full memory, the tree built so
-// far is completed and released in good order; failure() tells afterwards why it ended early. So the consumer gets
-// everything that came before.
+// far is completed and released; failure() tells afterwards why it ended early. So the consumer gets everything that
+// came before.
 #ifndef ARBTREE_TOOL_XML_PRODUCER_H
 #define ARBTREE_TOOL_XML_PRODUCER_H
 
@@ -18,14 +18,18 @@
 #include <vector>
 
 #include "arbtree/arbtree.h"
+#include "byte_source.h"
+#include "content_limits.h"
 #include "element_kinds.h"
 #include "element_node.h"
 #include "failure.h"
-#include "input_limits.h"
 #include "parser_feed.h"
 #include "text_collector.h"
 
 namespace arbtree::tool {
+
+// Metadata key of the nodes of a watched kind: where the start tag begins in the bytes that expat gets, as 64 bits.
+inline constexpr std::uint32_t kNodeOffset = 0x41520011;
 
 // References to entities that are left out because their text is not in the document itself.
 struct OmittedEntities {
@@ -34,31 +38,20 @@ struct OmittedEntities {
   std::uint64_t count = 0;
 };
 
-// What nodes are to tell beyond their kinds and places.
-struct NodeDetails {
-  bool values = true;    // texts, and the attributes of elements; comments and instructions have theirs always
-  bool offsets = false;  // where elements begin
-  // Referred to before its element is there: the first element whose attribute xml:id or id has this value is made on
-  // the reference, and so has it as its ID string. Empty for none.
-  std::string id;
-};
-
 class XmlProducer {
  public:
-  // Fills a tree of the document that is empty and in a forest.
-  XmlProducer(ByteSource& input, const Limits& limits, const NodeDetails& details, ArbDocument* document,
-              ArbTree* tree);
+  // The tree is in its forest and has only its root. `watched` is null, or a kind whose nodes get the byte offset of
+  // their start tag as metadata.
+  XmlProducer(ByteSource& input, const Limits& limits, ArbTree* tree, const ElementKind* watched);
   ~XmlProducer();
   XmlProducer(const XmlProducer&) = delete;
   XmlProducer& operator=(const XmlProducer&) = delete;
 
-  // Goes on until the chunk is full or the tree is finished.
-  void run();
-  bool isFinished() const { return finished_; }
+  // Produces one chunk. The answer is whether the tree is finished; the producer has then released it.
+  bool run();
 
+  ArbTree* tree() const { return tree_; }
   const std::optional<Failure>& failure() const { return failure_; }
-  // Whether the failure is that a limit was reached.
-  bool reachedLimit() const { return reachedLimit_; }
   const OmittedEntities& omitted() const { return omitted_; }
   std::uint64_t nodesMade() const { return nodesMade_; }
   // Of elements alone.
@@ -68,11 +61,10 @@ class XmlProducer {
   struct Handlers;  // what expat calls
 
   bool begin();
-  bool referToId();
-  ArbNodeRef* takeAwaited(const char** attributes);
   void setHandlers();
   XML_Status parseNext();
-  void finish();
+  bool finish();
+  void attachOffset(ArbNode* node);
 
   void startElement(const char* name, const char** attributes);
   void endElement();
@@ -83,34 +75,31 @@ class XmlProducer {
   void flushText();
 
   void collectAttributes(ElementKind& kind, const char** attributes);
-  ElementNode* makeElement(ElementKind& kind, ArbNodeRef* cell = nullptr);
+  ElementNode* makeElement(ElementKind& kind);
   bool takeAttributes(ElementNode& element);
   bool prepareNamespaces(const ElementKind& kind);
   bool link(ArbNode* node);
   void offerBreak();
 
   Place here() const;
-  void fail(std::string reason);
+  void fail(std::string reason, bool isLimit = false);
   bool check(ArbStatus status) { return status == ARB_OK || refused(status); }
   bool refused(ArbStatus status);
-  void failInParser();
-  std::string reasonOfExpat() const;
+  void failByExpat();
 
-  const Limits limits_;
-  const NodeDetails details_;
+  ByteSource& input_;
+  const Limits& limits_;
+  const ElementKind* const watched_;
   const XML_Parser parser_;
   ParserFeed feed_;
   std::string encoding_;  // as the input declares it, when expat does not know it
 
-  ArbDocument* const document_;
   ArbTree* const tree_;
-  ArbNode* current_ = nullptr;     // the open element, or the root node
-  ArbNodeRef* awaited_ = nullptr;  // the reference to the element with the ID, until it is there
+  ArbDocument* const document_;
+  ArbNode* current_ = nullptr;  // the open element, or the root node
   std::uint32_t namespacesKnown_ = 0;
   std::uint64_t depth_ = 0;
   bool inDocumentType_ = false;
-  bool finished_ = false;
-  bool reachedLimit_ = false;
   bool suspended_ = false;          // expat waits to be resumed
   bool stopping_ = false;           // a stop has been asked for in this run
   std::size_t attributeBytes_ = 0;  // in this run

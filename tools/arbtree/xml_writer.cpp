@@ -79,6 +79,8 @@ bool isEarlier(const AttributeEntry& a, const AttributeEntry& b) { return a.offs
 
 }  // namespace
 
+void writePlainText(OutputFile& out, std::u16string_view text) { writeText(out, text, kNoEscapes); }
+
 void XmlWriter::enter(const ArbNode& node) {
   if (!declared_) out_.append("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n");
   declared_ = true;

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <span>
+#include <string_view>
 #include <vector>
 
 #include "arbtree/arbtree.h"
@@ -13,6 +14,9 @@
 #include "output_file.h"
 
 namespace arbtree::tool {
+
+// Text as it is, in UTF-8. REQUIRES: every surrogate is one of a pair.
+void writePlainText(OutputFile& out, std::u16string_view text);
 
 class XmlWriter {
  public:

@@ -1,0 +1,255 @@
+"""Archives that are damaged or meant to do harm: nothing is written outside the folder, limits hold, and what is wrong is
+told by name and by the exit status.
+"""
+import os
+import signal
+import subprocess
+import sys
+import tarfile
+import tempfile
+import unittest
+from concurrent.futures import ThreadPoolExecutor
+
+sys.dont_write_bytecode = True
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "support"))
+from archives import XML, make_zip, packed, tar, tar_entry, tree_of  # noqa: E402
+from tool import ENVIRONMENT, TIMEOUT, TOOL, run  # noqa: E402
+
+SYMBOLIC, HARD, DEVICE, FIFO = b"2", b"1", b"3", b"6"
+GOOD = ("good", b"good")
+
+
+def link(name, target, kind=SYMBOLIC):
+    return (tar_entry(name, type=kind, linkname=target), None)
+
+
+# Members of a tar archive, and the paths of those that are refused; the rest is extracted, GOOD among it.
+ESCAPES = {
+    "up": ([("../out", b"x")], ["../out"]),
+    "up inside": ([("d/../../out", b"x")], ["d/../../out"]),
+    "up to a harmless place": ([("d/../e", b"x")], ["d/../e"]),
+    "absolute": ([("/tmp/arbtree-out", b"x")], ["/tmp/arbtree-out"]),
+    "drive letter": ([("C:out", b"x"), ("c:/out", b"x")], ["C:out", "c:/out"]),
+    "backslash": ([("..\\out", b"x")], ["..\\\\out"]),
+    "empty part": ([("d//e", b"x")], ["d//e"]),
+    "only dots": ([("..", b"x")], [".."]),
+    "folder up": ([(tar_entry("../d/", type=b"5"), None)], ["../d/"]),
+    "link up": ([link("l", "../out")], ["l"]),
+    "absolute link": ([link("l", "/etc")], ["l"]),
+    "link that goes down and up": ([link("d/l", "e/../../../out")], ["d/l"]),
+    "file through a link": ([link("l", "d"), ("l/f", b"x")], ["l"]),
+    "links that lead out together": ([link("a", "."), link("b", "a/../.."), ("b/f", b"x")], ["b"]),
+    "hard link up": ([link("h", "../../etc/passwd", HARD)], ["h"]),
+    "absolute hard link": ([link("h", "/etc/passwd", HARD)], ["h"]),
+    "hard link to nothing": ([link("h", "none", HARD)], ["h"]),
+    "hard link to a link": ([link("l", "good"), link("h", "l", HARD)], ["h"]),
+    "device": ([(tar_entry("dev", type=DEVICE), None), (tar_entry("fifo", type=FIFO), None)], ["dev", "fifo"]),
+    "in a nested archive": ([("n.tar", tar([("../../out", b"x"), ("/abs", b"x"), ("in", b"x")]))],
+                            ["n.tar/../../out", "n.tar//abs"]),
+    "a nested archive itself": ([("../n.tar", tar([("in", b"x")]))], ["../n.tar", "../n.tar/in"]),
+    "a folder where a file is": ([("f", b"x"), ("f/g", b"x")], ["f/g"]),
+}
+
+
+class InFolder(unittest.TestCase):
+    def setUp(self):
+        keeper = tempfile.TemporaryDirectory()
+        self.addCleanup(keeper.cleanup)
+        self.folder = keeper.name
+
+    def new_folder(self):
+        return os.path.join(tempfile.mkdtemp(dir=self.folder), "target")
+
+    def extract(self, data, *options):
+        """Extracts into a folder of its own and answers the result and what is there; around it must be nothing."""
+        target = self.new_folder()
+        os.mkdir(target)
+        result = run("extract", "-C", target, *options, "-", data=data)
+        self.assertEqual(["target"], os.listdir(os.path.dirname(target)))
+        return result, tree_of(target)
+
+
+class Escapes(InFolder):
+    def test_nothing_leaves_the_folder_and_the_rest_is_extracted(self):
+        for name, (members, refused) in ESCAPES.items():
+            with self.subTest(name):
+                result, found = self.extract(tar([*members[:1], GOOD, *members[1:]]))
+                self.assertEqual(1, result.status, result.err)
+                told = [line.split(": ")[2] for line in result.err.splitlines()]
+                self.assertEqual(refused, told)
+                self.assertTrue(all(": refused: " in line for line in result.err.splitlines()))
+                self.assertEqual(b"good", found[b"good"][2])
+                self.assertFalse(os.path.exists("/tmp/arbtree-out"))
+
+    def test_links_that_lie_in_the_folder_are_not_followed(self):
+        target, outside = self.new_folder(), tempfile.mkdtemp(dir=self.folder)
+        os.mkdir(target)
+        os.symlink(outside, target + "/d")
+        os.symlink(outside + "/f", target + "/f")
+        result = run("extract", "-C", target, "-", data=tar([("d/x", b"x"), ("f", b"new")]))
+        self.assertEqual(1, result.status)
+        self.assertEqual([], os.listdir(outside))
+        self.assertEqual(b"new", tree_of(target)[b"f"][2])
+        self.assertTrue(os.path.isfile(target + "/f") and not os.path.islink(target + "/f"))
+
+    def test_harmless_links_are_made(self):
+        result, found = self.extract(tar([("d/f", b"x"), link("d/l", "../d/f"), link("h", "d/f", HARD), link("l", "d")]))
+        self.assertEqual((0, ""), (result.status, result.err))
+        self.assertEqual((b"../d/f", b"d", b"x"), (found[b"d/l"][2], found[b"l"][2], found[b"h"][2]))
+
+    def test_special_mode_bits_are_dropped(self):
+        _, found = self.extract(tar([(tar_entry("f", mode=0o6755), b"x"), (tar_entry("d", type=b"5", mode=0o3755), None)]))
+        self.assertEqual((0o100755, 0o40755), (found[b"f"][0], found[b"d"][0]))
+
+    def test_a_folder_without_rights_still_gets_its_files(self):
+        result, found = self.extract(tar([(tar_entry("d", type=b"5", mode=0o555), None), ("d/e/f", b"x")]))
+        self.assertEqual((0, 0o40555, b"x"), (result.status, found[b"d"][0], found[b"d/e/f"][2]))
+
+    def test_aliases_are_refused_on_request(self):
+        members = [("File", b"1"), ("file", b"2"), ("\u00e4", b"3"), ("a\u0308", b"4"), ("D/x", b"5"), ("d/y", b"6"), ("D/z", b"7")]
+        data = tar(members, form=tarfile.GNU_FORMAT)  # libarchive composes the names of the newer form
+        result, found = self.extract(data, "--refuse-aliases")
+        self.assertEqual((1, 3), (result.status, result.err.count("only by case or normal form")))
+        self.assertEqual({b"File", "\u00e4".encode(), b"D", b"D/x", b"D/z"}, set(found))
+        self.assertEqual(9, len(self.extract(data)[1]))
+
+
+def contents(path):
+    with open(path, "rb") as file:
+        return file.read()
+
+
+def quine_like(depth):
+    data = b"core"
+    for _ in range(depth):
+        data = make_zip([("z.zip", data)])
+    return data
+
+
+ZEROS = b"\0" * 300_000_000
+ENTITIES = b"<!DOCTYPE a [<!ENTITY e0 '" + b"x" * 1000 + b"'>" + b"".join(
+    b"<!ENTITY e%d '%s'>" % (i + 1, b"&e%d;" % i * 20) for i in range(5)) + b"]><a>&e5;</a>"
+
+# Input, options, and the option that the message names.
+BOMBS = {
+    "ratio": (lambda: tar([("z.tar.gz", packed("gzip", tar([("zeros", ZEROS)])))]), ["ls"], "--max-ratio"),
+    "ratio of stored zips": (lambda: make_zip([("a.zip", make_zip([("b", ZEROS)]))]), ["extract", "-C", "."], "--max-ratio"),
+    "sparse file": (lambda: bomb_of_holes(), ["extract", "-C", "."], "--max-"),
+    "bytes": (lambda: tar([("i.tar", tar([("a", b"x" * 5000)]))]), ["ls", "--max-bytes", "4000"], "--max-bytes"),
+    "members": (lambda: tar([(str(i), b"") for i in range(101)]), ["ls", "--max-members", "100"], "--max-members"),
+    "nesting": (lambda: quine_like(18), ["ls"], "--max-nesting"),
+    "nesting set": (lambda: quine_like(3), ["stats", "--max-nesting", "2"], "--max-nesting"),
+    "depth": (lambda: tar([("d.xml", b"<?xml version='1.0'?>" + b"<a>" * 11 + b"</a>" * 11)]), ["text", "--max-depth", "10"],
+              "--max-depth"),
+    "entities": (lambda: tar([("e.xml", b"<?xml version='1.0'?>" + ENTITIES)]), ["stats"], "--max-amplification"),
+    "entities set": (lambda: b"<!DOCTYPE a [<!ENTITY e '" + b"x" * 1000 + b"'>]><a>" + b"&e;" * 100 + b"</a>",
+                     ["text", "--max-amplification", "10", "--amplification-threshold", "1000"], "--max-amplification"),
+}
+
+
+def bomb_of_holes():
+    """A tar archive of a file of a terabyte that is one hole."""
+    member = tar_entry("holes", pax_headers={"GNU.sparse.major": "0", "GNU.sparse.minor": "1", "GNU.sparse.size": str(1 << 40),
+                                             "GNU.sparse.numblocks": "1", "GNU.sparse.map": "1099511627000,1"})
+    return tar([(member, b"x")])
+
+
+class Limits(InFolder):
+    def test_each_limit_ends_with_its_message_and_exit_status_3(self):
+        for name, (make, (command, *options), option) in BOMBS.items():
+            with self.subTest(name):
+                folder = tempfile.mkdtemp(dir=self.folder)
+                result = run(command, *options, "-", data=make(), cwd=folder)
+                self.assertEqual(3, result.status, result.err)
+                self.assertIn(f"(see {option}", result.err)
+                self.assertEqual(1, result.err.count("\n"), result.err)
+                self.assertEqual(0, sum(os.path.getsize(os.path.join(path, file)) for path, _, files in os.walk(folder)
+                                        for file in files))
+
+    def test_the_limits_are_exact(self):
+        hundred = tar([(str(i), b"") for i in range(100)])
+        self.assertEqual(0, run("ls", "--max-members", "100", "-", data=hundred).status)
+        self.assertEqual(0, run("ls", "--max-nesting", "3", "-", data=quine_like(3)).status)
+        self.assertEqual(3, run("ls", "--max-nesting", "2", "-", data=quine_like(3)).status)
+
+    def test_an_archive_that_is_nested_too_deep_is_extracted_as_a_file(self):
+        target = self.new_folder()
+        os.mkdir(target)
+        self.assertEqual(3, run("extract", "-C", target, "--max-nesting", "2", "-", data=quine_like(3)).status)
+        self.assertEqual(quine_like(1), tree_of(target)[b"z.zip/z.zip"][2])
+
+
+class Damage(InFolder):
+    def test_truncation_at_any_point_fails(self):
+        member = os.urandom(3000)  # does not compress, so that every byte counts
+        nested = tar([("n.zip", make_zip([("r", member), ("x.xml", XML)])), ("x.xml", XML)])
+        archives = {"tar": nested.rstrip(b"\0"), "tar.gz": packed("gzip", nested), "tar.xz": packed("xz", nested),
+                    "zip": make_zip([("n.tar", nested), ("r", member)]), "xml": b"<r>" + b"<e a='1'>x</e>" * 500 + b"</r>"}
+        for name, data in archives.items():
+            cuts = 1000 if name in ["tar.gz", "xml"] else 100
+            points = [len(data) * i // cuts for i in range(cuts)]
+            with self.subTest(name), ThreadPoolExecutor(4) as pool:
+                statuses = list(pool.map(lambda length: self.status_of_cut(name, data[:length]), points))
+                self.assertEqual([], [point for point, status in zip(points, statuses) if status != 1])
+
+    def status_of_cut(self, name, data):
+        if name == "zip":  # also as a file, which is read back and forth
+            with tempfile.NamedTemporaryFile(dir=self.folder) as file:
+                file.write(data)
+                file.flush()
+                if run("stats", file.name).status == 0:
+                    return 0
+        # An empty input, and one cut in its first sign, is no archive: stats takes them for XML.
+        result = run("stats", "-", data=data)
+        return result.status if result.err else 0
+
+    def test_what_comes_before_and_after_a_damaged_member_is_delivered(self):
+        broken = bytearray(make_zip([("a.xml", XML), ("b.xml", XML)]))
+        broken[40] ^= 0xFF  # in the content of a.xml
+        data = tar([("1.xml", XML), ("bad.xml", b"<?xml version='1.0'?><a><b></a>"), ("z.zip", bytes(broken)), ("2.xml", XML)])
+        result = run("text", "-", data=data)
+        self.assertEqual(1, result.status)
+        self.assertIn("arbtree: <stdin>: bad.xml:1:30: mismatched tag", result.err)
+        self.assertIn("arbtree: <stdin>: z.zip/", result.err)
+        self.assertLessEqual(2, result.out.count(b"x & "))
+
+    def test_a_file_that_fails_is_not_extracted(self):
+        good = make_zip([("a", b"a" * 1000), ("f", os.urandom(1000))])
+        broken = bytearray(good)
+        broken[good.index(b"PK\3\4", 10) + 500] ^= 0xFF
+        target = self.new_folder()
+        os.mkdir(target)
+        result = run("extract", "-C", target, "-", data=bytes(broken))
+        self.assertEqual(1, result.status)
+        self.assertIn(": f: refused: ", result.err)
+        self.assertEqual({b"a"}, set(tree_of(target)))
+
+    def test_encrypted_and_unsupported_members_are_named(self):
+        path = self.folder + "/e.zip"
+        with open(self.folder + "/secret.xml", "wb") as file:
+            file.write(XML)
+        subprocess.run(["zip", "-qjP", "word", path, self.folder + "/secret.xml"], check=True)
+        unsupported = bytearray(make_zip([("u.xml", XML)]))
+        unsupported[8] = 77  # the method in the member's header
+        for data, name in [(contents(path), "secret.xml"), (bytes(unsupported), "u.xml")]:
+            result = run("text", "-", data=tar([("z.zip", data), ("1.xml", XML)]))
+            self.assertEqual((1, 1), (result.status, result.out.count(b"\n")))
+            self.assertIn(f"arbtree: <stdin>: z.zip/{name}: ", result.err)
+
+
+class Interrupts(InFolder):
+    def test_no_part_of_a_file_stays(self):
+        data = tar([GOOD, ("large", b"x" * 10_000_000)])
+        for number in [signal.SIGINT, signal.SIGTERM]:
+            target = self.new_folder()
+            os.mkdir(target)
+            with subprocess.Popen([TOOL, "extract", "-C", target, "-"], stdin=subprocess.PIPE, env=ENVIRONMENT,
+                                  stderr=subprocess.PIPE, bufsize=0) as tool:
+                tool.stdin.write(data[:5_000_000])
+                tool.send_signal(number)
+                self.assertEqual(-number, tool.wait(TIMEOUT))
+            self.assertEqual({b"good"}, set(tree_of(target)))
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)

@@ -1,0 +1,66 @@
+"""Archives that tests make: plain ones of a folder, and ones with members that no tool would make."""
+import io
+import os
+import subprocess
+import tarfile
+import zipfile
+
+XML = b'<?xml version="1.0"?>\n<r><e a="1">x &amp; \xc3\xa4</e><e a="2"/><e a="1">x &amp; \xc3\xa4</e></r>\n'
+
+
+def tar(members, form=tarfile.PAX_FORMAT):
+    """A tar archive as bytes. Members: (name, content) or a TarInfo with content."""
+    out = io.BytesIO()
+    with tarfile.open(fileobj=out, mode="w", format=form, errors="surrogateescape") as archive:
+        for member, content in members:
+            if not isinstance(member, tarfile.TarInfo):
+                member = tarfile.TarInfo(member)
+                member.mtime = 1600000000
+            member.size = len(content or b"")
+            archive.addfile(member, io.BytesIO(content or b""))
+    return out.getvalue()
+
+
+def tar_entry(name, **fields):
+    member = tarfile.TarInfo(name)
+    for field, value in fields.items():
+        setattr(member, field, value)
+    return member
+
+
+def make_zip(members, **options):
+    out = io.BytesIO()
+    with zipfile.ZipFile(out, "w", zipfile.ZIP_DEFLATED, **options) as archive:
+        for name, content in members:
+            archive.writestr(zipfile.ZipInfo(name) if name.endswith("/") else name, content)
+    return out.getvalue()
+
+
+def packed(program, data):
+    return subprocess.run([program, "-c"], input=data, stdout=subprocess.PIPE, check=True).stdout
+
+
+def bsdtar(path, form, filters, folder, names):
+    """Makes an archive of files of a folder. (Into a pipe bsdtar pads what it writes, which breaks zstd.)"""
+    subprocess.run(["bsdtar", "-cf", path, "--format", form, *filters, "-C", folder, *names], check=True)
+    return path
+
+
+def tree_of(folder):
+    """What lies below a folder: path -> kind, mode, time in seconds, and content or target."""
+    found = {}
+    for path, folders, files in os.walk(os.fsencode(folder)):
+        for name in folders + files:
+            full = os.path.join(path, name)
+            status = os.lstat(full)
+            kind = status.st_mode & 0o170000
+            content = None
+            if kind == 0o100000:
+                with open(full, "rb") as file:
+                    content = file.read()
+            elif kind == 0o120000:
+                content = os.readlink(full)
+            times = status.st_mtime_ns // 10**9 if kind == 0o100000 else None
+            mode = status.st_mode if kind != 0o120000 else kind
+            found[os.path.relpath(full, os.fsencode(folder))] = (mode, times, content)
+    return found

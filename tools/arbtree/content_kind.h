@@ -1,0 +1,26 @@
+// Telling from the first bytes of some content, and from its name, what to do with it.
+#ifndef ARBTREE_TOOL_CONTENT_KIND_H
+#define ARBTREE_TOOL_CONTENT_KIND_H
+
+#include <cstddef>
+#include <string_view>
+
+namespace arbtree::tool {
+
+enum class ContentKind { other, xml, compressed, tar, zip, cpio, ar, sevenZip, cab, rar, rar5, xar };
+
+inline bool isArchive(ContentKind kind) { return kind >= ContentKind::tar; }
+
+// As many bytes as the longest sign reaches: a whole header of a tar archive.
+inline constexpr std::size_t kSignBytes = 512;
+
+// Whether the name alone says that the content is neither XML nor an archive nor compressed, so that it need not be
+// looked at: beginning to unpack a member is most of what listing it costs.
+bool isOpaqueByName(std::string_view name);
+
+// XML is what begins with an XML declaration; without one, what begins with markup and has a name that says XML.
+ContentKind recognise(std::string_view beginning, std::string_view name);
+
+}  // namespace arbtree::tool
+
+#endif

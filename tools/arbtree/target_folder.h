@@ -1,0 +1,88 @@
+// The folder that members are extracted to. Nothing is ever made outside it, whatever the names and whatever lies in
+// it:
+//  1. A name that could lead elsewhere is refused (nameProblem).
+//  2. Folders are opened part by part without following symbolic links.
+//  3. A file is written under a temporary name beside its place and takes its name when it is complete.
+//  4. Symbolic links are made last, so nothing is written through one, and only such that point into the folder.
+//
+// Every call that makes something answers why it did not, or nothing.
+#ifndef ARBTREE_TOOL_TARGET_FOLDER_H
+#define ARBTREE_TOOL_TARGET_FOLDER_H
+
+#include <sys/types.h>
+
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "byte_source.h"
+#include "member.h"
+
+namespace arbtree::tool {
+
+// Why a path must not be used below a target folder; empty when it may.
+std::string nameProblem(std::string_view path);
+
+class TargetFolder {
+ public:
+  // With `refuseAliases`, names that differ from an earlier one only by case or normal form are refused.
+  TargetFolder(const std::string& path, bool refuseAliases);
+  ~TargetFolder();
+  TargetFolder(const TargetFolder&) = delete;
+  TargetFolder& operator=(const TargetFolder&) = delete;
+
+  // Why the folder itself cannot be used; empty while it can.
+  const std::string& error() const { return error_; }
+
+  // The content is null for an empty file.
+  std::string writeFile(const std::string& path, const MemberFacts& facts, ByteSource* content);
+  std::string makeFolder(const std::string& path, std::uint32_t mode);
+  // `target` is a path below the folder.
+  std::string linkHard(const std::string& path, const std::string& target);
+  // The link itself is made by finish().
+  std::string linkSymbolic(const std::string& path, const std::string& target);
+
+  struct Refusal {
+    std::string path;
+    std::string reason;
+  };
+  // Makes the symbolic links, and gives folders that were made writable their own modes. REQUIRES: nothing else
+  // follows.
+  std::vector<Refusal> finish();
+
+ private:
+  struct Place {
+    int folder = -1;  // a descriptor that is kept until the next place is looked for
+    std::string name;
+    std::string problem;
+  };
+  struct Pending {
+    std::string path;
+    std::string target;
+    std::uint32_t mode;
+  };
+
+  Place findPlace(const std::string& path, bool make);
+  std::string openFolder(std::string_view path, bool make);
+  std::string aliasProblem(std::string_view path);
+  std::string temporaryName();
+  std::string fill(int file, ByteSource* content);
+  std::string takeName(const Place& place, const std::string& temporary);
+  std::string makeLink(const Pending& link);
+
+  int root_ = -1;
+  std::string error_;
+  const bool refuseAliases_;
+  mode_t mask_;
+  int current_ = -1;         // the folder opened last
+  std::string currentPath_;  // of it, without dots
+  unsigned long temporaries_ = 0;
+  std::vector<Pending> links_;
+  std::vector<Pending> folders_;
+  std::unordered_map<std::string, std::string> names_;  // by their folded form
+};
+
+}  // namespace arbtree::tool
+
+#endif
