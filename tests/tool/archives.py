@@ -208,6 +208,9 @@ class Searching(InFolder):
             self.assertIn(f"{path}:{first}", found)
             self.assertIn(f"{path}:{third}", found)
             self.assertEqual(4, len(found))
+        named = b'<r><e/><e xml:id="x"/><e id="x"/><f id="y"/></r>'
+        for identifier, place in {"x": "stdin:7\n", "y": "", "z": ""}.items():
+            self.assertEqual(place, run("find", "--element", "e", "--id", identifier, "-", data=named).out.decode())
         limited = run("find", "--element", "e", "--limit", "1", "--json", "-", data=NESTED).out
         self.assertEqual({"path": "mid.tar.gz/in.zip/b.xml", "offset": first}, json.loads(limited))
         self.assertEqual((0, b""), (run("find", "--element", "none", "-", data=NESTED).status,

@@ -38,6 +38,7 @@ struct ContentOptions {
 struct FindOptions {
   CommonOptions common;
   std::string element;
+  std::string id;         // "" for any
   std::string attribute;  // "" or NAME=VALUE
   std::uint64_t limit = UINT64_MAX;
   bool json = false;

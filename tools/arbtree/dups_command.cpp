@@ -127,7 +127,7 @@ void print(OutputFile& out, const std::vector<std::vector<ElementPlace>>& sets, 
 int runDups(const DupsOptions& options) {
   const ElementKind& kind = ElementKinds::instance().element(options.element);
   Wishes wishes;
-  wishes.watched = &kind;
+  wishes.nodes.watched = &kind;
   Session session(options.common, std::move(wishes), false);
   Comparing comparing{session, kind, {}, {}, {}};
   session.document.walkMembers(comparing);

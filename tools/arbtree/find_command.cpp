@@ -33,7 +33,9 @@ struct Finding {
   }
   void leave(ArbForest&) {}
 
+  // Only the element that was referred to by the ID has it as its ID string.
   bool matches(const ElementNode& element) const {
+    if (!options.id.empty() && !element.node.idString) return false;
     if (attribute.empty()) return true;
     for (const AttributeEntry& entry : element.attributes()) {
       if (kind.attributes[entry.index]->text == attribute) return element.value(entry) == value;
@@ -47,7 +49,8 @@ struct Finding {
 int runFind(const FindOptions& options) {
   const ElementKind& kind = ElementKinds::instance().element(options.element);
   Wishes wishes;
-  wishes.watched = &kind;
+  wishes.nodes.watched = &kind;
+  wishes.nodes.id = options.id;
   Session session(options.common, std::move(wishes), true);
   const std::size_t equals = options.attribute.find('=');
   const std::string value =

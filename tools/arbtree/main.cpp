@@ -240,6 +240,7 @@ class CommandLine {
   void addFind() {
     CLI::App& find = addCommand("find", "Finds elements in XML documents.", kFindFooter, find_, runFind);
     find.add_option("--element", find_.element, "name of the elements, prefix included")->type_name("NAME")->required();
+    find.add_option("--id", find_.id, "the first in each document whose xml:id or id is this")->type_name("ID");
     find.add_option("--attribute", find_.attribute, "an attribute that they have")
         ->type_name("NAME=VALUE")
         ->check(CLI::Validator(

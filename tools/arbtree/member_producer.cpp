@@ -225,7 +225,7 @@ void MemberProducer::addTree(const NewMember& member) {
     return;
   }
   settle(content_, true);
-  xml_ = std::make_unique<XmlProducer>(content_.useful(), budget_.limits(), tree, wishes_.watched);
+  xml_ = std::make_unique<XmlProducer>(content_.useful(), budget_.limits(), tree, wishes_.nodes);
 }
 
 void MemberProducer::addArchive(const NewMember& member) {

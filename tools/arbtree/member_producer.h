@@ -35,7 +35,7 @@ struct Wishes {
   bool checksFiles = false;  // read them to their end, so that all that is damaged is found
   std::function<bool(const std::string&)> wantsNodes;    // of this XML member; null for all
   std::function<bool(const std::string&)> wantsMembers;  // of this archive, which otherwise is a file; null for all
-  const ElementKind* watched = nullptr;                  // see XmlProducer
+  NodeWishes nodes;                                      // of XML
 };
 
 struct Production {

@@ -90,6 +90,7 @@ void print(Session& session, const StatsOptions& options, const Counting& counts
 int runStats(const StatsOptions& options) {
   Wishes wishes;
   wishes.checksFiles = true;
+  wishes.nodes.values = false;
   Session session(options.common, std::move(wishes), false);
   Counting counts{session.document};
   session.document.walkMembers(counts);

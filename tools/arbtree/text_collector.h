@@ -18,11 +18,18 @@ class TextCollector {
   // Takes what fits of some valid UTF-8 and answers how many bytes that was. Less than all of it: the text is full, and
   // goes on after a clear().
   std::size_t append(const char* text, std::size_t length) {
-    std::size_t taken = std::min(length, kMaxUnits - used_);  // a byte of UTF-8 never makes more than one unit
-    if (taken < length) {
-      while (taken != 0 && (text[taken] & 0xC0) == 0x80) --taken;
-    }
+    const std::size_t taken = fitting(text, length);
     used_ = static_cast<std::size_t>(writeUtf16(text, taken, units_ + used_) - units_);
+    return taken;
+  }
+
+  // Likewise, but only notes how long the text is: its units must not be read.
+  std::size_t measure(const char* text, std::size_t length) {
+    const std::size_t taken = fitting(text, length);
+    for (std::size_t i = 0; i < taken; ++i) {
+      const auto byte = static_cast<unsigned char>(text[i]);
+      used_ += static_cast<std::size_t>((byte & 0xC0) != 0x80) + static_cast<std::size_t>(byte >= 0xF0);
+    }
     return taken;
   }
 
@@ -32,6 +39,15 @@ class TextCollector {
   void clear() { used_ = 0; }
 
  private:
+  // How many bytes fit: of UTF-8 one never makes more than one unit, and characters are not cut.
+  std::size_t fitting(const char* text, std::size_t length) const {
+    std::size_t taken = std::min(length, kMaxUnits - used_);
+    if (taken < length) {
+      while (taken != 0 && (text[taken] & 0xC0) == 0x80) --taken;
+    }
+    return taken;
+  }
+
   char16_t units_[kMaxUnits + kUtf16Slack];
   std::size_t used_ = 0;
 };

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "node_links.h"
+#include "utf.h"
 
 namespace arbtree::tool {
 namespace {
@@ -69,10 +70,10 @@ struct XmlProducer::Handlers {
   }
 };
 
-XmlProducer::XmlProducer(ByteSource& input, const Limits& limits, ArbTree* tree, const ElementKind* watched)
+XmlProducer::XmlProducer(ByteSource& input, const Limits& limits, ArbTree* tree, const NodeWishes& wishes)
     : input_(input),
       limits_(limits),
-      watched_(watched),
+      wishes_(wishes),
       parser_(XML_ParserCreate(nullptr)),
       feed_(input, parser_),
       tree_(tree),
@@ -121,17 +122,33 @@ bool XmlProducer::begin() {
   if (!check(ArbTreeQueryRootNode(tree_, &current_)) || !prepareNamespaces(ElementKinds::instance().comment())) {
     return false;
   }
-  if (!watched_) return true;
+  if (!wishes_.id.empty() && !referToId()) return false;
+  if (!wishes_.watched) return true;
   const auto hook = [](std::uintptr_t node, void* self) -> std::uint32_t {
     static_cast<XmlProducer*>(self)->attachOffset(reinterpret_cast<ArbNode*>(node));
     return 0;
   };
-  return check(ArbTreeSetProducerNodeHook(tree_, ARB_HOOK_ATTRIBUTES_DONE, watched_->elementId, hook, this));
+  return check(ArbTreeSetProducerNodeHook(tree_, ARB_HOOK_ATTRIBUTES_DONE, wishes_.watched->elementId, hook, this));
 }
 
 void XmlProducer::attachOffset(ArbNode* node) {
   const auto offset = static_cast<std::uint64_t>(XML_GetCurrentByteIndex(parser_));
   check(ArbNodeSetMetadata(node, kNodeOffset, &offset, sizeof offset));
+}
+
+bool XmlProducer::referToId() {
+  ArbString* name = nullptr;
+  return check(ArbDocumentCreateString(document_, toUtf16(wishes_.id).c_str(), &name)) &&
+         check(ArbTreeCreateNamedNodeReference(tree_, name, &awaited_));
+}
+
+// The reference on which the element with these attributes is to be made, or null.
+ArbNodeRef* XmlProducer::takeAwaited(const char** attributes) {
+  for (; *attributes; attributes += 2) {
+    const std::string_view name = attributes[0];
+    if ((name == "xml:id" || name == "id") && wishes_.id == attributes[1]) return std::exchange(awaited_, nullptr);
+  }
+  return nullptr;
 }
 
 // Expat knows few encodings by itself. An input in another one is begun again, transcoded.
@@ -171,7 +188,7 @@ void XmlProducer::startElement(const char* name, const char** attributes) {
   }
   ElementKind& kind = ElementKinds::instance().element(name);
   collectAttributes(kind, attributes);
-  ElementNode* const element = makeElement(kind);
+  ElementNode* const element = makeElement(kind, awaited_ ? takeAwaited(attributes) : nullptr);
   if (!element || !link(&element->node)) return;
   attributesMade_ += newAttributes_.size();
   current_ = &element->node;
@@ -189,7 +206,7 @@ void XmlProducer::endElement() {
 
 void XmlProducer::text(const char* text, std::size_t length) {
   while (length != 0) {
-    const std::size_t taken = text_.append(text, length);
+    const std::size_t taken = wishes_.values ? text_.append(text, length) : text_.measure(text, length);
     text += taken;
     length -= taken;
     if (length != 0) flushText();
@@ -211,7 +228,7 @@ void XmlProducer::leaf(ElementKind& kind, const char* first, const char* second)
 void XmlProducer::flushText() {
   ArbNode* node = nullptr;
   if (!check(ArbTreeCreateNode(tree_, ARB_ELEM_TEXT, nullptr, &node))) return;
-  const bool filled = check(ArbAbstractTextNodeSetValue(node, text_.units(), text_.length()));
+  const bool filled = !wishes_.values || check(ArbAbstractTextNodeSetValue(node, text_.units(), text_.length()));
   text_.clear();
   if (!filled) {
     ArbNodeDestroy(node);
@@ -233,6 +250,10 @@ void XmlProducer::entityLeftOut(const char* name) {
 void XmlProducer::collectAttributes(ElementKind& kind, const char** attributes) {
   ElementKinds& kinds = ElementKinds::instance();
   newAttributes_.clear();
+  if (!wishes_.values) {
+    for (; *attributes; attributes += 2) ++attributesMade_;
+    return kinds.publish(kind);
+  }
   std::uint32_t expected = 0;
   for (; *attributes; attributes += 2) {
     const std::uint32_t index = kinds.attributeIndex(kind, attributes[0], expected);
@@ -243,11 +264,11 @@ void XmlProducer::collectAttributes(ElementKind& kind, const char** attributes) 
 }
 
 // A new node with the collected attributes, or null after a failure.
-ElementNode* XmlProducer::makeElement(ElementKind& kind) {
+ElementNode* XmlProducer::makeElement(ElementKind& kind, ArbNodeRef* cell) {
   ArbNode* node = nullptr;
   if (!prepareNamespaces(kind)) return nullptr;
   // Our factory knows every kind; it makes no node only when there is no memory.
-  const ArbStatus status = ArbTreeCreateNode(tree_, kind.elementId, nullptr, &node);
+  const ArbStatus status = ArbTreeCreateNode(tree_, kind.elementId, cell, &node);
   if (!check(status == ARB_ERR_NOTFOUND ? ARB_ERR_NOMEMORY : status)) return nullptr;
   ElementNode& element = asElement(*node);
   if (!newAttributes_.empty() && !takeAttributes(element)) return nullptr;

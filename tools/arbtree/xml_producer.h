@@ -38,11 +38,20 @@ struct OmittedEntities {
   std::uint64_t count = 0;
 };
 
+// What nodes are to tell beyond their kinds and places.
+struct NodeWishes {
+  bool values = true;  // texts, and the attributes of elements
+  // The kind whose nodes get the byte offset of their start tag as metadata; null for none.
+  const ElementKind* watched = nullptr;
+  // Referred to before its element is there: the first element whose attribute xml:id or id has this value is made on
+  // the reference, and so has it as its ID string. Empty for none.
+  std::string id;
+};
+
 class XmlProducer {
  public:
-  // The tree is in its forest and has only its root. `watched` is null, or a kind whose nodes get the byte offset of
-  // their start tag as metadata.
-  XmlProducer(ByteSource& input, const Limits& limits, ArbTree* tree, const ElementKind* watched);
+  // The tree is in its forest and has only its root.
+  XmlProducer(ByteSource& input, const Limits& limits, ArbTree* tree, const NodeWishes& wishes);
   ~XmlProducer();
   XmlProducer(const XmlProducer&) = delete;
   XmlProducer& operator=(const XmlProducer&) = delete;
@@ -61,6 +70,8 @@ class XmlProducer {
   struct Handlers;  // what expat calls
 
   bool begin();
+  bool referToId();
+  ArbNodeRef* takeAwaited(const char** attributes);
   void setHandlers();
   XML_Status parseNext();
   bool finish();
@@ -75,7 +86,7 @@ class XmlProducer {
   void flushText();
 
   void collectAttributes(ElementKind& kind, const char** attributes);
-  ElementNode* makeElement(ElementKind& kind);
+  ElementNode* makeElement(ElementKind& kind, ArbNodeRef* cell = nullptr);
   bool takeAttributes(ElementNode& element);
   bool prepareNamespaces(const ElementKind& kind);
   bool link(ArbNode* node);
@@ -89,14 +100,15 @@ class XmlProducer {
 
   ByteSource& input_;
   const Limits& limits_;
-  const ElementKind* const watched_;
+  const NodeWishes& wishes_;
   const XML_Parser parser_;
   ParserFeed feed_;
   std::string encoding_;  // as the input declares it, when expat does not know it
 
   ArbTree* const tree_;
   ArbDocument* const document_;
-  ArbNode* current_ = nullptr;  // the open element, or the root node
+  ArbNode* current_ = nullptr;     // the open element, or the root node
+  ArbNodeRef* awaited_ = nullptr;  // the reference to the element with the ID, until it is there
   std::uint32_t namespacesKnown_ = 0;
   std::uint64_t depth_ = 0;
   bool inDocumentType_ = false;
