@@ -147,7 +147,7 @@ class Sequence {
     expectStatus(ARB_OK, ArbTreeCreateNode(tree_, kind, cell, &node));
     const Place place = cell ? placeOf(*tree_, cell) : Place{};
     PlainNode* const made = model_.createNode(node, kind, referred ? &place : nullptr, cell);
-    if (referred) pending_.erase(pending_.begin() + reference);
+    if (referred) pending_.erase(pending_.begin() + static_cast<std::ptrdiff_t>(reference));
     setText(made, nullptr);
     held_.push_back(node->cell);
     compareNode(*made);
