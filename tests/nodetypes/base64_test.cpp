@@ -22,18 +22,6 @@ namespace {
 
 using Bytes = std::vector<std::uint8_t>;
 
-// Fills words at a time: the large test would wait for anything slower.
-Bytes randomBytes(std::size_t count, std::mt19937& random) {
-  std::uint64_t state = std::uint64_t{random()} << 32 | random() | 1;
-  Bytes bytes(count + sizeof state);
-  for (std::size_t at = 0; at < count; at += sizeof state) {
-    state ^= state << 13, state ^= state >> 7, state ^= state << 17;
-    std::memcpy(&bytes[at], &state, sizeof state);
-  }
-  bytes.resize(count);
-  return bytes;
-}
-
 const std::string kAlphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 
 // What DecodeBase64 has to answer and to store; nothing is said about the buffer behind `bytes`.
@@ -100,6 +88,18 @@ TEST_F(Base64, Examples) {
 }
 
 #ifdef __linux__
+
+// Fills words at a time: the large test would wait for anything slower.
+Bytes randomBytes(std::size_t count, std::mt19937& random) {
+  std::uint64_t state = std::uint64_t{random()} << 32 | random() | 1;
+  Bytes bytes(count + sizeof state);
+  for (std::size_t at = 0; at < count; at += sizeof state) {
+    state ^= state << 13, state ^= state >> 7, state ^= state << 17;
+    std::memcpy(&bytes[at], &state, sizeof state);
+  }
+  bytes.resize(count);
+  return bytes;
+}
 
 // A folder of its own, gone with the test.
 class Folder {
