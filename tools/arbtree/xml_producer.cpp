@@ -206,7 +206,7 @@ void XmlProducer::endElement() {
 
 void XmlProducer::text(const char* text, std::size_t length) {
   while (length != 0) {
-    const std::size_t taken = wishes_.values ? text_.append(text, length) : text_.measure(text, length);
+    const std::size_t taken = wishes_.values ? text_.append(text, length) : text_.note(text, length);
     text += taken;
     length -= taken;
     if (length != 0) flushText();
