@@ -129,7 +129,7 @@ using namespace arbtree;
 
 ArbStatus ARB_CALL ArbTreeCreateNode(ArbTree* tree, uint32_t elementId, ArbNodeRef* cell, ArbNode** node) {
   if (!tree || !node) return ARB_ERR_BADARG;
-  if (!cell && documentOf(*tree).callbackCount == 0) {
+  if (!cell && ARB_ELEMENT_NAMESPACE(elementId) == ARB_NAMESPACE_BUILTIN && documentOf(*tree).callbackCount == 0) {
     if (ArbNode* const text = makeTextAtHand(*tree, elementId)) {
       *node = text;
       return ARB_OK;

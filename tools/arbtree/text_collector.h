@@ -33,6 +33,13 @@ class TextCollector {
     return taken;
   }
 
+  // Likewise, but takes all of it or nothing, and tells which.
+  bool noteAll(std::size_t length) {
+    if (length > kMaxBytes - bytes_) return false;
+    bytes_ += length;
+    return true;
+  }
+
   bool isEmpty() const { return bytes_ == 0; }
   const char16_t* units() const { return units_; }
   std::uint32_t length() const { return static_cast<std::uint32_t>(length_); }
