@@ -41,12 +41,15 @@ void join(ArbTree& tree, ArbNode& node, ArbNodeRef& cell) {
   ++documentOf(tree).chunkNodes;
 }
 
+bool isFreed(const ArbNodeRef& cell) { return cell.state == ARB_REF_FREED || cell.state == ARB_REF_FREED_ID; }
+
 // A cell that a reference made ahead brings the number or the ID string that it promised.
 void joinReferred(ArbTree& tree, ArbNode& node, ArbNodeRef& cell) {
   const ArbNodeRef promised = cell;
   node.number =
       promised.state == ARB_REF_FLOATING ? static_cast<std::uint32_t>(promised.value) : ++documentOf(tree).nodeCounter;
   node.idString = promised.state == ARB_REF_NAMED ? reinterpret_cast<ArbString*>(promised.value) : nullptr;
+  if (isFreed(promised)) node.flags2 = static_cast<std::uint8_t>(node.flags2 | kOnKeptCell);
   join(tree, node, cell);
   removePendingRef(tree, &cell);
 }

@@ -68,7 +68,7 @@ void settleCell(ArbNode& node) {
   } else {
     *cell = {ARB_REF_FREED, node.number};
   }
-  const bool kept = has(node, ARB_NODE_HAS_ID) || (node.flags2 & ARB_NODE_SEPARATE_STREAM) != 0;
+  const bool kept = has(node, ARB_NODE_HAS_ID) || (node.flags2 & (ARB_NODE_SEPARATE_STREAM | kOnKeptCell)) != 0;
   if (kept) return;
   // The cell's next node is not the one that the string names.
   if (node.idString && node.idString->boundRef == cell) node.idString->boundRef = nullptr;
