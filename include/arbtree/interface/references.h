@@ -89,7 +89,7 @@ ARB_API ArbStatus ARB_CALL ArbNodeRefQueryIdString(ArbNodeRef *reference, ArbStr
  *   and when it has been freed
  * \retval ARB_ERR_MODE the document is producer-only
  * \return Or a run's failure on the way to the node. A failure on the way to the attributes is not reported: the node's
- *   string is then answered as it is.
+ *   string, made if there is none, is then answered all the same.
  */
 ARB_API ArbStatus ARB_CALL ArbNodeRefWaitIdString(ArbNodeRef *reference, ArbDocument *document, ArbString **idString);
 
