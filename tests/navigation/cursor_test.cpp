@@ -30,11 +30,11 @@ TEST_F(Cursors, PushesBeyondTheLastEntryAreOnlyCounted) {
   }
   EXPECT_EQ(130u, tree->cursorDepth);
   for (int i = 0; i < 2; ++i) {
-    EXPECT_EQ(ARB_OK, ArbTreePopCursor(tree, &node));
+    ok(ArbTreePopCursor(tree, &node));
     EXPECT_EQ(untouchedNode(), node);
   }
   for (std::uint32_t i = 128; i-- > 0;) {
-    EXPECT_EQ(ARB_OK, ArbTreePopCursor(tree, &node));
+    ok(ArbTreePopCursor(tree, &node));
     EXPECT_EQ(pushed[i], node) << i;
     EXPECT_EQ(i, tree->cursorDepth);
   }
@@ -47,14 +47,14 @@ TEST_F(Cursors, PushesBeyondTheLastEntryAreOnlyCounted) {
 
 TEST_F(Cursors, EachTreeHasItsOwnAndNullIsAPosition) {
   ArbTree* const other = host.makeTree();
-  EXPECT_EQ(ARB_OK, ArbTreePushCursor(tree, root));
-  EXPECT_EQ(ARB_OK, ArbTreePushCursor(other, rootOf(other)));
-  EXPECT_EQ(ARB_OK, ArbTreePushCursor(tree, nullptr));
-  EXPECT_EQ(ARB_OK, ArbTreePopCursor(tree, &node));
+  ok(ArbTreePushCursor(tree, root));
+  ok(ArbTreePushCursor(other, rootOf(other)));
+  ok(ArbTreePushCursor(tree, nullptr));
+  ok(ArbTreePopCursor(tree, &node));
   EXPECT_EQ(nullptr, node);
-  EXPECT_EQ(ARB_OK, ArbTreePopCursor(tree, &node));
+  ok(ArbTreePopCursor(tree, &node));
   EXPECT_EQ(root, node);
-  EXPECT_EQ(ARB_OK, ArbTreePopCursor(other, nullptr));
+  ok(ArbTreePopCursor(other, nullptr));
   EXPECT_EQ(0u, other->cursorDepth);
 }
 
@@ -80,9 +80,9 @@ TEST_F(Cursors, APositionWhoseNodeIsFreed) {
     fresh.endResult = result;
     ArbTree* const other = fresh.makeTree();
     ArbNode* const gone = fresh.make(other, "gone");
-    EXPECT_EQ(ARB_OK, ArbNodeCreateID(gone));
-    EXPECT_EQ(ARB_OK, ArbTreePushCursor(other, gone));
-    EXPECT_EQ(ARB_OK, ArbNodeDestroy(gone));
+    ok(ArbNodeCreateID(gone));
+    ok(ArbTreePushCursor(other, gone));
+    ok(ArbNodeDestroy(gone));
     node = untouchedNode();
     EXPECT_EQ(result == ARB_STATUS_END ? ARB_OK : result, ArbTreePopCursor(other, &node));
     EXPECT_EQ(nullptr, node);

@@ -23,7 +23,7 @@ TEST(ElementIdSearch, ComparesWholeIds) {
   ArbNode* const root = rootOf(host.makeTree());
   ArbNode* const other = host.append(root, "other", elementId(2, kTestNamespace, 3));
   host.append(root, "plain", elementId(2));
-  EXPECT_EQ(ARB_OK, ArbNodeProducerDone(root));
+  ok(ArbNodeProducerDone(root));
   for (const Search search :
        {ArbNodeGetFirstChildByElementId, ArbNodeQueryFirstChildByElementId, ArbNodeWaitFirstChildByElementId}) {
     EXPECT_EQ("0 plain", find(host, search, root, elementId(2)));

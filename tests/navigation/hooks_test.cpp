@@ -50,20 +50,20 @@ class Hooks : public testing::Test {
 
 TEST_F(Hooks, SortedByIdAndInOrderOfRegistration) {
   Hook a = hook("a"), b = hook("b"), c = hook("c"), d = hook("d"), e = hook("e");
-  EXPECT_EQ(ARB_OK, set(ARB_HOOK_NODE, 7, a));
-  EXPECT_EQ(ARB_OK, set(ARB_HOOK_NODE, 3, b));
-  EXPECT_EQ(ARB_OK, set(ARB_HOOK_NODE, 7, c));
-  EXPECT_EQ(ARB_OK, set(ARB_HOOK_NODE, 5, d));
-  EXPECT_EQ(ARB_OK, set(ARB_HOOK_NODE, 0x80000000, e));
+  ok(set(ARB_HOOK_NODE, 7, a));
+  ok(set(ARB_HOOK_NODE, 3, b));
+  ok(set(ARB_HOOK_NODE, 7, c));
+  ok(set(ARB_HOOK_NODE, 5, d));
+  ok(set(ARB_HOOK_NODE, 0x80000000, e));
   const std::uint32_t ids[] = {3, 5, 7, 7, 0x80000000};
   ASSERT_EQ(5u, tree->hookCount);
   for (int i = 0; i < 5; ++i) EXPECT_EQ(ids[i], tree->hooks[i].elementId);
-  EXPECT_EQ(ARB_OK, raise(ARB_HOOK_NODE, 7));
+  ok(raise(ARB_HOOK_NODE, 7));
   EXPECT_EQ(withNode({"a", "c"}), take());
-  EXPECT_EQ(ARB_OK, set(ARB_HOOK_NODE, 7, a));
-  EXPECT_EQ(ARB_OK, raise(ARB_HOOK_NODE, 7));
+  ok(set(ARB_HOOK_NODE, 7, a));
+  ok(raise(ARB_HOOK_NODE, 7));
   EXPECT_EQ(withNode({"a", "c", "a"}), take());
-  for (const std::uint32_t id : {0u, 4u, 6u, 8u, 0xFFFFFFFFu}) EXPECT_EQ(ARB_OK, raise(ARB_HOOK_NODE, id));
+  for (const std::uint32_t id : {0u, 4u, 6u, 8u, 0xFFFFFFFFu}) ok(raise(ARB_HOOK_NODE, id));
   EXPECT_EQ(Lines{}, take());
 }
 
@@ -72,19 +72,19 @@ TEST_F(Hooks, EachEventCallsItsOwn) {
        release = hook("release"), other = hook("other");
   std::uint32_t result = 99;
   EXPECT_EQ(ARB_OK, raise(ARB_HOOK_QUERY, 7, &result)) << "an empty table";
-  EXPECT_EQ(ARB_OK, set(ARB_HOOK_ATTRIBUTES_DONE, 7, attributes));
-  EXPECT_EQ(ARB_OK, raise(ARB_HOOK_QUERY, 7, &result));
+  ok(set(ARB_HOOK_ATTRIBUTES_DONE, 7, attributes));
+  ok(raise(ARB_HOOK_QUERY, 7, &result));
   EXPECT_EQ(ARB_OK, raise(ARB_HOOK_QUERY, 7)) << "no query hook, no result needed";
   EXPECT_EQ(99u, result);
   EXPECT_EQ(Lines{}, take());
 
-  EXPECT_EQ(ARB_OK, set(ARB_HOOK_QUERY, 7, query));
-  EXPECT_EQ(ARB_OK, set(ARB_HOOK_NODE, 7, onNode));
-  EXPECT_EQ(ARB_OK, set(ARB_HOOK_PRODUCER_RELEASE, 7, release));
-  EXPECT_EQ(ARB_OK, set(ARB_HOOK_QUERY, 7, again));
-  EXPECT_EQ(ARB_OK, set(5, 7, other));
-  EXPECT_EQ(ARB_OK, set(0, 7, other));
-  EXPECT_EQ(ARB_OK, raise(ARB_HOOK_QUERY, 7, &result));
+  ok(set(ARB_HOOK_QUERY, 7, query));
+  ok(set(ARB_HOOK_NODE, 7, onNode));
+  ok(set(ARB_HOOK_PRODUCER_RELEASE, 7, release));
+  ok(set(ARB_HOOK_QUERY, 7, again));
+  ok(set(5, 7, other));
+  ok(set(0, 7, other));
+  ok(raise(ARB_HOOK_QUERY, 7, &result));
   EXPECT_EQ(20u, result);
   EXPECT_EQ((Lines{"query 7", "again 7"}), take());
   EXPECT_EQ(ARB_ERR_BADARG, raise(ARB_HOOK_QUERY, 7));
@@ -99,7 +99,7 @@ TEST_F(Hooks, EachEventCallsItsOwn) {
        {Row{ARB_HOOK_NODE, withNode({"node"})}, Row{ARB_HOOK_ATTRIBUTES_DONE, withNode({"attributes"})},
         Row{ARB_HOOK_PRODUCER_RELEASE, withNode({"release"})}, Row{5, {}}, Row{0, {}}}) {
     result = 99;
-    EXPECT_EQ(ARB_OK, raise(row.event, 7, &result));
+    ok(raise(row.event, 7, &result));
     EXPECT_EQ(row.lines, take());
     EXPECT_EQ(99u, result);
   }
@@ -116,7 +116,7 @@ TEST_F(Hooks, The129thDoublesTheTableAndAnyNumberIsFound) {
     EXPECT_EQ(i <= 128 ? 128u : i <= 256 ? 256u : 512u, tree->hookCapacity);
   }
   for (std::uint32_t id = 0; id < 40; ++id) {
-    EXPECT_EQ(ARB_OK, raise(ARB_HOOK_NODE, id * 0x06000000u));
+    ok(raise(ARB_HOOK_NODE, id * 0x06000000u));
     EXPECT_EQ(expected[id], take().size());
   }
 }
@@ -124,45 +124,45 @@ TEST_F(Hooks, The129thDoublesTheTableAndAnyNumberIsFound) {
 TEST_F(Hooks, ASnapshotBringsBackWhatWasThere) {
   Hook a = hook("a"), b = hook("b");
   ArbSavedHooks* saved = nullptr;
-  EXPECT_EQ(ARB_OK, set(ARB_HOOK_NODE, 7, a));
-  EXPECT_EQ(ARB_OK, ArbTreeSaveProducerNodeHooks(tree, &saved));
-  EXPECT_EQ(ARB_OK, raise(ARB_HOOK_NODE, 7));
+  ok(set(ARB_HOOK_NODE, 7, a));
+  ok(ArbTreeSaveProducerNodeHooks(tree, &saved));
+  ok(raise(ARB_HOOK_NODE, 7));
   EXPECT_EQ(withNode({"a"}), take()) << "a save changes nothing";
-  EXPECT_EQ(ARB_OK, set(ARB_HOOK_NODE, 7, b));
-  EXPECT_EQ(ARB_OK, set(ARB_HOOK_NODE, 8, b));
-  EXPECT_EQ(ARB_OK, ArbTreeRestoreProducerNodeHooks(tree, saved));
+  ok(set(ARB_HOOK_NODE, 7, b));
+  ok(set(ARB_HOOK_NODE, 8, b));
+  ok(ArbTreeRestoreProducerNodeHooks(tree, saved));
   EXPECT_EQ(1u, tree->hookCount);
   EXPECT_EQ(1u, tree->hookCapacity);
-  EXPECT_EQ(ARB_OK, raise(ARB_HOOK_NODE, 8));
-  EXPECT_EQ(ARB_OK, raise(ARB_HOOK_NODE, 7));
+  ok(raise(ARB_HOOK_NODE, 8));
+  ok(raise(ARB_HOOK_NODE, 7));
   EXPECT_EQ(withNode({"a"}), take());
-  EXPECT_EQ(ARB_OK, set(ARB_HOOK_NODE, 7, b));
+  ok(set(ARB_HOOK_NODE, 7, b));
   EXPECT_EQ(2u, tree->hookCapacity);
-  EXPECT_EQ(ARB_OK, raise(ARB_HOOK_NODE, 7));
+  ok(raise(ARB_HOOK_NODE, 7));
   EXPECT_EQ(withNode({"a", "b"}), take());
 
   // An empty table can be saved and restored, and a cleared one is empty.
-  EXPECT_EQ(ARB_OK, ArbTreeClearProducerNodeHooks(tree));
+  ok(ArbTreeClearProducerNodeHooks(tree));
   EXPECT_EQ(nullptr, tree->hooks);
   EXPECT_EQ(0u, tree->hookCapacity);
-  EXPECT_EQ(ARB_OK, ArbTreeSaveProducerNodeHooks(tree, &saved));
-  EXPECT_EQ(ARB_OK, set(ARB_HOOK_NODE, 7, b));
-  EXPECT_EQ(ARB_OK, ArbTreeRestoreProducerNodeHooks(tree, saved));
-  EXPECT_EQ(ARB_OK, raise(ARB_HOOK_NODE, 7));
+  ok(ArbTreeSaveProducerNodeHooks(tree, &saved));
+  ok(set(ARB_HOOK_NODE, 7, b));
+  ok(ArbTreeRestoreProducerNodeHooks(tree, saved));
+  ok(raise(ARB_HOOK_NODE, 7));
   EXPECT_EQ(Lines{}, take());
-  EXPECT_EQ(ARB_OK, set(ARB_HOOK_NODE, 7, a));
-  EXPECT_EQ(ARB_OK, raise(ARB_HOOK_NODE, 7));
+  ok(set(ARB_HOOK_NODE, 7, a));
+  ok(raise(ARB_HOOK_NODE, 7));
   EXPECT_EQ(withNode({"a"}), take());
 }
 
 TEST_F(Hooks, RegistrationEndsWithTheProducerAndTheTableWithItsRelease) {
   Hook a = hook("a");
-  EXPECT_EQ(ARB_OK, set(ARB_HOOK_PRODUCER_RELEASE, ARB_ELEM_ROOT, a));
-  EXPECT_EQ(ARB_OK, ArbForestChildProducerDone(asChild(tree)));
+  ok(set(ARB_HOOK_PRODUCER_RELEASE, ARB_ELEM_ROOT, a));
+  ok(ArbForestChildProducerDone(asChild(tree)));
   EXPECT_EQ(ARB_ERR_LOCKED, set(ARB_HOOK_NODE, 7, a));
-  EXPECT_EQ(ARB_OK, raise(ARB_HOOK_PRODUCER_RELEASE, ARB_ELEM_ROOT));
+  ok(raise(ARB_HOOK_PRODUCER_RELEASE, ARB_ELEM_ROOT));
   EXPECT_EQ(1u, take().size());
-  EXPECT_EQ(ARB_OK, ArbForestChildProducerRelease(asChild(tree)));
+  ok(ArbForestChildProducerRelease(asChild(tree)));
   EXPECT_TRUE(node->flags & ARB_NODE_PRODUCER_RELEASED);
   EXPECT_EQ(Lines{}, take()) << "the hooks are cleared before the nodes are released";
   EXPECT_EQ(0u, tree->hookCount);

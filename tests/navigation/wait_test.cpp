@@ -22,7 +22,7 @@ class Waiting : public testing::Test {
     host.then([this] { return ArbNodeAttributesDone(a); });
   }
   void run(int times) {
-    for (int i = 0; i < times; ++i) EXPECT_EQ(ARB_OK, ArbDocumentReadAhead(host.document));
+    for (int i = 0; i < times; ++i) ok(ArbDocumentReadAhead(host.document));
   }
 
   Host host;
@@ -57,7 +57,7 @@ TEST_F(Waiting, AWaitRunsTheProducerAsOftenAsItsAnswerNeeds) {
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.name);
-    EXPECT_EQ(ARB_OK, row.wait());
+    ok(row.wait());
     EXPECT_EQ(row.answer, host.events.nameOf(node));
     EXPECT_EQ(row.runs, host.runs.size());
   }
@@ -113,7 +113,7 @@ TEST(WaitingAtTheEnd, AnswersAndFailures) {
       ArbNode* const closed = host.append(root, "closed");
       host.append(open, "x");
       host.append(closed, "y");
-      EXPECT_EQ(ARB_OK, ArbNodeProducerDone(closed));
+      ok(ArbNodeProducerDone(closed));
       for (int again = 0; again < 2; ++again) {
         ArbNode* node = untouchedNode();
         std::uint32_t count = 77;
@@ -134,7 +134,7 @@ TEST_F(Waiting, AFailingRunsWorkIsThereForTheNextQuestion) {
   ArbNode* node = untouchedNode();
   EXPECT_EQ(13u, ArbNodeWaitFirstChild(top, &node));
   EXPECT_EQ(untouchedNode(), node);
-  EXPECT_EQ(ARB_OK, ArbNodeWaitFirstChild(top, &node));
+  ok(ArbNodeWaitFirstChild(top, &node));
   EXPECT_EQ("x", failing.events.nameOf(node));
   EXPECT_EQ(13u, ArbNodeWaitNextSibling(resolve(top->firstChildCell), &node));
 }
@@ -155,20 +155,18 @@ TEST_F(Waiting, OnAReferenceThatAFailingRunResolves) {
     EXPECT_EQ(made, node);
     EXPECT_EQ(resolved ? ARB_OK : 13u, ArbNodeRefWaitNode(cell, failing.document, &node));
     EXPECT_EQ(made, node);
-    if (made) {
-      EXPECT_EQ(ARB_OK, ArbNodeDestroy(made));
-    }
+    if (made) ok(ArbNodeDestroy(made));
   }
 }
 
 TEST_F(Waiting, OnAReferenceThatNeverResolves) {
   ArbNode* node = untouchedNode();
-  EXPECT_EQ(ARB_OK, ArbNodeRefWaitNode(nullptr, host.document, &node));
+  ok(ArbNodeRefWaitNode(nullptr, host.document, &node));
   EXPECT_EQ(nullptr, node);
   EXPECT_EQ(0u, host.runs.size());
   ArbNodeRef freed{ARB_REF_FREED, 7};
   node = untouchedNode();
-  EXPECT_EQ(ARB_OK, ArbNodeRefWaitNode(&freed, host.document, &node));
+  ok(ArbNodeRefWaitNode(&freed, host.document, &node));
   EXPECT_EQ(nullptr, node);
   EXPECT_EQ(6u, host.runs.size());
   EXPECT_TRUE(host.document->flags & ARB_DOC_ENDED);

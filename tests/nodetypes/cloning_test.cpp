@@ -22,13 +22,13 @@ class Cloning : public testing::Test {
   }
   static ArbNode* clone(ArbNode* node, ArbTree* target) {
     ArbNode* copy = nullptr;
-    EXPECT_EQ(ARB_OK, ArbNodeClone(node, target, &copy));
+    ok(ArbNodeClone(node, target, &copy));
     EXPECT_NE(nullptr, copy);
     return copy;
   }
   static ArbNode* cloneSubtree(ArbNode* node, ArbTree* target) {
     ArbNode* copy = nullptr;
-    EXPECT_EQ(ARB_OK, ArbNodeCloneSubtree(node, target, &copy));
+    ok(ArbNodeCloneSubtree(node, target, &copy));
     EXPECT_NE(nullptr, copy);
     return copy;
   }
@@ -36,23 +36,23 @@ class Cloning : public testing::Test {
   ArbNode* sample(std::uint32_t id) {
     ArbNode* const node = host.append(rootOf(tree), "source", id);
     if (id == ARB_ELEM_ENCODED_BYTES) {
-      EXPECT_EQ(ARB_OK, ArbEncodedBytesNodeSetValueEx(node, "\1\2\3", 3, 5, ARB_ENCODING_RAW8, 0x22));
+      ok(ArbEncodedBytesNodeSetValueEx(node, "\1\2\3", 3, 5, ARB_ENCODING_RAW8, 0x22));
     } else if (id == ARB_ELEM_EXTERNAL_REFERENCE) {
       auto& record = *reinterpret_cast<ArbExternalReferenceNode*>(node);
       record.target = asChild(tree);
       record.entityName[0] = u'n';
     } else if (node->nodeType->typeFlags & ARB_TYPE_ATTR_FUNCTIONS && id != kAttributeKind) {
-      EXPECT_EQ(ARB_OK, ArbAbstractTextNodeSetValue(node, u"a\0b", 3));
+      ok(ArbAbstractTextNodeSetValue(node, u"a\0b", 3));
     } else if (id == plainKind(5)) {
       std::memcpy(areaOf(node), "12345", 5);
     }
-    EXPECT_EQ(ARB_OK, ArbNodeSetMetadata(node, 1, "1234", 4));
-    EXPECT_EQ(ARB_OK, ArbNodeSetMetadata(node, 2, "longer value", 12));
-    EXPECT_EQ(ARB_OK, ArbNodeSetSeparateStream(node));
-    EXPECT_EQ(ARB_OK, ArbNodeSetSkipIfEmpty(node));
-    EXPECT_EQ(ARB_OK, ArbNodeCreateID(node));
+    ok(ArbNodeSetMetadata(node, 1, "1234", 4));
+    ok(ArbNodeSetMetadata(node, 2, "longer value", 12));
+    ok(ArbNodeSetSeparateStream(node));
+    ok(ArbNodeSetSkipIfEmpty(node));
+    ok(ArbNodeCreateID(node));
     host.append(node, "child");
-    EXPECT_EQ(ARB_OK, ArbNodeProducerDone(node));
+    ok(ArbNodeProducerDone(node));
     return node;
   }
 
@@ -93,10 +93,10 @@ TEST_F(Cloning, ACopyCarriesValueAndMetadataAndNothingElse) {
       EXPECT_EQ(0u, copy->childCount);
       expectMetadata(copy, 1, "1234");
       expectMetadata(copy, 2, "longer value");
-      EXPECT_EQ(ARB_OK, ArbNodeSetMetadata(copy, 2, "other", 5));
+      ok(ArbNodeSetMetadata(copy, 2, "other", 5));
       expectMetadata(node, 2, "longer value");
       EXPECT_EQ(1u, node->childCount);
-      EXPECT_EQ(ARB_OK, ArbNodeAppendChild(rootOf(owner), copy));
+      ok(ArbNodeAppendChild(rootOf(owner), copy));
     }
   }
 }
@@ -112,7 +112,7 @@ TEST_F(Cloning, EncodedBytesOfEveryEncoding) {
     SCOPED_TRACE(testing::Message() << row.bytes << " as " << row.encoding);
     ArbNode* const node = host.append(rootOf(tree), "source", ARB_ELEM_ENCODED_BYTES);
     const auto count = static_cast<std::uint32_t>(row.bytes.size());
-    EXPECT_EQ(ARB_OK, ArbEncodedBytesNodeSetValueEx(node, row.bytes.data(), count, 7, row.encoding, 0x60));
+    ok(ArbEncodedBytesNodeSetValueEx(node, row.bytes.data(), count, 7, row.encoding, 0x60));
     ArbNode* const copy = clone(node, nullptr);
     const auto& from = *reinterpret_cast<ArbEncodedBytesNode*>(node);
     const auto& to = *reinterpret_cast<ArbEncodedBytesNode*>(copy);
@@ -126,7 +126,7 @@ TEST_F(Cloning, EncodedBytesOfEveryEncoding) {
       const std::size_t bytes = row.encoding == ARB_ENCODING_RAW8 ? from.textLength + 1 : 2 * from.textLength + 2;
       EXPECT_EQ(0, std::memcmp(from.text, to.text, bytes));
     }
-    EXPECT_EQ(ARB_OK, ArbNodeDestroy(copy));
+    ok(ArbNodeDestroy(copy));
   }
 }
 
@@ -146,7 +146,7 @@ TEST_F(Cloning, AttributesGoThroughTheOperations) {
     EXPECT_EQ(present & ~(1u << kUncopied), asAttributes(copy).present);
     for (const std::uint32_t index : expected) EXPECT_EQ(10 + index, asAttributes(copy).values[index]);
     EXPECT_EQ(0u, asAttributes(copy).unseen);
-    EXPECT_EQ(ARB_OK, ArbNodeDestroy(copy));
+    ok(ArbNodeDestroy(copy));
   }
 }
 
@@ -155,7 +155,7 @@ TEST_F(Cloning, RefusalsAreThoseOfMakingANode) {
   ArbTree* const bare = host.makeTree();
   ArbTree* const closed = host.makeTree();
   addAttributeKinds(closed);
-  EXPECT_EQ(ARB_OK, ArbForestChildProducerDone(asChild(closed)));
+  ok(ArbForestChildProducerDone(asChild(closed)));
   ArbNode* copy = untouchedNode();
   for (const auto call : {ArbNodeClone, ArbNodeCloneSubtree}) {
     EXPECT_EQ(ARB_ERR_NOTFOUND, call(node, bare, &copy)) << "no factory";
@@ -218,7 +218,7 @@ TEST_F(CloningSubtrees, FailingMidwayKeepWhatWasMade) {
     EXPECT_EQ(shapes[made - 1], host.shape(copy));
     EXPECT_EQ(0, copy->flags);
     EXPECT_EQ(live + made, liveAttributeNodes());
-    EXPECT_EQ(ARB_OK, ArbNodeDestroy(copy));
+    ok(ArbNodeDestroy(copy));
     EXPECT_EQ(live, liveAttributeNodes());
   }
   EXPECT_EQ("top(a(b c) d)", host.shape(top));
@@ -242,15 +242,15 @@ TEST(CloningDeep, AMillionLevels) {
   }
   onSmallStack([&] {
     ArbNode* copy = nullptr;
-    EXPECT_EQ(ARB_OK, ArbNodeCloneSubtree(top, into, &copy));
+    ok(ArbNodeCloneSubtree(top, into, &copy));
     EXPECT_EQ(live + 2 * kLevels, liveElements());
     EXPECT_EQ(1u, ArbNodeIsEqual(top, copy));
     EXPECT_EQ(ArbNodeHashCode(top), ArbNodeHashCode(copy));
     reinterpret_cast<ElementNode*>(parent)->content = 1;
     EXPECT_EQ(0u, ArbNodeIsEqual(top, copy)) << "the lowest differs";
     EXPECT_EQ(1u, ArbNodeHashCode(top) ^ ArbNodeHashCode(copy));
-    EXPECT_EQ(ARB_OK, ArbNodeDestroy(copy));
-    EXPECT_EQ(ARB_OK, ArbNodeDestroy(top));
+    ok(ArbNodeDestroy(copy));
+    ok(ArbNodeDestroy(top));
   });
   EXPECT_EQ(live, liveElements());
 }

@@ -10,8 +10,8 @@ namespace {
 
 class Factories : public testing::Test {
  protected:
-  Factories() { EXPECT_EQ(ARB_OK, ArbDocumentCreateTree(host.document, nullptr, &tree)); }
-  ~Factories() override { EXPECT_EQ(ARB_OK, ArbTreeDestroy(tree)); }
+  Factories() { ok(ArbDocumentCreateTree(host.document, nullptr, &tree)); }
+  ~Factories() override { ok(ArbTreeDestroy(tree)); }
   Factories(const Factories&) = delete;
   Factories& operator=(const Factories&) = delete;
 
@@ -20,7 +20,7 @@ class Factories : public testing::Test {
     const ArbStatus status = ArbTreeCreateNode(tree, elementId(1, ns), nullptr, &node);
     EXPECT_EQ(status == ARB_OK, node != nullptr);
     if (node) {
-      EXPECT_EQ(ARB_OK, ArbNodeDestroy(node));
+      ok(ArbNodeDestroy(node));
       return true;
     }
     EXPECT_EQ(ARB_ERR_NOTFOUND, status);
@@ -54,11 +54,11 @@ TEST_F(Factories, Registration) {
 
 TEST_F(Factories, TheFullTableTakesNoOtherNamespaceAndSaysNothing) {
   for (std::uint32_t i = 0; i < 32; ++i) {
-    EXPECT_EQ(ARB_OK, ArbTreeAddNodeFactory(tree, kManyNamespaces + i));
+    ok(ArbTreeAddNodeFactory(tree, kManyNamespaces + i));
     EXPECT_TRUE(makes(kManyNamespaces + i));
   }
   EXPECT_EQ(32u, tree->factoryCount);
-  EXPECT_EQ(ARB_OK, ArbTreeAddNodeFactory(tree, kManyNamespaces + 32));
+  ok(ArbTreeAddNodeFactory(tree, kManyNamespaces + 32));
   EXPECT_EQ(32u, tree->factoryCount);
   EXPECT_FALSE(makes(kManyNamespaces + 32));
   EXPECT_EQ(ARB_OK, ArbTreeAddNodeFactory(tree, kManyNamespaces + 31)) << "an entry of its own is taken again";
@@ -75,7 +75,7 @@ TEST_F(Factories, TheDefaultNamespaceIsChosenOnce) {
   EXPECT_EQ(ARB_ERR_NAMESPACE, ArbTreeSetDefaultNamespace(tree, 2));
   EXPECT_EQ(ELEMDEFS_ERR_UNKNOWN_NAMESPACE, ArbTreeSetDefaultNamespace(tree, 99));
   EXPECT_EQ(1u, tree->defaultNamespace);
-  EXPECT_EQ(ARB_OK, ArbTreeSetDefaultNamespace(tree, kTestNamespace));
+  ok(ArbTreeSetDefaultNamespace(tree, kTestNamespace));
   EXPECT_EQ(kTestNamespace, tree->defaultNamespace);
   EXPECT_TRUE(makes(kTestNamespace));
   EXPECT_EQ(ARB_ERR_LOCKED, ArbTreeSetDefaultNamespace(tree, kManyNamespaces));
@@ -86,7 +86,7 @@ TEST_F(Factories, TheDefaultNamespaceIsChosenOnce) {
 TEST(FactoriesOfAFinishedTree, AreLocked) {
   Host host;
   ArbTree* const tree = host.makeTree();
-  EXPECT_EQ(ARB_OK, ArbForestChildProducerDone(asChild(tree)));
+  ok(ArbForestChildProducerDone(asChild(tree)));
   for (const std::uint32_t ns : {kManyNamespaces, 2u, 99u}) {
     EXPECT_EQ(ARB_ERR_LOCKED, ArbTreeAddNodeFactory(tree, ns));
     EXPECT_EQ(ARB_ERR_LOCKED, ArbTreeSetDefaultNamespace(tree, ns));

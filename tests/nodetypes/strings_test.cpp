@@ -47,7 +47,7 @@ class Strings : public testing::Test {
   ArbString* make(const std::u16string& text) { return make(host, text); }
   static ArbString* make(Host& owner, const std::u16string& text) {
     ArbString* string = nullptr;
-    EXPECT_EQ(ARB_OK, ArbDocumentCreateString(owner.document, text.c_str(), &string));
+    ok(ArbDocumentCreateString(owner.document, text.c_str(), &string));
     return string;
   }
   static void expectSameAs(const Host& owner, const PlainTree& model) {

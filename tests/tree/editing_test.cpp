@@ -15,9 +15,9 @@ TEST(Editing, NodesOfAnotherTreeAreRefused) {
   host.record();
   for (const ArbStatus status : {ARB_ERR_FOREIGN, ARB_ERR_CLOSED, ARB_ERR_ATTACHED}) {
     if (status == ARB_ERR_CLOSED) {
-      EXPECT_EQ(ARB_OK, ArbNodeAllChildrenAttached(target));
+      ok(ArbNodeAllChildrenAttached(target));
     } else if (status == ARB_ERR_ATTACHED) {
-      EXPECT_EQ(ARB_OK, ArbNodeAppendChild(rootOf(node->tree), node));
+      ok(ArbNodeAppendChild(rootOf(node->tree), node));
     }
     host.events.take();
     EXPECT_EQ(status, ArbNodeAppendChild(target, node));
