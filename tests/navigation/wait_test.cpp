@@ -172,5 +172,55 @@ TEST_F(Waiting, OnAReferenceThatNeverResolves) {
   EXPECT_TRUE(host.document->flags & ARB_DOC_ENDED);
 }
 
+// A marked node that is gone: production runs to its end, then there is no node. A failing producer shows instead.
+TEST_F(Waiting, OnACursorWhoseNodeIsFreed) {
+  for (const ArbStatus end : {ARB_STATUS_END, 99u}) {
+    Host other;
+    other.then([] { return kPause; });
+    other.endResult = end;
+    ArbNode* const gone = other.make(other.makeTree(), "gone");
+    ArbTree* const its = gone->tree;
+    ok(ArbNodeCreateID(gone));
+    ok(ArbTreePushCursor(its, gone));
+    ok(ArbNodeDestroy(gone));
+    ArbNode* node = untouchedNode();
+    EXPECT_EQ(end == ARB_STATUS_END ? ARB_OK : end, ArbTreePopCursor(its, &node));
+    EXPECT_EQ(nullptr, node);
+    EXPECT_EQ(0u, its->cursorDepth);
+    EXPECT_EQ(2u, other.runs.size());
+  }
+}
+
+// Which candidates a search looks at, and what stops it, is part of the random calls (tests/tree/random_test.cpp).
+TEST(WaitingForAnElementId, FindsWhatIsMadeMeanwhile) {
+  Host host;
+  ArbNode* const root = rootOf(host.makeTree());
+  ArbNode* const first = host.append(root, "first");
+  host.stepsPerRun = 1;
+  host.endResult = 13;
+  host.then([&] { return host.append(root, "f"), ARB_OK; });
+  host.then([&] { return host.append(root, "g", elementId(5)), ARB_OK; });
+  host.then([] { return kPause; });
+  struct Row {
+    ArbStatus(ARB_CALL* search)(ArbNode*, std::uint32_t, ArbNode**);
+    ArbNode* from;
+    std::uint32_t local;
+    const char* answer;
+    std::size_t runs;
+  };
+  for (const Row& row : {Row{ArbNodeQueryFirstChildByElementId, root, 5, "145 -", 0},
+                         Row{ArbNodeWaitFirstChildByElementId, root, 5, "0 g", 2},
+                         Row{ArbNodeWaitNextSiblingByElementId, first, 1, "0 f", 2},
+                         Row{ArbNodeWaitFirstChildByElementId, root, 6, "13 -", 4},
+                         Row{ArbNodeWaitFirstChildByElementId, root, 5, "0 g", 4}}) {
+    ArbNode* result = untouchedNode();
+    const ArbStatus status = row.search(row.from, elementId(row.local), &result);
+    EXPECT_EQ(status, row.search(row.from, elementId(row.local), nullptr));
+    const std::string name = result == untouchedNode() ? "-" : host.events.nameOf(result);
+    EXPECT_EQ(row.answer, joined({std::to_string(status), " ", name}));
+    EXPECT_EQ(row.runs, host.runs.size());
+  }
+}
+
 }  // namespace
 }  // namespace arbtree::test
