@@ -122,14 +122,5 @@ TEST_F(Callbacks, TheTableIsReadAgainAfterEveryCall) {
   }
 }
 
-// A callback that unregisters itself in the middle of a node's life; the recorder behind it hears everything.
-std::uint32_t ARB_CALL untilAttributes(ArbDocument* document, std::uint32_t event, void* argument, void* context) {
-  auto& heard = *static_cast<std::vector<std::uint32_t>*>(context);
-  EXPECT_NE(nullptr, argument);
-  heard.push_back(event);
-  if (event == ARB_EVENT_CHILDREN_DONE) ok(ArbDocumentUnregisterCallback(document, untilAttributes));
-  return 0;
-}
-
 }  // namespace
 }  // namespace arbtree::test
