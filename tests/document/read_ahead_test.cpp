@@ -84,13 +84,9 @@ TEST(ReadAhead, ChildBudgetIsFullAtThe33rdChild) {
   host.then([&] {
     for (int i = 0; i < 33; ++i) {
       EXPECT_EQ(0u, breakDue(host)) << i;
-      ArbForest* forest = nullptr;
-      if (i % 2) {
-        host.makeTree();
-      } else {
-        ok(ArbDocumentCreateForest(host.document, nullptr, &forest));
-        ok(ArbForestAppendChild(host.document->rootForest, asChild(forest)));
-      }
+      if (i % 3 == 0) host.makeTree();
+      if (i % 3 == 1) host.makeForest(host.document->rootForest);
+      if (i % 3 == 2) ok(ArbFileDestroy(host.makeFile(u"gone")));
     }
     EXPECT_EQ(1u, breakDue(host));
     return kPause;

@@ -10,13 +10,8 @@
 namespace arbtree::test {
 namespace {
 
-class References : public testing::Test {
+class References : public TreeTest {
  protected:
-  ArbString* string(const char16_t* text) {
-    ArbString* made = nullptr;
-    ok(ArbDocumentCreateString(host.document, text, &made));
-    return made;
-  }
   ArbNodeRef* floating() {
     ArbNodeRef* cell = nullptr;
     ok(ArbTreeCreateFloatingNodeReference(tree, &cell));
@@ -29,7 +24,7 @@ class References : public testing::Test {
   }
   ArbNode* linked(ArbNodeRef* cell = nullptr) {
     ArbNode* const node = host.make(tree, "n", elementId(1), cell);
-    ok(ArbNodeAppendChild(rootOf(tree), node));
+    ok(ArbNodeAppendChild(root, node));
     return node;
   }
   // The answer of the Query form: "status text", where text is "-" for null.
@@ -47,16 +42,14 @@ class References : public testing::Test {
     const std::u16string text = answer ? answer->text : u"-";
     return std::to_string(status) + " " + std::string(text.begin(), text.end());
   }
-  Host host;
-  ArbTree* const tree = host.makeTree();
 };
 
 // Strings outlive the trees whose cells they were bound to.
 TEST_F(References, AfterTheTreeIsDestroyed) {
   ArbTree* const other = host.makeTree();
-  ArbString* const inOther = string(u"other");
-  ArbString* const moved = string(u"moved");
-  ArbString* const freed = string(u"freed");
+  ArbString* const inOther = host.makeString(u"other");
+  ArbString* const moved = host.makeString(u"moved");
+  ArbString* const freed = host.makeString(u"freed");
   ArbNode* const node = host.append(rootOf(other), "x");
   ArbNode* const loose = host.make(other, "y");
   ok(ArbNodeSetIDString(node, moved));
@@ -92,8 +85,7 @@ TEST_F(References, AGeneratedStringIsTheHexNumber) {
   ok(ArbNodeRefQueryNode(nullptr, nullptr));
 }
 
-class WaitingForIdStrings : public References {
- protected:
+struct WaitingForIdStrings : References {
   WaitingForIdStrings() { host.stepsPerRun = 1; }
 };
 
@@ -102,7 +94,7 @@ TEST_F(WaitingForIdStrings, RunsUntilTheAttributesAreDone) {
   ArbNodeRef* const cell = floating();
   host.then([&] { return ARB_OK; });
   host.then([&] { return linked(cell), ARB_OK; });
-  host.then([&] { return ArbNodeSetIDString(resolve(cell), string(u"late")); });
+  host.then([&] { return ArbNodeSetIDString(resolve(cell), host.makeString(u"late")); });
   host.then([&] { return ArbNodeAttributesDone(resolve(cell)); });
   EXPECT_EQ("0 late", waited(cell));
   EXPECT_EQ(4u, host.runs.size());

@@ -91,9 +91,8 @@ class Content {
     return node;
   }
   ArbStatus text(ArbNode* parent, const char* name, std::uint32_t id, const std::u16string& value) {
-    ArbNode* const node = host.make(tree, name, id);
-    ok(ArbAbstractTextNodeSetValue(node, value.data(), static_cast<std::uint32_t>(value.size())));
-    return ArbNodeAppendChild(parent, node);
+    host.events.setName(host.appendText(parent, value, id)->number, name);
+    return ARB_OK;
   }
   static Lines whole() {
     return {"start root",     "attributes root", "/attributes root",

@@ -10,7 +10,7 @@ namespace arbtree::test {
 namespace {
 
 // root(a(b) c), one thing a run: a linked, b linked, a closed, c linked, root closed, attributes of a.
-class Waiting : public testing::Test {
+class Waiting : public TreeTest {
  protected:
   Waiting() {
     host.stepsPerRun = 1;
@@ -25,12 +25,7 @@ class Waiting : public testing::Test {
     for (int i = 0; i < times; ++i) ok(ArbDocumentReadAhead(host.document));
   }
 
-  Host host;
-  ArbTree* const tree = host.makeTree();
-  ArbNode* const root = rootOf(tree);
-  ArbNode* a = nullptr;
-  ArbNode* b = nullptr;
-  ArbNode* c = nullptr;
+  ArbNode *a = nullptr, *b = nullptr, *c = nullptr;
 };
 
 TEST_F(Waiting, AWaitRunsTheProducerAsOftenAsItsAnswerNeeds) {

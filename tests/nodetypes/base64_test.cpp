@@ -52,7 +52,7 @@ Decoded decodedPlainly(const std::u16string& text, std::uint32_t capacity) {
   return {static_cast<std::uint32_t>(bytes.size()), bytes};
 }
 
-class Base64 : public testing::Test {
+class Base64 : public TreeTest {
  protected:
   std::u16string encode(const Bytes& bytes) {
     const auto count = static_cast<std::uint32_t>(bytes.size());
@@ -71,9 +71,7 @@ class Base64 : public testing::Test {
     return bytes;
   }
 
-  Host host;
-  ArbTree* const tree = host.makeTree();
-  ArbNode* const node = host.append(rootOf(tree), "bytes", ARB_ELEM_ENCODED_BYTES);
+  ArbNode* const node = host.append(root, "bytes", ARB_ELEM_ENCODED_BYTES);
   std::mt19937 random{testSeed()};
 };
 

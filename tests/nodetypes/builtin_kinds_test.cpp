@@ -11,17 +11,12 @@
 namespace arbtree::test {
 namespace {
 
-class BuiltinKinds : public testing::Test {
+class BuiltinKinds : public TreeTest {
  protected:
-  BuiltinKinds() {
-    host.then([] { return kPause; });
-    ok(ArbDocumentReadAhead(host.document));
-  }
-  ArbNode* make(std::uint32_t id) { return host.append(rootOf(tree), "n", id); }
+  BuiltinKinds() { host.end(); }
+  ArbNode* make(std::uint32_t id) { return host.append(root, "n", id); }
   ArbNode* text(const std::u16string& value, std::uint32_t id = ARB_ELEM_TEXT) {
-    ArbNode* const node = make(id);
-    ok(ArbAbstractTextNodeSetValue(node, value.data(), static_cast<std::uint32_t>(value.size())));
-    return node;
+    return host.appendText(root, value, id);
   }
   static std::u16string valueOf(ArbNode* node) {
     const char16_t* value = nullptr;
@@ -34,9 +29,6 @@ class BuiltinKinds : public testing::Test {
     EXPECT_EQ(0, value[length]);
     return {value, length};
   }
-
-  Host host;
-  ArbTree* const tree = host.makeTree();
 };
 
 TEST_F(BuiltinKinds, TextValues) {
@@ -74,7 +66,7 @@ TEST_F(BuiltinKinds, TextValues) {
   }
   ArbNode* const reference = make(ARB_ELEM_EXTERNAL_REFERENCE);
   ArbNode* const element = make(elementId(1));
-  for (ArbNode* const node : {rootOf(tree), reference, element}) {
+  for (ArbNode* const node : {root, reference, element}) {
     const char16_t* value = u"untouched";
     std::uint32_t length = 99;
     EXPECT_EQ(ARB_ERR_BADARG, ArbAbstractTextNodeGetValue(node, &value, &length));

@@ -14,11 +14,11 @@
 namespace arbtree::test {
 namespace {
 
-class Cloning : public testing::Test {
+class Cloning : public TreeTest {
  protected:
   Cloning() {
     addAttributeKinds(tree);
-    EXPECT_EQ(ARB_STATUS_END, ArbDocumentReadAhead(host.document));
+    host.end();
   }
   static ArbNode* clone(ArbNode* node, ArbTree* target) {
     ArbNode* copy = nullptr;
@@ -26,15 +26,9 @@ class Cloning : public testing::Test {
     EXPECT_NE(nullptr, copy);
     return copy;
   }
-  static ArbNode* cloneSubtree(ArbNode* node, ArbTree* target) {
-    ArbNode* copy = nullptr;
-    ok(ArbNodeCloneSubtree(node, target, &copy));
-    EXPECT_NE(nullptr, copy);
-    return copy;
-  }
   // A node of every kind with a value, all marks and identifiers, and metadata.
   ArbNode* sample(std::uint32_t id) {
-    ArbNode* const node = host.append(rootOf(tree), "source", id);
+    ArbNode* const node = host.append(root, "source", id);
     if (id == ARB_ELEM_ENCODED_BYTES) {
       ok(ArbEncodedBytesNodeSetValueEx(node, "\1\2\3", 3, 5, ARB_ENCODING_RAW8, 0x22));
     } else if (id == ARB_ELEM_EXTERNAL_REFERENCE) {
@@ -55,9 +49,6 @@ class Cloning : public testing::Test {
     ok(ArbNodeProducerDone(node));
     return node;
   }
-
-  Host host;
-  ArbTree* const tree = host.makeTree();
 };
 
 void expectMetadata(ArbNode* node, std::uint32_t key, const std::string& value) {
@@ -72,7 +63,7 @@ TEST_F(Cloning, ACopyCarriesValueAndMetadataAndNothingElse) {
   for (const std::uint32_t id : {ARB_ELEM_TEXT, ARB_ELEM_TEXT_3, ARB_ELEM_TEXT_4, ARB_ELEM_ENCODED_BYTES,
                                  ARB_ELEM_EXTERNAL_REFERENCE, elementId(1), kAttributeKind, plainKind(5)}) {
     Host elsewhere;
-    EXPECT_EQ(ARB_STATUS_END, ArbDocumentReadAhead(elsewhere.document));
+    elsewhere.end();
     ArbTree* const targets[] = {nullptr, tree, host.makeTree(), elsewhere.makeTree()};
     ArbNode* const node = sample(id);
     for (ArbTree* const target : targets) {
@@ -110,7 +101,7 @@ TEST_F(Cloning, EncodedBytesOfEveryEncoding) {
        {Row{"abcd", ARB_ENCODING_UTF16}, Row{"abc", ARB_ENCODING_BASE64}, Row{"abc", ARB_ENCODING_RAW8},
         Row{"x", ARB_ENCODING_UTF16}, Row{"", ARB_ENCODING_RAW8}, Row{std::string("\0\0\0", 3), ARB_ENCODING_RAW8}}) {
     SCOPED_TRACE(testing::Message() << row.bytes << " as " << row.encoding);
-    ArbNode* const node = host.append(rootOf(tree), "source", ARB_ELEM_ENCODED_BYTES);
+    ArbNode* const node = host.append(root, "source", ARB_ELEM_ENCODED_BYTES);
     const auto count = static_cast<std::uint32_t>(row.bytes.size());
     ok(ArbEncodedBytesNodeSetValueEx(node, row.bytes.data(), count, 7, row.encoding, 0x60));
     ArbNode* const copy = clone(node, nullptr);
@@ -132,7 +123,7 @@ TEST_F(Cloning, EncodedBytesOfEveryEncoding) {
 
 // Present attributes are set one by one, in order; one whose id has the top byte 0x37 never is. Nothing else is copied.
 TEST_F(Cloning, AttributesGoThroughTheOperations) {
-  ArbNode* const node = host.append(rootOf(tree), "source", kAttributeKind);
+  ArbNode* const node = host.append(root, "source", kAttributeKind);
   for (std::uint32_t present = 0; present < 16; ++present) {
     AttributeNode& source = asAttributes(node);
     source = {source.node, present, {10, 11, 12, 13}, 99};
@@ -151,7 +142,7 @@ TEST_F(Cloning, AttributesGoThroughTheOperations) {
 }
 
 TEST_F(Cloning, RefusalsAreThoseOfMakingANode) {
-  ArbNode* const node = host.append(rootOf(tree), "n", plainKind(1));
+  ArbNode* const node = host.append(root, "n", plainKind(1));
   ArbTree* const bare = host.makeTree();
   ArbTree* const closed = host.makeTree();
   addAttributeKinds(closed);
@@ -184,14 +175,15 @@ class CloningSubtrees : public Cloning {
     for (std::uint32_t i = 0; i < 5; ++i) host.events.setName(host.document->nodeCounter + 1 + i, names[i]);
   }
 
-  ArbNode* const top = host.append(rootOf(tree), "top", plainKind(1));
+  ArbNode* const top = host.append(root, "top", plainKind(1));
   ArbNode* a = nullptr;
 };
 
 TEST_F(CloningSubtrees, AreMadeAndLinkedLikeARecursion) {
   nameCopies();
   host.record();
-  ArbNode* const copy = cloneSubtree(top, nullptr);
+  ArbNode* copy = nullptr;
+  ok(ArbNodeCloneSubtree(top, nullptr, &copy));
   EXPECT_EQ((Lines{"created top'", "created a'", "created b'", "linked b'", "created c'", "linked c'", "linked a'",
                    "created d'", "linked d'"}),
             host.events.take());

@@ -10,7 +10,7 @@
 namespace arbtree::test {
 namespace {
 
-class EncodedBytes : public testing::Test {
+class EncodedBytes : public TreeTest {
  protected:
   ArbStatus set(const std::string& bytes, std::uint32_t encoding, std::uint32_t flags, std::uint32_t info = 0) {
     const auto count = static_cast<std::uint32_t>(bytes.size());
@@ -22,9 +22,7 @@ class EncodedBytes : public testing::Test {
     EXPECT_EQ(0u, record.textLength);
   }
 
-  Host host;
-  ArbTree* const tree = host.makeTree();
-  ArbNode* const node = host.append(rootOf(tree), "bytes", ARB_ELEM_ENCODED_BYTES);
+  ArbNode* const node = host.append(root, "bytes", ARB_ELEM_ENCODED_BYTES);
   const ArbEncodedBytesNode& record = *reinterpret_cast<ArbEncodedBytesNode*>(node);
 };
 
@@ -83,9 +81,8 @@ TEST_F(EncodedBytes, SwappedPairs) {
 }
 
 TEST_F(EncodedBytes, OtherKindsAreLeftAlone) {
-  ArbNode* const text = host.append(rootOf(tree), "t", ARB_ELEM_TEXT);
-  ok(ArbAbstractTextNodeSetValue(text, u"kept", 4));
-  for (ArbNode* const other : {text, rootOf(tree), host.append(rootOf(tree), "e")}) {
+  ArbNode* const text = host.appendText(root, u"kept");
+  for (ArbNode* const other : {text, root, host.append(root, "e")}) {
     std::uint32_t info = 99;
     std::uint32_t encoding = 98;
     ok(ArbEncodedBytesNodeSetValue(other, "ab", 2, 3, 1));

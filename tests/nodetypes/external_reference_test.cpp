@@ -9,18 +9,12 @@
 namespace arbtree::test {
 namespace {
 
-class ExternalReference : public testing::Test {
+class ExternalReference : public TreeTest {
  protected:
-  ExternalReference() {
-    host.then([] { return kPause; });
-    ok(ArbDocumentReadAhead(host.document));
-  }
+  ExternalReference() { host.end(); }
   ArbStatus create(const char16_t* name, ArbNode** node) {
     return ArbTreeCreateExternalReferenceNode(tree, asChild(tree), name, node);
   }
-
-  Host host;
-  ArbTree* const tree = host.makeTree();
 };
 
 TEST_F(ExternalReference, CarriesTargetAndName) {
@@ -40,7 +34,7 @@ TEST_F(ExternalReference, CarriesTargetAndName) {
       EXPECT_EQ(ARB_ELEM_EXTERNAL_REFERENCE, node->nodeType->elementId);
       EXPECT_EQ(node->cell, tree->externalRefCells[tree->externalRefCount - 1]);
       ok(ArbExternalReferenceNodeGetEntityName(node, nullptr));
-      ok(ArbNodeAppendChild(rootOf(tree), node));
+      ok(ArbNodeAppendChild(root, node));
     }
   }
 }
@@ -49,7 +43,7 @@ TEST_F(ExternalReference, ComparesAndHashesByTargetAndName) {
   const auto make = [&](ArbForestChild* target, const char16_t* name) {
     ArbNode* node = nullptr;
     ok(ArbTreeCreateExternalReferenceNode(tree, target, name, &node));
-    ok(ArbNodeAppendChild(rootOf(tree), node));
+    ok(ArbNodeAppendChild(root, node));
     return node;
   };
   ArbNode* const one = make(asChild(tree), u"a");

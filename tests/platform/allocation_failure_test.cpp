@@ -161,7 +161,7 @@ TEST(AllocationFailure, OneMoreEntryInAFullTable) {
     SCOPED_TRACE(table.name);
     failEachAllocation(table.allocations, [&](const auto& arm) {
       Host host;
-      EXPECT_EQ(ARB_STATUS_END, ArbDocumentReadAhead(host.document));
+      host.end();
       ArbTree* const tree = host.makeTree();
       host.append(rootOf(tree), "first");
       while (table.count(host, tree) < table.full) ASSERT_EQ(ARB_OK, table.add(host, tree));
@@ -182,7 +182,7 @@ TEST(AllocationFailure, Copies) {
   failEachAllocation(20, [](const auto& arm) {
     Host host;
     Host other;
-    for (Host* const each : {&host, &other}) EXPECT_EQ(ARB_STATUS_END, ArbDocumentReadAhead(each->document));
+    for (Host* const each : {&host, &other}) each->end();
     ArbTree* const tree = host.makeTree();
     ArbTree* const target = other.makeTree();
     addAttributeKinds(tree);
@@ -190,8 +190,7 @@ TEST(AllocationFailure, Copies) {
     ArbNode* parent = rootOf(tree);
     for (const std::uint32_t id : {kAttributeKind, plainKind(3), elementId(4)}) {
       parent = host.append(parent, "p", id);
-      ArbNode* const text = host.append(parent, "t", ARB_ELEM_TEXT);
-      ok(ArbAbstractTextNodeSetValue(text, u"text", 4));
+      host.appendText(parent, u"text");
       ArbNode* const bytes = host.append(parent, "b", ARB_ELEM_ENCODED_BYTES);
       ok(ArbEncodedBytesNodeSetValue(bytes, "bytes", 5, 1, ARB_ENCODING_RAW8));
       ok(ArbNodeSetMetadata(bytes, 1, "a longer value", 14));
@@ -222,12 +221,7 @@ TEST(AllocationFailure, WalksNeedNoMemory) {
       const std::uint64_t elements = liveElements();
       Host host;
       ArbForest* forest = host.document->rootForest;
-      for (int depth = 0; depth < 100; ++depth) {
-        ArbForest* nested = nullptr;
-        ok(ArbDocumentCreateForest(host.document, u"", &nested));
-        ok(ArbForestAppendChild(forest, asChild(nested)));
-        forest = nested;
-      }
+      for (int depth = 0; depth < 100; ++depth) forest = host.makeForest(forest);
       ArbTree* const tree = host.makeTree();
       ArbNode* const top = host.make(tree, "top");
       ArbNode* parent = top;

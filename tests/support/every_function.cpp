@@ -36,12 +36,11 @@ void Content::build() {
   trigger = host.append(root, "trigger", kTrigger);
   loose = host.make(tree, "loose");
   host.append(loose, "below");
-  ok(ArbDocumentCreateForest(document, u"nested", &nested));
-  ok(ArbForestAppendChild(document->rootForest, asChild(nested)));
-  ok(ArbDocumentCreateForest(document, u"loose", &looseForest));
+  nested = host.makeForest(document->rootForest);
+  looseForest = host.makeForest(nullptr);
   ok(ArbDocumentCreateTree(document, u"loose", &looseTree));
-  ok(ArbDocumentCreateFile(document, u"loose", 1, &file));
-  ok(ArbDocumentCreateString(document, u"name", &name));
+  file = host.makeFile(u"loose");
+  name = host.makeString(u"name");
   ok(ArbTreeCreateFloatingNodeReference(tree, &floating));
   ok(ArbTreeSaveProducerNodeHooks(tree, &saved));
 }
