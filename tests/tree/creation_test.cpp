@@ -80,28 +80,5 @@ TEST(Creation, ARootThatIsNeverMade) {
   ok(ArbTreeDestroy(tree));
 }
 
-TEST(Creation, FactoryLookups) {
-  Host host;
-  ArbTree* const tree = host.makeTree();
-  const ArbNodeDestroyer marker = destroyElement;
-  struct Row {
-    std::uint16_t ns;
-    ArbStatus status;
-  };
-  for (const Row& row : {Row{0, 25}, Row{1, 25}, Row{2, 0}, Row{kTestNamespace, 0}, Row{kTestNamespace, 0}, Row{6, 25},
-                         Row{kTestNamespace, 0}, Row{2, 0}, Row{0xFFFF, 25}}) {
-    SCOPED_TRACE(row.ns);
-    ArbNodeDestroyer destroyer = marker;
-    ArbNodeFactory factory = makeElement;
-    EXPECT_EQ(row.status, ArbTreeGetNodeDestroyer(tree, row.ns, &destroyer));
-    EXPECT_EQ(row.status, ArbTreeGetNodeDestroyer(tree, row.ns, nullptr));
-    EXPECT_EQ(row.status, ArbTreeGetNodeFactory(tree, row.ns, &factory));
-    EXPECT_EQ(row.status, ArbTreeGetNodeFactory(tree, row.ns, nullptr));
-    EXPECT_EQ(row.status == 0, destroyer != nullptr);
-    EXPECT_EQ(row.status == 0, factory != nullptr);
-    EXPECT_EQ(row.ns == kTestNamespace, destroyer == marker);
-  }
-}
-
 }  // namespace
 }  // namespace arbtree::test
