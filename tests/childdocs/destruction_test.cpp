@@ -12,16 +12,10 @@
 namespace arbtree::test {
 namespace {
 
-// A file record as the library makes them; freed by ArbFileDestroy.
-ArbFile* makeFile(Host& host, ArbForest* parent) {
-  auto* const file = heap::allocateRecord<ArbFile>();
-  file->child.kind = ARB_CHILD_FILE;
-  file->child.id = ++host.document->childCounter;
-  file->child.document = host.document;
-  if (parent) {
-    EXPECT_EQ(ARB_OK, ArbForestAppendChild(parent, asChild(file)));
-  }
-  return file;
+ArbForestChild* addFile(Host& host, ArbForest* parent) {
+  ArbFile* const file = host.makeFile(u"file");
+  ok(ArbForestAppendChild(parent, &file->child));
+  return &file->child;
 }
 
 std::string list(const ArbForest* forest) {
@@ -54,12 +48,12 @@ TEST(ChildDestruction, EachKindLeavesTheListAndTheCount) {
       for (std::size_t i = 0; i < 3; ++i) {
         const std::size_t kind = (gone + 3 + i - order) % 3;  // kind `gone` stands at place `order`
         children[i] = kind == 0   ? asChild(host.makeForest(root))
-                      : kind == 1 ? asChild(makeFile(host, root))
+                      : kind == 1 ? addFile(host, root)
                                   : asChild(host.makeTree());
       }
-      EXPECT_EQ(ARB_OK, ArbForestChildSetMetadata(children[order], 1, "0123456789", 10));
+      ok(ArbForestChildSetMetadata(children[order], 1, "0123456789", 10));
       EXPECT_EQ("2 3 4 ", list(root));
-      EXPECT_EQ(ARB_OK, destroy(children[order]));
+      ok(destroy(children[order]));
       EXPECT_EQ(order == 0 ? "3 4 " : order == 1 ? "2 4 " : "2 3 ", list(root));
       EXPECT_EQ(3u, root->childCount);
       host.makeForest(root);
@@ -74,28 +68,25 @@ TEST(ChildDestruction, DepthFirstInOrderOfAppending) {
   Host host;
   ArbForest* const root = host.document->rootForest;
   const auto tree = [&](ArbForest* parent, const char* name) {
-    host.events.setName(host.document->nodeCounter + 1, name);
-    ArbTree* made = nullptr;
-    EXPECT_EQ(ARB_OK, ArbDocumentCreateTree(host.document, nullptr, &made));
-    EXPECT_EQ(ARB_OK, ArbForestAppendChild(parent, asChild(made)));
+    host.events.setName(rootOf(host.makeTree(parent))->number, name);
   };
   ArbForest* const outer = host.makeForest(root);
   tree(outer, "1");
   ArbForest* const inner = host.makeForest(outer);
   tree(inner, "2");
-  makeFile(host, inner);
+  addFile(host, inner);
   tree(inner, "3");
   tree(outer, "4");
   tree(root, "5");
   host.record();
-  EXPECT_EQ(ARB_OK, ArbForestDestroy(outer));
+  ok(ArbForestDestroy(outer));
   EXPECT_EQ((Lines{"freed 1", "freed 2", "freed 3", "freed 4"}), host.events.take());
   EXPECT_EQ(2u, root->childCount);
   ArbForestChild* const last = root->lastChild;
   EXPECT_EQ(last, root->firstChild);
   EXPECT_EQ(ARB_CHILD_TREE, last->kind);
   ArbDocument* const document = std::exchange(host.document, nullptr);
-  EXPECT_EQ(ARB_OK, ArbDocumentDestroy(document));
+  ok(ArbDocumentDestroy(document));
   EXPECT_EQ((Lines{"freed 5"}), host.events.take());
 }
 
@@ -112,12 +103,12 @@ TEST(ChildDestruction, ForestsAHundredThousandDeep) {
     }
     onSmallStack([&] {
       if (release) {
-        EXPECT_EQ(ARB_OK, ArbForestProducerReleaseSubtree(host.document->rootForest));
-        EXPECT_EQ(ARB_OK, ArbForestConsumerReleaseSubtree(host.document->rootForest));
+        ok(ArbForestProducerReleaseSubtree(host.document->rootForest));
+        ok(ArbForestConsumerReleaseSubtree(host.document->rootForest));
         EXPECT_EQ(ARB_CHILD_ATTACHED | ARB_CHILD_CLOSED | ARB_CHILD_PRODUCER_DONE | ARB_CHILD_PRODUCER_RELEASED |
                       ARB_CHILD_CONSUMER_RELEASED,
                   forest->child.flags);
-        EXPECT_EQ(ARB_OK, ArbForestDestroy(top));
+        ok(ArbForestDestroy(top));
       }
       host.destroy();
     });

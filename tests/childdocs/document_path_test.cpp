@@ -48,7 +48,7 @@ std::u16string pathOf(ArbForestChild* child, std::uint32_t* neededOut = nullptr)
 ArbForest* addForest(Host& host, ArbForest* parent, const char16_t* name, std::uint32_t archiveType = 1) {
   ArbForest* const forest = host.makeForest(parent, name);
   if (archiveType != 0) {
-    EXPECT_EQ(ARB_OK, ArbForestSetArchiveType(forest, archiveType));
+    ok(ArbForestSetArchiveType(forest, archiveType));
   } else {
     forest->archiveType = 0;
   }
@@ -56,10 +56,7 @@ ArbForest* addForest(Host& host, ArbForest* parent, const char16_t* name, std::u
 }
 
 ArbForestChild* addTree(Host& host, ArbForest* parent, const char16_t* name) {
-  ArbTree* tree = nullptr;
-  EXPECT_EQ(ARB_OK, ArbDocumentCreateTree(host.document, name, &tree));
-  EXPECT_EQ(ARB_OK, ArbForestAppendChild(parent, asChild(tree)));
-  return asChild(tree);
+  return asChild(host.makeTree(parent, name));
 }
 
 TEST(DocumentPath, DirectoryOfTheOutputPath) {
@@ -96,20 +93,18 @@ TEST(DocumentPath, DirectoryOfTheOutputPath) {
 TEST(DocumentPath, ChildrenInNoForest) {
   const Source source(nullptr, u"/out/x");
   Host host(0, source.handle());
-  ArbFile* file = nullptr;
-  EXPECT_EQ(ARB_OK, ArbDocumentCreateFile(host.document, u"name", 1, &file));
-  ArbForest* forest = nullptr;
-  EXPECT_EQ(ARB_OK, ArbDocumentCreateForest(host.document, u"", &forest));
+  ArbFile* const file = host.makeFile(u"name");
+  ArbForest* const forest = host.makeForest(nullptr, u"");
   std::uint32_t needed = 0;
   EXPECT_EQ(u"name", pathOf(&file->child, &needed));
   EXPECT_EQ(6u + 4 + 1, needed);
   EXPECT_EQ(u"", pathOf(asChild(forest), &needed));
   EXPECT_EQ(6u + 1, needed);
-  EXPECT_EQ(ARB_OK, ArbForestSetArchiveType(forest, 2));
+  ok(ArbForestSetArchiveType(forest, 2));
   EXPECT_EQ(ARB_ERR_SMALLBUFFER, ArbForestChildGetDocumentPath(asChild(forest), nullptr, &(needed = 0)));
   EXPECT_EQ(1u, needed);
-  EXPECT_EQ(ARB_OK, ArbFileDestroy(file));
-  EXPECT_EQ(ARB_OK, ArbForestDestroy(forest));
+  ok(ArbFileDestroy(file));
+  ok(ArbForestDestroy(forest));
 }
 
 struct ModelPath {
@@ -159,9 +154,7 @@ TEST(DocumentPath, RandomForestsAgreeWithTheChainWalkedFromItsEnd) {
     const Source source(nullptr, output.c_str());
     Host host(0, source.handle(), names[random() % 5]);
     std::vector<ArbForest*> forests = {host.document->rootForest};
-    if (random() % 2) {
-      EXPECT_EQ(ARB_OK, ArbForestSetArchiveType(forests[0], static_cast<std::uint32_t>(1 + random() % 5)));
-    }
+    if (random() % 2) ok(ArbForestSetArchiveType(forests[0], static_cast<std::uint32_t>(1 + random() % 5)));
     for (int i = 0; i < 15; ++i) {
       ArbForest* const parent = forests[forests.size() - 1 - random() % std::min<std::size_t>(forests.size(), 3)];
       forests.push_back(addForest(host, parent, names[random() % 5], static_cast<std::uint32_t>(random() % 6)));
@@ -190,7 +183,7 @@ TEST(DocumentPath, ADeepChain) {
   ArbForestChild* const tree = addTree(host, forest, u"t.xml");
   std::u16string path(expected.size() + 5 + 1 + 1, kGuard);
   auto size = static_cast<std::uint32_t>(path.size());
-  EXPECT_EQ(ARB_OK, ArbForestChildGetDocumentPath(tree, path.data(), &size));
+  ok(ArbForestChildGetDocumentPath(tree, path.data(), &size));
   EXPECT_EQ(path.size(), size) << "one more than the path takes: the file name of the output path";
   EXPECT_TRUE(path.substr(0, path.size() - 2) == expected + u"t.xml");
   EXPECT_EQ(0, path[path.size() - 2]);

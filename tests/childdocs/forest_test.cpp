@@ -72,12 +72,8 @@ TEST(ForestProducer, ChecksInOrderAndEffects) {
       EXPECT_EQ(appended ? 1u : 0u, forest->childCount);
       EXPECT_EQ(appended ? asChild(extra) : nullptr, forest->firstChild);
       EXPECT_EQ(appended ? kAttached : 0u, extra->child.flags);
-      if (!appended) {
-        EXPECT_EQ(ARB_OK, ArbForestDestroy(extra));
-      }
-      if (!(row.before & kAttached)) {
-        EXPECT_EQ(ARB_OK, ArbForestDestroy(forest));
-      }
+      if (!appended) ok(ArbForestDestroy(extra));
+      if (!(row.before & kAttached)) ok(ArbForestDestroy(forest));
     }
   }
 }
@@ -91,12 +87,12 @@ TEST(ForestProducer, ArchiveTypesAndTheirFormats) {
   };
   for (const Row& row : {Row{7, 1998}, Row{2, 1802}, Row{7, 1802}, Row{1, 1998}, Row{3, 1802}, Row{4, 1802},
                          Row{1, 1998}, Row{0xFFFFFFFF, 1998}}) {
-    EXPECT_EQ(ARB_OK, ArbForestSetArchiveType(forest, row.type));
+    ok(ArbForestSetArchiveType(forest, row.type));
     EXPECT_EQ(row.type, forest->archiveType);
     EXPECT_EQ(row.format, forest->child.formatId);
   }
-  EXPECT_EQ(ARB_OK, ArbForestChildProducerDone(&host.document->rootForest->child));
-  EXPECT_EQ(ARB_OK, ArbForestChildProducerRelease(&host.document->rootForest->child));
+  ok(ArbForestChildProducerDone(&host.document->rootForest->child));
+  ok(ArbForestChildProducerRelease(&host.document->rootForest->child));
 }
 
 using ChildStep = ArbStatus(ARB_CALL*)(ArbForestChild*, ArbForestChild**);
@@ -108,9 +104,7 @@ struct Grove {
       : host(mode), forest(host.makeForest(host.document->rootForest)) {
     host.endResult = end;
     for (std::uint32_t i = 0; i < children; ++i) made.push_back(asChild(host.makeForest(forest)));
-    if (closed) {
-      EXPECT_EQ(ARB_OK, ArbForestAllChildrenAttached(forest));
-    }
+    if (closed) ok(ArbForestAllChildrenAttached(forest));
   }
   static std::string answer(ArbStatus status, const ArbForestChild* child) {
     return joined({std::to_string(status), " ", child ? std::to_string(child->id) : "null"});
@@ -209,7 +203,7 @@ TEST(ForestConsumer, Siblings) {
     EXPECT_EQ("0 null", grove.take(ArbForestChildWaitPrevSibling, child));
   }
   EXPECT_TRUE(grove.host.runs.empty());
-  EXPECT_EQ(ARB_OK, ArbForestDestroy(loose));
+  ok(ArbForestDestroy(loose));
 }
 
 // root forest(tree, f(g, tree2), h)
@@ -229,7 +223,7 @@ struct Nested {
 TEST(ForestRelease, ProducerSubtree) {
   Nested nested;
   ArbNode* const a = nested.host.append(rootOf(nested.tree), "a");
-  EXPECT_EQ(ARB_OK, ArbForestChildProducerRelease(asChild(nested.h)));
+  ok(ArbForestChildProducerRelease(asChild(nested.h)));
   EXPECT_EQ(ARB_OK, ArbForestProducerReleaseSubtree(nested.root)) << "what is released already is skipped";
   nested.expectFlags(kClosed | kDone | kProducer);
   EXPECT_TRUE(a->flags & ARB_NODE_PRODUCER_RELEASED);
@@ -243,13 +237,11 @@ TEST(ForestRelease, ConsumerSubtreeReportsWhatWasReleasedBeforeAndGoesOn) {
     Nested nested;
     ArbNode* const a = nested.host.append(rootOf(nested.tree), "a");
     // 0: nothing, else the tree, f, g or h
-    if (before) {
-      EXPECT_EQ(ARB_OK, ArbForestChildConsumerRelease(nested.all()[static_cast<std::size_t>(before)]));
-    }
+    if (before) ok(ArbForestChildConsumerRelease(nested.all()[static_cast<std::size_t>(before)]));
     EXPECT_EQ(before ? ARB_ERR_RELEASED : ARB_OK, ArbForestConsumerReleaseSubtree(nested.root));
     if (before == 2) {
       EXPECT_EQ(kAttached, nested.g->child.flags) << "a forest that refuses keeps its children from the walk";
-      EXPECT_EQ(ARB_OK, ArbForestChildConsumerRelease(asChild(nested.g)));
+      ok(ArbForestChildConsumerRelease(asChild(nested.g)));
     }
     nested.expectFlags(kConsumer);
     EXPECT_TRUE(a->flags & ARB_NODE_CONSUMER_RELEASED);
@@ -262,8 +254,8 @@ TEST(ForestRelease, ConsumerReleaseOfATreeReleasesItsNodesUnlessItsRootIs) {
   Nested nested;
   ArbNode* const root = rootOf(nested.tree);
   ArbNode* const a = nested.host.append(root, "a");
-  EXPECT_EQ(ARB_OK, ArbNodeConsumerRelease(root));
-  EXPECT_EQ(ARB_OK, ArbForestChildConsumerRelease(asChild(nested.tree)));
+  ok(ArbNodeConsumerRelease(root));
+  ok(ArbForestChildConsumerRelease(asChild(nested.tree)));
   EXPECT_FALSE(a->flags & ARB_NODE_CONSUMER_RELEASED);
   EXPECT_EQ(kAttached | kConsumer, asChild(nested.tree)->flags);
 }

@@ -10,10 +10,9 @@ namespace arbtree::test {
 namespace {
 
 std::u16string nameOf(Host& host, const char16_t* pattern) {
-  ArbForest* forest = nullptr;
-  EXPECT_EQ(ARB_OK, ArbDocumentCreateForest(host.document, pattern, &forest));
+  ArbForest* const forest = host.makeForest(nullptr, pattern);
   const std::u16string name = forest->child.name;
-  EXPECT_EQ(ARB_OK, ArbForestDestroy(forest));
+  ok(ArbForestDestroy(forest));
   return name;
 }
 
@@ -77,9 +76,9 @@ TEST(Naming, TheChildsFormatAndNumber) {
   Host host(0, source.handle(), u"%n:%e");
   EXPECT_EQ(u"1:zip", std::u16string(host.document->rootForest->child.name));
   ArbTree* tree = nullptr;
-  EXPECT_EQ(ARB_OK, ArbDocumentCreateTree(host.document, u"%n:%e", &tree));
+  ok(ArbDocumentCreateTree(host.document, u"%n:%e", &tree));
   EXPECT_EQ(u"2:xml", std::u16string(asChild(tree)->name));
-  EXPECT_EQ(ARB_OK, ArbTreeDestroy(tree));
+  ok(ArbTreeDestroy(tree));
   EXPECT_EQ(u"3", nameOf(host, u"%n"));
   EXPECT_EQ(u"4", nameOf(host, u"%n"));
   host.document->childCounter = 0x7FFFFFFF;
@@ -113,8 +112,8 @@ TEST(Naming, APathIsFetchedUntilItIsThereAndThenKept) {
   EXPECT_EQ(u"out.xml", std::u16string(host.document->rootForest->child.name));
   fetches = {};
   const auto slot = [](auto function) { return reinterpret_cast<ArbInterfaceFunction>(function); };
-  EXPECT_EQ(ARB_OK, ArbDocumentSetInterface(host.document, ARB_INTERFACE_FILE_HANDLE, slot(&fetchInput)));
-  EXPECT_EQ(ARB_OK, ArbDocumentSetInterface(host.document, ARB_INTERFACE_OUTPUT_FILE_HANDLE, slot(&fetchOutput)));
+  ok(ArbDocumentSetInterface(host.document, ARB_INTERFACE_FILE_HANDLE, slot(&fetchInput)));
+  ok(ArbDocumentSetInterface(host.document, ARB_INTERFACE_OUTPUT_FILE_HANDLE, slot(&fetchOutput)));
   EXPECT_EQ(u"out.xml", nameOf(host, u"%f"));
   EXPECT_EQ(u"plain", nameOf(host, u"plain")) << "every naming fetches, whatever its pattern";
   EXPECT_EQ(2, fetches.input);
@@ -124,12 +123,12 @@ TEST(Naming, APathIsFetchedUntilItIsThereAndThenKept) {
   fetches.handle = 0xFFFFFFFFu;  // not a handle, so that the path name fails
   EXPECT_EQ(u"out.xml", nameOf(host, u"%f"));
   EXPECT_EQ(3, fetches.input);
-  EXPECT_EQ(ARB_OK, BaseRegisterPath(u"/a/file.txt", &fetches.handle));
+  ok(BaseRegisterPath(u"/a/file.txt", &fetches.handle));
   EXPECT_EQ(u"file.txt", nameOf(host, u"%f"));
   EXPECT_EQ(u"file", nameOf(host, u"%B"));
   EXPECT_EQ(4, fetches.input);
   EXPECT_EQ(4, fetches.output);
-  EXPECT_EQ(ARB_OK, BaseReleaseHandle(fetches.handle));
+  ok(BaseReleaseHandle(fetches.handle));
   EXPECT_EQ(u"file.txt", nameOf(host, u"%f"));
   EXPECT_EQ(4, fetches.input);
 }

@@ -1,6 +1,8 @@
 // The table of producer node hooks: order, growth, what each event calls, snapshots, and when it closes.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <iterator>
 #include <random>
 #include <string>
 #include <utility>
@@ -24,146 +26,97 @@ std::uint32_t ARB_CALL onHook(std::uintptr_t argument, void* context) {
   return hook.result;
 }
 
-class Hooks : public testing::Test {
+class Hooks : public TreeTest {
  protected:
   ArbStatus set(std::uint32_t event, std::uint32_t id, Hook& hook) {
     return ArbTreeSetProducerNodeHook(tree, event, id, onHook, &hook);
   }
-  ArbStatus raise(std::uint32_t event, std::uint32_t id, std::uint32_t* result = nullptr) {
-    return ArbTreeCallProducerNodeHook(tree, event, id, node, result);
-  }
   Lines take() { return std::exchange(lines, {}); }
-  Hook hook(const char* name, std::uint32_t result = 0) { return {&lines, name, result}; }
 
-  Host host;
-  ArbTree* const tree = host.makeTree();
-  ArbNode* const node = rootOf(tree);
   Lines lines;
-  // What hooks of these names write when they get the node.
-  Lines withNode(std::initializer_list<const char*> names) const {
-    Lines expected;
-    const std::string argument = std::to_string(reinterpret_cast<std::uintptr_t>(node));
-    for (const char* const name : names) expected.push_back(joined({name, " ", argument}));
-    return expected;
+};
+
+// The hooks of a table in order of registration; a call is a pass over all of them.
+struct PlainTable {
+  struct Entry {
+    std::uint32_t event, id;
+    const Hook* hook;
+  };
+  std::vector<Entry> entries = {};
+  std::uint32_t capacity = 0;
+
+  void add(const Entry& entry) {
+    if (entries.size() == capacity) capacity = capacity ? 2 * capacity : 128;
+    entries.push_back(entry);
+  }
+  ArbStatus call(std::uint32_t event, std::uint32_t id, ArbNode* node, std::uint32_t* result, Lines& lines) const {
+    const bool asks = event == ARB_HOOK_QUERY;
+    const bool takesNode =
+        event == ARB_HOOK_NODE || event == ARB_HOOK_ATTRIBUTES_DONE || event == ARB_HOOK_PRODUCER_RELEASE;
+    if (takesNode && !node) return ARB_ERR_BADARG;
+    for (const Entry& entry : entries) {
+      if (entry.event != event || entry.id != id || !(asks || takesNode)) continue;
+      if (asks && !result) return ARB_ERR_BADARG;
+      const std::uintptr_t argument = asks ? id : reinterpret_cast<std::uintptr_t>(node);
+      lines.push_back(joined({entry.hook->name, " ", std::to_string(argument)}));
+      if (asks) *result = entry.hook->result;
+    }
+    return ARB_OK;
   }
 };
 
-TEST_F(Hooks, SortedByIdAndInOrderOfRegistration) {
-  Hook a = hook("a"), b = hook("b"), c = hook("c"), d = hook("d"), e = hook("e");
-  EXPECT_EQ(ARB_OK, set(ARB_HOOK_NODE, 7, a));
-  EXPECT_EQ(ARB_OK, set(ARB_HOOK_NODE, 3, b));
-  EXPECT_EQ(ARB_OK, set(ARB_HOOK_NODE, 7, c));
-  EXPECT_EQ(ARB_OK, set(ARB_HOOK_NODE, 5, d));
-  EXPECT_EQ(ARB_OK, set(ARB_HOOK_NODE, 0x80000000, e));
-  const std::uint32_t ids[] = {3, 5, 7, 7, 0x80000000};
-  ASSERT_EQ(5u, tree->hookCount);
-  for (int i = 0; i < 5; ++i) EXPECT_EQ(ids[i], tree->hooks[i].elementId);
-  EXPECT_EQ(ARB_OK, raise(ARB_HOOK_NODE, 7));
-  EXPECT_EQ(withNode({"a", "c"}), take());
-  EXPECT_EQ(ARB_OK, set(ARB_HOOK_NODE, 7, a));
-  EXPECT_EQ(ARB_OK, raise(ARB_HOOK_NODE, 7));
-  EXPECT_EQ(withNode({"a", "c", "a"}), take());
-  for (const std::uint32_t id : {0u, 4u, 6u, 8u, 0xFFFFFFFFu}) EXPECT_EQ(ARB_OK, raise(ARB_HOOK_NODE, id));
-  EXPECT_EQ(Lines{}, take());
-}
-
-TEST_F(Hooks, EachEventCallsItsOwn) {
-  Hook query = hook("query", 10), again = hook("again", 20), onNode = hook("node", 30), attributes = hook("attributes"),
-       release = hook("release"), other = hook("other");
-  std::uint32_t result = 99;
-  EXPECT_EQ(ARB_OK, raise(ARB_HOOK_QUERY, 7, &result)) << "an empty table";
-  EXPECT_EQ(ARB_OK, set(ARB_HOOK_ATTRIBUTES_DONE, 7, attributes));
-  EXPECT_EQ(ARB_OK, raise(ARB_HOOK_QUERY, 7, &result));
-  EXPECT_EQ(ARB_OK, raise(ARB_HOOK_QUERY, 7)) << "no query hook, no result needed";
-  EXPECT_EQ(99u, result);
-  EXPECT_EQ(Lines{}, take());
-
-  EXPECT_EQ(ARB_OK, set(ARB_HOOK_QUERY, 7, query));
-  EXPECT_EQ(ARB_OK, set(ARB_HOOK_NODE, 7, onNode));
-  EXPECT_EQ(ARB_OK, set(ARB_HOOK_PRODUCER_RELEASE, 7, release));
-  EXPECT_EQ(ARB_OK, set(ARB_HOOK_QUERY, 7, again));
-  EXPECT_EQ(ARB_OK, set(5, 7, other));
-  EXPECT_EQ(ARB_OK, set(0, 7, other));
-  EXPECT_EQ(ARB_OK, raise(ARB_HOOK_QUERY, 7, &result));
-  EXPECT_EQ(20u, result);
-  EXPECT_EQ((Lines{"query 7", "again 7"}), take());
-  EXPECT_EQ(ARB_ERR_BADARG, raise(ARB_HOOK_QUERY, 7));
-  EXPECT_EQ(Lines{}, take());
-  EXPECT_EQ(ARB_OK, ArbTreeCallProducerNodeHook(tree, ARB_HOOK_QUERY, 7, nullptr, &result)) << "a query has no node";
-  take();
-  struct Row {
-    std::uint32_t event;
-    Lines lines;
-  };
-  for (const Row& row :
-       {Row{ARB_HOOK_NODE, withNode({"node"})}, Row{ARB_HOOK_ATTRIBUTES_DONE, withNode({"attributes"})},
-        Row{ARB_HOOK_PRODUCER_RELEASE, withNode({"release"})}, Row{5, {}}, Row{0, {}}}) {
-    result = 99;
-    EXPECT_EQ(ARB_OK, raise(row.event, 7, &result));
-    EXPECT_EQ(row.lines, take());
-    EXPECT_EQ(99u, result);
-  }
-}
-
-TEST_F(Hooks, The129thDoublesTheTableAndAnyNumberIsFound) {
+TEST_F(Hooks, AnyCallsAgreeWithAPlainTable) {
   std::mt19937 random(testSeed());
-  Hook first = hook("first"), second = hook("second");
-  std::vector<std::uint32_t> expected(40, 0);
-  for (std::uint32_t i = 1; i <= 300; ++i) {
-    const std::uint32_t id = static_cast<std::uint32_t>(random() % 40);
-    ASSERT_EQ(ARB_OK, set(ARB_HOOK_NODE, id * 0x06000000u, i % 2 ? first : second));
-    ++expected[id];
-    EXPECT_EQ(i <= 128 ? 128u : i <= 256 ? 256u : 512u, tree->hookCapacity);
-  }
-  for (std::uint32_t id = 0; id < 40; ++id) {
-    EXPECT_EQ(ARB_OK, raise(ARB_HOOK_NODE, id * 0x06000000u));
-    EXPECT_EQ(expected[id], take().size());
-  }
-}
-
-TEST_F(Hooks, ASnapshotBringsBackWhatWasThere) {
-  Hook a = hook("a"), b = hook("b");
+  const auto below = [&](std::size_t count) { return static_cast<std::uint32_t>(random() % count); };
+  Hook hooks[] = {{&lines, "a", 10}, {&lines, "b", 20}, {&lines, "c", 30}};
+  const std::uint32_t ids[] = {0, 7, 8, 0x7FFFFFFF, 0x80000000, 0xFFFFFFFF};
+  PlainTable table, kept;
   ArbSavedHooks* saved = nullptr;
-  EXPECT_EQ(ARB_OK, set(ARB_HOOK_NODE, 7, a));
-  EXPECT_EQ(ARB_OK, ArbTreeSaveProducerNodeHooks(tree, &saved));
-  EXPECT_EQ(ARB_OK, raise(ARB_HOOK_NODE, 7));
-  EXPECT_EQ(withNode({"a"}), take()) << "a save changes nothing";
-  EXPECT_EQ(ARB_OK, set(ARB_HOOK_NODE, 7, b));
-  EXPECT_EQ(ARB_OK, set(ARB_HOOK_NODE, 8, b));
-  EXPECT_EQ(ARB_OK, ArbTreeRestoreProducerNodeHooks(tree, saved));
-  EXPECT_EQ(1u, tree->hookCount);
-  EXPECT_EQ(1u, tree->hookCapacity);
-  EXPECT_EQ(ARB_OK, raise(ARB_HOOK_NODE, 8));
-  EXPECT_EQ(ARB_OK, raise(ARB_HOOK_NODE, 7));
-  EXPECT_EQ(withNode({"a"}), take());
-  EXPECT_EQ(ARB_OK, set(ARB_HOOK_NODE, 7, b));
-  EXPECT_EQ(2u, tree->hookCapacity);
-  EXPECT_EQ(ARB_OK, raise(ARB_HOOK_NODE, 7));
-  EXPECT_EQ(withNode({"a", "b"}), take());
-
-  // An empty table can be saved and restored, and a cleared one is empty.
-  EXPECT_EQ(ARB_OK, ArbTreeClearProducerNodeHooks(tree));
-  EXPECT_EQ(nullptr, tree->hooks);
-  EXPECT_EQ(0u, tree->hookCapacity);
-  EXPECT_EQ(ARB_OK, ArbTreeSaveProducerNodeHooks(tree, &saved));
-  EXPECT_EQ(ARB_OK, set(ARB_HOOK_NODE, 7, b));
-  EXPECT_EQ(ARB_OK, ArbTreeRestoreProducerNodeHooks(tree, saved));
-  EXPECT_EQ(ARB_OK, raise(ARB_HOOK_NODE, 7));
-  EXPECT_EQ(Lines{}, take());
-  EXPECT_EQ(ARB_OK, set(ARB_HOOK_NODE, 7, a));
-  EXPECT_EQ(ARB_OK, raise(ARB_HOOK_NODE, 7));
-  EXPECT_EQ(withNode({"a"}), take());
+  std::uint32_t largest = 0;
+  for (int i = 0; i < 20'000; ++i) {
+    const std::uint32_t event = below(6);  // the first and the last are never raised for anybody
+    const std::uint32_t id = ids[below(std::size(ids))];
+    const std::uint32_t choice = below(600);
+    if (choice == 0) {
+      ok(ArbTreeClearProducerNodeHooks(tree));
+      table = {};
+    } else if (choice == 1 && !saved) {
+      ok(ArbTreeSaveProducerNodeHooks(tree, &saved));
+      kept = {table.entries, static_cast<std::uint32_t>(table.entries.size())};
+    } else if (choice < 4 && saved) {
+      ok(ArbTreeRestoreProducerNodeHooks(tree, std::exchange(saved, nullptr)));
+      table = kept;
+    } else if (choice % 2) {
+      Hook& hook = hooks[below(std::size(hooks))];
+      ok(set(event, id, hook));
+      table.add({event, id, &hook});
+    } else {
+      ArbNode* const node = below(4) ? root : nullptr;
+      std::uint32_t result = 99, expected = 99;
+      Lines expectedLines;
+      const bool asked = below(4) != 0;
+      ASSERT_EQ(table.call(event, id, node, asked ? &expected : nullptr, expectedLines),
+                ArbTreeCallProducerNodeHook(tree, event, id, node, asked ? &result : nullptr));
+      ASSERT_EQ(expectedLines, take());
+      ASSERT_EQ(expected, result);
+    }
+    ASSERT_EQ(table.entries.size(), tree->hookCount);
+    ASSERT_EQ(table.capacity, tree->hookCapacity);
+    largest = std::max(largest, tree->hookCount);
+  }
+  EXPECT_LT(256u, largest);
+  if (saved) ok(ArbTreeRestoreProducerNodeHooks(tree, saved));
 }
 
 TEST_F(Hooks, RegistrationEndsWithTheProducerAndTheTableWithItsRelease) {
-  Hook a = hook("a");
-  EXPECT_EQ(ARB_OK, set(ARB_HOOK_PRODUCER_RELEASE, ARB_ELEM_ROOT, a));
-  EXPECT_EQ(ARB_OK, ArbForestChildProducerDone(asChild(tree)));
+  Hook a = {&lines, "a", 0};
+  ok(set(ARB_HOOK_PRODUCER_RELEASE, ARB_ELEM_ROOT, a));
+  ok(ArbForestChildProducerDone(asChild(tree)));
   EXPECT_EQ(ARB_ERR_LOCKED, set(ARB_HOOK_NODE, 7, a));
-  EXPECT_EQ(ARB_OK, raise(ARB_HOOK_PRODUCER_RELEASE, ARB_ELEM_ROOT));
+  ok(ArbTreeCallProducerNodeHook(tree, ARB_HOOK_PRODUCER_RELEASE, ARB_ELEM_ROOT, root, nullptr));
   EXPECT_EQ(1u, take().size());
-  EXPECT_EQ(ARB_OK, ArbForestChildProducerRelease(asChild(tree)));
-  EXPECT_TRUE(node->flags & ARB_NODE_PRODUCER_RELEASED);
+  ok(ArbForestChildProducerRelease(asChild(tree)));
+  EXPECT_TRUE(root->flags & ARB_NODE_PRODUCER_RELEASED);
   EXPECT_EQ(Lines{}, take()) << "the hooks are cleared before the nodes are released";
   EXPECT_EQ(0u, tree->hookCount);
   EXPECT_EQ(ARB_ERR_LOCKED, set(ARB_HOOK_NODE, 7, a));

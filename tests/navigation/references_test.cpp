@@ -12,26 +12,21 @@
 namespace arbtree::test {
 namespace {
 
-class References : public testing::Test {
+class References : public TreeTest {
  protected:
-  ArbString* string(const char16_t* text) {
-    ArbString* made = nullptr;
-    EXPECT_EQ(ARB_OK, ArbDocumentCreateString(host.document, text, &made));
-    return made;
-  }
   ArbNodeRef* floating() {
     ArbNodeRef* cell = nullptr;
-    EXPECT_EQ(ARB_OK, ArbTreeCreateFloatingNodeReference(tree, &cell));
+    ok(ArbTreeCreateFloatingNodeReference(tree, &cell));
     return cell;
   }
   ArbNodeRef* named(ArbString* name) {
     ArbNodeRef* cell = nullptr;
-    EXPECT_EQ(ARB_OK, ArbTreeCreateNamedNodeReference(tree, name, &cell));
+    ok(ArbTreeCreateNamedNodeReference(tree, name, &cell));
     return cell;
   }
   ArbNode* linked(ArbNodeRef* cell = nullptr) {
     ArbNode* const node = host.make(tree, "n", elementId(1), cell);
-    EXPECT_EQ(ARB_OK, ArbNodeAppendChild(rootOf(tree), node));
+    ok(ArbNodeAppendChild(root, node));
     return node;
   }
   // The answer of the Query form: "status text", where text is "-" for null.
@@ -49,30 +44,28 @@ class References : public testing::Test {
     const std::u16string text = answer ? answer->text : u"-";
     return std::to_string(status) + " " + std::string(text.begin(), text.end());
   }
-  Host host;
-  ArbTree* const tree = host.makeTree();
 };
 
 // Strings outlive the trees whose cells they were bound to.
 TEST_F(References, AfterTheTreeIsDestroyed) {
   ArbTree* const other = host.makeTree();
-  ArbString* const inOther = string(u"other");
-  ArbString* const moved = string(u"moved");
-  ArbString* const freed = string(u"freed");
+  ArbString* const inOther = host.makeString(u"other");
+  ArbString* const moved = host.makeString(u"moved");
+  ArbString* const freed = host.makeString(u"freed");
   ArbNode* const node = host.append(rootOf(other), "x");
   ArbNode* const loose = host.make(other, "y");
-  EXPECT_EQ(ARB_OK, ArbNodeSetIDString(node, moved));
-  EXPECT_EQ(ARB_OK, ArbNodeSetIDString(node, inOther));
-  EXPECT_EQ(ARB_OK, ArbNodeSetIDString(loose, freed));
-  EXPECT_EQ(ARB_OK, ArbNodeDestroy(loose));
+  ok(ArbNodeSetIDString(node, moved));
+  ok(ArbNodeSetIDString(node, inOther));
+  ok(ArbNodeSetIDString(loose, freed));
+  ok(ArbNodeDestroy(loose));
   ArbNode* const here = linked();
-  EXPECT_EQ(ARB_OK, ArbNodeSetIDString(here, moved));
+  ok(ArbNodeSetIDString(here, moved));
   ArbNode* const generated = host.append(rootOf(other), "z");
-  EXPECT_EQ(ARB_OK, ArbNodeAttributesDone(generated));
+  ok(ArbNodeAttributesDone(generated));
   queried(generated->cell);
   ArbString* const made = generated->idString;
   EXPECT_NE(nullptr, inOther->boundRef);
-  EXPECT_EQ(ARB_OK, ArbTreeDestroy(other));
+  ok(ArbTreeDestroy(other));
   for (ArbString* const name : {inOther, freed, made}) {
     EXPECT_EQ(nullptr, name->boundRef);
     ArbNodeRef* const cell = named(name);
@@ -115,17 +108,16 @@ TEST_F(References, AGeneratedStringIsTheHexNumber) {
   for (const char* const text : {"0 ID80000000", "0 IDffffffff"}) {
     host.document->nodeCounter = static_cast<std::uint32_t>(std::stoul(text + 4, nullptr, 16)) - 1;
     ArbNode* const node = linked();
-    EXPECT_EQ(ARB_OK, ArbNodeAttributesDone(node));
+    ok(ArbNodeAttributesDone(node));
     EXPECT_EQ(text, queried(node->cell));
     EXPECT_EQ(text, waited(node->cell)) << "kept";
   }
   EXPECT_EQ("0 -", queried(nullptr)) << "no reference, no name";
   EXPECT_EQ("0 -", waited(nullptr));
-  EXPECT_EQ(ARB_OK, ArbNodeRefQueryNode(nullptr, nullptr));
+  ok(ArbNodeRefQueryNode(nullptr, nullptr));
 }
 
-class WaitingForIdStrings : public References {
- protected:
+struct WaitingForIdStrings : References {
   WaitingForIdStrings() { host.stepsPerRun = 1; }
 };
 
@@ -134,7 +126,7 @@ TEST_F(WaitingForIdStrings, RunsUntilTheAttributesAreDone) {
   ArbNodeRef* const cell = floating();
   host.then([&] { return ARB_OK; });
   host.then([&] { return linked(cell), ARB_OK; });
-  host.then([&] { return ArbNodeSetIDString(resolve(cell), string(u"late")); });
+  host.then([&] { return ArbNodeSetIDString(resolve(cell), host.makeString(u"late")); });
   host.then([&] { return ArbNodeAttributesDone(resolve(cell)); });
   EXPECT_EQ("0 late", waited(cell));
   EXPECT_EQ(4u, host.runs.size());
@@ -159,7 +151,7 @@ TEST_F(WaitingForIdStrings, ProductionEndsFirst) {
 TEST_F(WaitingForIdStrings, TheRunFreesTheNode) {
   ArbNode* const node = linked();
   linked();
-  EXPECT_EQ(ARB_OK, ArbNodeConsumerRelease(node));
+  ok(ArbNodeConsumerRelease(node));
   host.then([&] { return ArbNodeProducerRelease(node); });
   EXPECT_EQ("0 -", waited(node->cell));
 }

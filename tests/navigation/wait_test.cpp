@@ -10,7 +10,7 @@ namespace arbtree::test {
 namespace {
 
 // root(a(b) c), one thing a run: a linked, b linked, a closed, c linked, root closed, attributes of a.
-class Waiting : public testing::Test {
+class Waiting : public TreeTest {
  protected:
   Waiting() {
     host.stepsPerRun = 1;
@@ -22,15 +22,10 @@ class Waiting : public testing::Test {
     host.then([this] { return ArbNodeAttributesDone(a); });
   }
   void run(int times) {
-    for (int i = 0; i < times; ++i) EXPECT_EQ(ARB_OK, ArbDocumentReadAhead(host.document));
+    for (int i = 0; i < times; ++i) ok(ArbDocumentReadAhead(host.document));
   }
 
-  Host host;
-  ArbTree* const tree = host.makeTree();
-  ArbNode* const root = rootOf(tree);
-  ArbNode* a = nullptr;
-  ArbNode* b = nullptr;
-  ArbNode* c = nullptr;
+  ArbNode *a = nullptr, *b = nullptr, *c = nullptr;
 };
 
 TEST_F(Waiting, AWaitRunsTheProducerAsOftenAsItsAnswerNeeds) {
@@ -57,7 +52,7 @@ TEST_F(Waiting, AWaitRunsTheProducerAsOftenAsItsAnswerNeeds) {
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.name);
-    EXPECT_EQ(ARB_OK, row.wait());
+    ok(row.wait());
     EXPECT_EQ(row.answer, host.events.nameOf(node));
     EXPECT_EQ(row.runs, host.runs.size());
   }
@@ -113,7 +108,7 @@ TEST(WaitingAtTheEnd, AnswersAndFailures) {
       ArbNode* const closed = host.append(root, "closed");
       host.append(open, "x");
       host.append(closed, "y");
-      EXPECT_EQ(ARB_OK, ArbNodeProducerDone(closed));
+      ok(ArbNodeProducerDone(closed));
       for (int again = 0; again < 2; ++again) {
         ArbNode* node = untouchedNode();
         std::uint32_t count = 77;
@@ -134,7 +129,7 @@ TEST_F(Waiting, AFailingRunsWorkIsThereForTheNextQuestion) {
   ArbNode* node = untouchedNode();
   EXPECT_EQ(13u, ArbNodeWaitFirstChild(top, &node));
   EXPECT_EQ(untouchedNode(), node);
-  EXPECT_EQ(ARB_OK, ArbNodeWaitFirstChild(top, &node));
+  ok(ArbNodeWaitFirstChild(top, &node));
   EXPECT_EQ("x", failing.events.nameOf(node));
   EXPECT_EQ(13u, ArbNodeWaitNextSibling(resolve(top->firstChildCell), &node));
 }
@@ -155,23 +150,71 @@ TEST_F(Waiting, OnAReferenceThatAFailingRunResolves) {
     EXPECT_EQ(made, node);
     EXPECT_EQ(resolved ? ARB_OK : 13u, ArbNodeRefWaitNode(cell, failing.document, &node));
     EXPECT_EQ(made, node);
-    if (made) {
-      EXPECT_EQ(ARB_OK, ArbNodeDestroy(made));
-    }
+    if (made) ok(ArbNodeDestroy(made));
   }
 }
 
 TEST_F(Waiting, OnAReferenceThatNeverResolves) {
   ArbNode* node = untouchedNode();
-  EXPECT_EQ(ARB_OK, ArbNodeRefWaitNode(nullptr, host.document, &node));
+  ok(ArbNodeRefWaitNode(nullptr, host.document, &node));
   EXPECT_EQ(nullptr, node);
   EXPECT_EQ(0u, host.runs.size());
   ArbNodeRef freed{ARB_REF_FREED, 7};
   node = untouchedNode();
-  EXPECT_EQ(ARB_OK, ArbNodeRefWaitNode(&freed, host.document, &node));
+  ok(ArbNodeRefWaitNode(&freed, host.document, &node));
   EXPECT_EQ(nullptr, node);
   EXPECT_EQ(6u, host.runs.size());
   EXPECT_TRUE(host.document->flags & ARB_DOC_ENDED);
+}
+
+// A marked node that is gone: production runs to its end, then there is no node. A failing producer shows instead.
+TEST_F(Waiting, OnACursorWhoseNodeIsFreed) {
+  for (const ArbStatus end : {ARB_STATUS_END, 99u}) {
+    Host other;
+    other.then([] { return kPause; });
+    other.endResult = end;
+    ArbNode* const gone = other.make(other.makeTree(), "gone");
+    ArbTree* const its = gone->tree;
+    ok(ArbNodeCreateID(gone));
+    ok(ArbTreePushCursor(its, gone));
+    ok(ArbNodeDestroy(gone));
+    ArbNode* node = untouchedNode();
+    EXPECT_EQ(end == ARB_STATUS_END ? ARB_OK : end, ArbTreePopCursor(its, &node));
+    EXPECT_EQ(nullptr, node);
+    EXPECT_EQ(0u, its->cursorDepth);
+    EXPECT_EQ(2u, other.runs.size());
+  }
+}
+
+// Which candidates a search looks at, and what stops it, is part of the random calls (tests/tree/random_test.cpp).
+TEST(WaitingForAnElementId, FindsWhatIsMadeMeanwhile) {
+  Host host;
+  ArbNode* const root = rootOf(host.makeTree());
+  ArbNode* const first = host.append(root, "first");
+  host.stepsPerRun = 1;
+  host.endResult = 13;
+  host.then([&] { return host.append(root, "f"), ARB_OK; });
+  host.then([&] { return host.append(root, "g", elementId(5)), ARB_OK; });
+  host.then([] { return kPause; });
+  struct Row {
+    ArbStatus(ARB_CALL* search)(ArbNode*, std::uint32_t, ArbNode**);
+    ArbNode* from;
+    std::uint32_t local;
+    const char* answer;
+    std::size_t runs;
+  };
+  for (const Row& row : {Row{ArbNodeQueryFirstChildByElementId, root, 5, "145 -", 0},
+                         Row{ArbNodeWaitFirstChildByElementId, root, 5, "0 g", 2},
+                         Row{ArbNodeWaitNextSiblingByElementId, first, 1, "0 f", 2},
+                         Row{ArbNodeWaitFirstChildByElementId, root, 6, "13 -", 4},
+                         Row{ArbNodeWaitFirstChildByElementId, root, 5, "0 g", 4}}) {
+    ArbNode* result = untouchedNode();
+    const ArbStatus status = row.search(row.from, elementId(row.local), &result);
+    EXPECT_EQ(status, row.search(row.from, elementId(row.local), nullptr));
+    const std::string name = result == untouchedNode() ? "-" : host.events.nameOf(result);
+    EXPECT_EQ(row.answer, joined({std::to_string(status), " ", name}));
+    EXPECT_EQ(row.runs, host.runs.size());
+  }
 }
 
 }  // namespace

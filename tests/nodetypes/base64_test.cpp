@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -16,6 +15,7 @@
 #include "platform/heap.h"
 #include "support/host.h"
 #include "support/seed.h"
+#include "support/temporary_folder.h"
 
 namespace arbtree::test {
 namespace {
@@ -52,14 +52,14 @@ Decoded decodedPlainly(const std::u16string& text, std::uint32_t capacity) {
   return {static_cast<std::uint32_t>(bytes.size()), bytes};
 }
 
-class Base64 : public testing::Test {
+class Base64 : public TreeTest {
  protected:
   std::u16string encode(const Bytes& bytes) {
     const auto count = static_cast<std::uint32_t>(bytes.size());
-    EXPECT_EQ(ARB_OK, ArbEncodedBytesNodeSetValue(node, bytes.data(), count, 0, ARB_ENCODING_BASE64));
+    ok(ArbEncodedBytesNodeSetValue(node, bytes.data(), count, 0, ARB_ENCODING_BASE64));
     const char16_t* text = nullptr;
     std::uint32_t length = 0;
-    EXPECT_EQ(ARB_OK, ArbAbstractTextNodeGetValue(node, &text, &length));
+    ok(ArbAbstractTextNodeGetValue(node, &text, &length));
     if (!text) return {};
     EXPECT_EQ(0, text[length]);
     return {text, length};
@@ -71,9 +71,7 @@ class Base64 : public testing::Test {
     return bytes;
   }
 
-  Host host;
-  ArbTree* const tree = host.makeTree();
-  ArbNode* const node = host.append(rootOf(tree), "bytes", ARB_ELEM_ENCODED_BYTES);
+  ArbNode* const node = host.append(root, "bytes", ARB_ELEM_ENCODED_BYTES);
   std::mt19937 random{testSeed()};
 };
 
@@ -101,28 +99,12 @@ Bytes randomBytes(std::size_t count, std::mt19937& random) {
   return bytes;
 }
 
-// A folder of its own, gone with the test.
-class Folder {
- public:
-  Folder() {
-    std::string name = (std::filesystem::temp_directory_path() / "arbtree-base64-XXXXXX").string();
-    EXPECT_NE(nullptr, mkdtemp(name.data()));
-    path_ = name;
-  }
-  ~Folder() { std::filesystem::remove_all(path_); }
-  Folder(const Folder&) = delete;
-  Folder& operator=(const Folder&) = delete;
-  std::filesystem::path write(const std::string& name, const Bytes& bytes) const {
-    std::ofstream file(path_ / name, std::ios::binary);
-    file.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
-    EXPECT_TRUE(file.good());
-    return path_ / name;
-  }
-  const std::filesystem::path& path() const { return path_; }
-
- private:
-  std::filesystem::path path_;
-};
+std::filesystem::path write(const TemporaryFolder& folder, const std::string& name, const Bytes& bytes) {
+  std::ofstream file(folder.path / name, std::ios::binary);
+  file.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+  EXPECT_TRUE(file.good());
+  return folder.path / name;
+}
 
 // The output of a shell command.
 std::string outputOf(const std::string& command) {
@@ -141,13 +123,13 @@ void dropFeedOfPartLine(std::string& text) {
 }
 
 TEST_F(Base64, AgreesWithCoreutilsOnEveryLengthUpToAThousand) {
-  const Folder folder;
+  const TemporaryFolder folder;
   std::vector<Bytes> inputs;
   for (std::size_t count = 0; count <= 1000; ++count) {
     inputs.push_back(randomBytes(count, random));
-    folder.write(std::to_string(count), inputs.back());
+    write(folder, std::to_string(count), inputs.back());
   }
-  const std::string all = outputOf("cd '" + folder.path().string() +
+  const std::string all = outputOf("cd '" + folder.path.string() +
                                    "' && i=0; while [ $i -le 1000 ]; do base64 -w 64 $i; printf .; i=$((i+1)); done");
   std::size_t at = 0;
   for (const Bytes& bytes : inputs) {
@@ -164,9 +146,9 @@ TEST_F(Base64, AgreesWithCoreutilsOnEveryLengthUpToAThousand) {
 }
 
 TEST_F(Base64, AgreesWithCoreutilsOnAHundredMegabytes) {
-  const Folder folder;
+  const TemporaryFolder folder;
   const Bytes bytes = randomBytes(100'000'000, random);
-  const std::filesystem::path file = folder.write("large", bytes);
+  const std::filesystem::path file = write(folder, "large", bytes);
   std::string expected = outputOf("base64 -w 64 '" + file.string() + "'");
   dropFeedOfPartLine(expected);
   std::filesystem::remove(file);

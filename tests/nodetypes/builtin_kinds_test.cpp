@@ -11,22 +11,17 @@
 namespace arbtree::test {
 namespace {
 
-class BuiltinKinds : public testing::Test {
+class BuiltinKinds : public TreeTest {
  protected:
-  BuiltinKinds() {
-    host.then([] { return kPause; });
-    EXPECT_EQ(ARB_OK, ArbDocumentReadAhead(host.document));
-  }
-  ArbNode* make(std::uint32_t id) { return host.append(rootOf(tree), "n", id); }
+  BuiltinKinds() { host.end(); }
+  ArbNode* make(std::uint32_t id) { return host.append(root, "n", id); }
   ArbNode* text(const std::u16string& value, std::uint32_t id = ARB_ELEM_TEXT) {
-    ArbNode* const node = make(id);
-    EXPECT_EQ(ARB_OK, ArbAbstractTextNodeSetValue(node, value.data(), static_cast<std::uint32_t>(value.size())));
-    return node;
+    return host.appendText(root, value, id);
   }
   static std::u16string valueOf(ArbNode* node) {
     const char16_t* value = nullptr;
     std::uint32_t length = 99;
-    EXPECT_EQ(ARB_OK, ArbAbstractTextNodeGetValue(node, &value, &length));
+    ok(ArbAbstractTextNodeGetValue(node, &value, &length));
     if (!value) {
       EXPECT_EQ(0u, length);
       return u"(none)";
@@ -34,9 +29,6 @@ class BuiltinKinds : public testing::Test {
     EXPECT_EQ(0, value[length]);
     return {value, length};
   }
-
-  Host host;
-  ArbTree* const tree = host.makeTree();
 };
 
 TEST_F(BuiltinKinds, TextValues) {
@@ -46,23 +38,23 @@ TEST_F(BuiltinKinds, TextValues) {
     EXPECT_EQ(u"(none)", valueOf(node));
     const std::uint64_t live = heap::testing::liveBlocks();
     for (const std::u16string value : {u"a", u"abc", u"a longer value than before", u"b"}) {
-      EXPECT_EQ(ARB_OK, ArbAbstractTextNodeSetValue(node, value.data(), static_cast<std::uint32_t>(value.size())));
+      ok(ArbAbstractTextNodeSetValue(node, value.data(), static_cast<std::uint32_t>(value.size())));
       EXPECT_EQ(value, valueOf(node));
       EXPECT_EQ(live + 1, heap::testing::liveBlocks());
     }
-    EXPECT_EQ(ARB_OK, ArbAbstractTextNodeSetValue(node, u"0123456789", 4));
+    ok(ArbAbstractTextNodeSetValue(node, u"0123456789", 4));
     EXPECT_EQ(u"0123", valueOf(node)) << "the length counts, not a terminator";
     const char16_t* own = nullptr;
-    EXPECT_EQ(ARB_OK, ArbAbstractTextNodeGetValue(node, &own, nullptr));
-    EXPECT_EQ(ARB_OK, ArbAbstractTextNodeSetValue(node, own, 4));
+    ok(ArbAbstractTextNodeGetValue(node, &own, nullptr));
+    ok(ArbAbstractTextNodeSetValue(node, own, 4));
     EXPECT_EQ(u"0123", valueOf(node)) << "from itself";
-    EXPECT_EQ(ARB_OK, ArbAbstractTextNodeGetValue(node, &own, nullptr));
-    EXPECT_EQ(ARB_OK, ArbAbstractTextNodeSetValue(node, own + 1, 2));
+    ok(ArbAbstractTextNodeGetValue(node, &own, nullptr));
+    ok(ArbAbstractTextNodeSetValue(node, own + 1, 2));
     EXPECT_EQ(u"12", valueOf(node)) << "from its own middle";
     const std::u16string zeros(3, u'\0');
-    EXPECT_EQ(ARB_OK, ArbAbstractTextNodeSetValue(node, zeros.data(), 3));
+    ok(ArbAbstractTextNodeSetValue(node, zeros.data(), 3));
     EXPECT_EQ(zeros, valueOf(node));
-    EXPECT_EQ(ARB_OK, ArbAbstractTextNodeSetValue(node, u"x", 0));
+    ok(ArbAbstractTextNodeSetValue(node, u"x", 0));
     EXPECT_EQ(u"(none)", valueOf(node));
     EXPECT_EQ(live, heap::testing::liveBlocks());
 
@@ -74,7 +66,7 @@ TEST_F(BuiltinKinds, TextValues) {
   }
   ArbNode* const reference = make(ARB_ELEM_EXTERNAL_REFERENCE);
   ArbNode* const element = make(elementId(1));
-  for (ArbNode* const node : {rootOf(tree), reference, element}) {
+  for (ArbNode* const node : {root, reference, element}) {
     const char16_t* value = u"untouched";
     std::uint32_t length = 99;
     EXPECT_EQ(ARB_ERR_BADARG, ArbAbstractTextNodeGetValue(node, &value, &length));
@@ -118,11 +110,11 @@ TEST_F(BuiltinKinds, TextOperations) {
 
   ArbNode* const node = text(u"old");
   const char16_t replacement[] = u"new value";
-  EXPECT_EQ(ARB_OK, node->nodeType->setAttribute(node, 1, reinterpret_cast<std::uintptr_t>(replacement)));
+  ok(node->nodeType->setAttribute(node, 1, reinterpret_cast<std::uintptr_t>(replacement)));
   EXPECT_EQ(u"old", valueOf(node));
-  EXPECT_EQ(ARB_OK, node->nodeType->setAttribute(node, 0, reinterpret_cast<std::uintptr_t>(replacement)));
+  ok(node->nodeType->setAttribute(node, 0, reinterpret_cast<std::uintptr_t>(replacement)));
   EXPECT_EQ(u"new value", valueOf(node));
-  EXPECT_EQ(ARB_OK, node->nodeType->setAttribute(node, 0, reinterpret_cast<std::uintptr_t>(u"")));
+  ok(node->nodeType->setAttribute(node, 0, reinterpret_cast<std::uintptr_t>(u"")));
   EXPECT_EQ(u"(none)", valueOf(node));
 }
 
@@ -130,7 +122,7 @@ class StreamForm : public BuiltinKinds {
  protected:
   BaseStream* open(std::uint32_t limit = 0, const void* bytes = nullptr, std::uint32_t count = 0) {
     BaseStream* stream = nullptr;
-    EXPECT_EQ(ARB_OK, BaseStreamOpenMemory(bytes, count, limit, &stream));
+    ok(BaseStreamOpenMemory(bytes, count, limit, &stream));
     return stream;
   }
   static std::uint32_t drain(BaseStream* stream, void* buffer, std::uint32_t room) {
@@ -147,7 +139,7 @@ TEST_F(StreamForm, ARecordComesBackAsItWasWithABufferOfItsOwn) {
       ArbNode* const node = text(value, id);
       const std::uint32_t bytes = value.empty() ? 0 : static_cast<std::uint32_t>(2 * value.size() + 2);
       BaseStream* const stream = open();
-      EXPECT_EQ(ARB_OK, node->nodeType->write(node, stream));
+      ok(node->nodeType->write(node, stream));
       unsigned char image[512];
       EXPECT_EQ(node->size + bytes, drain(stream, image, sizeof image));
       EXPECT_EQ(0, std::memcmp(image, node, node->size));
@@ -157,9 +149,9 @@ TEST_F(StreamForm, ARecordComesBackAsItWasWithABufferOfItsOwn) {
       }
 
       // Read back into a record of the same kind and size; what it was before is overwritten.
-      EXPECT_EQ(ARB_OK, node->nodeType->write(node, stream));
+      ok(node->nodeType->write(node, stream));
       auto* const copy = static_cast<ArbTextNode*>(heap::allocateZeroed(node->size));
-      EXPECT_EQ(ARB_OK, node->nodeType->read(&copy->node, stream));
+      ok(node->nodeType->read(&copy->node, stream));
       EXPECT_EQ(node->number, copy->node.number);
       EXPECT_EQ(node->cell, copy->node.cell);
       EXPECT_EQ(record->textLength, copy->textLength);
@@ -174,9 +166,9 @@ TEST_F(StreamForm, ARecordComesBackAsItWasWithABufferOfItsOwn) {
   }
   ArbNode* const reference = make(ARB_ELEM_EXTERNAL_REFERENCE);
   BaseStream* const stream = open();
-  EXPECT_EQ(ARB_OK, reference->nodeType->write(reference, stream));
+  ok(reference->nodeType->write(reference, stream));
   ArbExternalReferenceNode copy{};
-  EXPECT_EQ(ARB_OK, reference->nodeType->read(&copy.node, stream));
+  ok(reference->nodeType->read(&copy.node, stream));
   EXPECT_EQ(0, std::memcmp(&copy, reference, sizeof copy));
   EXPECT_EQ(0u, drain(stream, &copy, 1));
   BaseStreamClose(stream);
@@ -191,7 +183,7 @@ TEST_F(StreamForm, EightBitBytesAreFilledUp) {
   record->textLength = 4;
   std::memcpy(record->text, "wxyz", 5);
   BaseStream* const stream = open();
-  EXPECT_EQ(ARB_OK, node->nodeType->write(node, stream));
+  ok(node->nodeType->write(node, stream));
   unsigned char image[512];
   EXPECT_EQ(node->size + 10u, drain(stream, image, sizeof image));
   EXPECT_EQ(0, std::memcmp(image + node->size, "wxyz\0\0\0\0\0\0", 10));
@@ -207,7 +199,7 @@ TEST_F(StreamForm, FailuresOfTheStreamAndOfTheHeap) {
     BaseStreamClose(full);
 
     BaseStream* const whole = open();
-    EXPECT_EQ(ARB_OK, node->nodeType->write(node, whole));
+    ok(node->nodeType->write(node, whole));
     unsigned char image[512];
     drain(whole, image, sizeof image);
     BaseStreamClose(whole);
@@ -218,7 +210,7 @@ TEST_F(StreamForm, FailuresOfTheStreamAndOfTheHeap) {
     BaseStreamClose(cut);
   }
   BaseStream* const stream = open();
-  EXPECT_EQ(ARB_OK, node->nodeType->write(node, stream));
+  ok(node->nodeType->write(node, stream));
   ArbTextNode copy{};
   heap::testing::failAllocation(1, false);
   EXPECT_EQ(ARB_ERR_NOMEMORY, node->nodeType->read(&copy.node, stream));

@@ -14,50 +14,41 @@
 namespace arbtree::test {
 namespace {
 
-class Cloning : public testing::Test {
+class Cloning : public TreeTest {
  protected:
   Cloning() {
     addAttributeKinds(tree);
-    EXPECT_EQ(ARB_STATUS_END, ArbDocumentReadAhead(host.document));
+    host.end();
   }
   static ArbNode* clone(ArbNode* node, ArbTree* target) {
     ArbNode* copy = nullptr;
-    EXPECT_EQ(ARB_OK, ArbNodeClone(node, target, &copy));
-    EXPECT_NE(nullptr, copy);
-    return copy;
-  }
-  static ArbNode* cloneSubtree(ArbNode* node, ArbTree* target) {
-    ArbNode* copy = nullptr;
-    EXPECT_EQ(ARB_OK, ArbNodeCloneSubtree(node, target, &copy));
+    ok(ArbNodeClone(node, target, &copy));
     EXPECT_NE(nullptr, copy);
     return copy;
   }
   // A node of every kind with a value, all marks and identifiers, and metadata.
   ArbNode* sample(std::uint32_t id) {
-    ArbNode* const node = host.append(rootOf(tree), "source", id);
+    ArbNode* const node = host.append(root, "source", id);
     if (id == ARB_ELEM_ENCODED_BYTES) {
-      EXPECT_EQ(ARB_OK, ArbEncodedBytesNodeSetValueEx(node, "\1\2\3", 3, 5, ARB_ENCODING_RAW8, 0x22));
+      ok(ArbEncodedBytesNodeSetValueEx(node, "\1\2\3", 3, 5, ARB_ENCODING_RAW8, 0x22));
     } else if (id == ARB_ELEM_EXTERNAL_REFERENCE) {
       auto& record = *reinterpret_cast<ArbExternalReferenceNode*>(node);
       record.target = asChild(tree);
       record.entityName[0] = u'n';
     } else if (node->nodeType->typeFlags & ARB_TYPE_ATTR_FUNCTIONS && id != kAttributeKind) {
-      EXPECT_EQ(ARB_OK, ArbAbstractTextNodeSetValue(node, u"a\0b", 3));
+      ok(ArbAbstractTextNodeSetValue(node, u"a\0b", 3));
     } else if (id == plainKind(5)) {
       std::memcpy(areaOf(node), "12345", 5);
     }
-    EXPECT_EQ(ARB_OK, ArbNodeSetMetadata(node, 1, "1234", 4));
-    EXPECT_EQ(ARB_OK, ArbNodeSetMetadata(node, 2, "longer value", 12));
-    EXPECT_EQ(ARB_OK, ArbNodeSetSeparateStream(node));
-    EXPECT_EQ(ARB_OK, ArbNodeSetSkipIfEmpty(node));
-    EXPECT_EQ(ARB_OK, ArbNodeCreateID(node));
+    ok(ArbNodeSetMetadata(node, 1, "1234", 4));
+    ok(ArbNodeSetMetadata(node, 2, "longer value", 12));
+    ok(ArbNodeSetSeparateStream(node));
+    ok(ArbNodeSetSkipIfEmpty(node));
+    ok(ArbNodeCreateID(node));
     host.append(node, "child");
-    EXPECT_EQ(ARB_OK, ArbNodeProducerDone(node));
+    ok(ArbNodeProducerDone(node));
     return node;
   }
-
-  Host host;
-  ArbTree* const tree = host.makeTree();
 };
 
 void expectMetadata(ArbNode* node, std::uint32_t key, const std::string& value) {
@@ -72,7 +63,7 @@ TEST_F(Cloning, ACopyCarriesValueAndMetadataAndNothingElse) {
   for (const std::uint32_t id : {ARB_ELEM_TEXT, ARB_ELEM_TEXT_3, ARB_ELEM_TEXT_4, ARB_ELEM_ENCODED_BYTES,
                                  ARB_ELEM_EXTERNAL_REFERENCE, elementId(1), kAttributeKind, plainKind(5)}) {
     Host elsewhere;
-    EXPECT_EQ(ARB_STATUS_END, ArbDocumentReadAhead(elsewhere.document));
+    elsewhere.end();
     ArbTree* const targets[] = {nullptr, tree, host.makeTree(), elsewhere.makeTree()};
     ArbNode* const node = sample(id);
     for (ArbTree* const target : targets) {
@@ -93,10 +84,10 @@ TEST_F(Cloning, ACopyCarriesValueAndMetadataAndNothingElse) {
       EXPECT_EQ(0u, copy->childCount);
       expectMetadata(copy, 1, "1234");
       expectMetadata(copy, 2, "longer value");
-      EXPECT_EQ(ARB_OK, ArbNodeSetMetadata(copy, 2, "other", 5));
+      ok(ArbNodeSetMetadata(copy, 2, "other", 5));
       expectMetadata(node, 2, "longer value");
       EXPECT_EQ(1u, node->childCount);
-      EXPECT_EQ(ARB_OK, ArbNodeAppendChild(rootOf(owner), copy));
+      ok(ArbNodeAppendChild(rootOf(owner), copy));
     }
   }
 }
@@ -110,9 +101,9 @@ TEST_F(Cloning, EncodedBytesOfEveryEncoding) {
        {Row{"abcd", ARB_ENCODING_UTF16}, Row{"abc", ARB_ENCODING_BASE64}, Row{"abc", ARB_ENCODING_RAW8},
         Row{"x", ARB_ENCODING_UTF16}, Row{"", ARB_ENCODING_RAW8}, Row{std::string("\0\0\0", 3), ARB_ENCODING_RAW8}}) {
     SCOPED_TRACE(testing::Message() << row.bytes << " as " << row.encoding);
-    ArbNode* const node = host.append(rootOf(tree), "source", ARB_ELEM_ENCODED_BYTES);
+    ArbNode* const node = host.append(root, "source", ARB_ELEM_ENCODED_BYTES);
     const auto count = static_cast<std::uint32_t>(row.bytes.size());
-    EXPECT_EQ(ARB_OK, ArbEncodedBytesNodeSetValueEx(node, row.bytes.data(), count, 7, row.encoding, 0x60));
+    ok(ArbEncodedBytesNodeSetValueEx(node, row.bytes.data(), count, 7, row.encoding, 0x60));
     ArbNode* const copy = clone(node, nullptr);
     const auto& from = *reinterpret_cast<ArbEncodedBytesNode*>(node);
     const auto& to = *reinterpret_cast<ArbEncodedBytesNode*>(copy);
@@ -126,13 +117,13 @@ TEST_F(Cloning, EncodedBytesOfEveryEncoding) {
       const std::size_t bytes = row.encoding == ARB_ENCODING_RAW8 ? from.textLength + 1 : 2 * from.textLength + 2;
       EXPECT_EQ(0, std::memcmp(from.text, to.text, bytes));
     }
-    EXPECT_EQ(ARB_OK, ArbNodeDestroy(copy));
+    ok(ArbNodeDestroy(copy));
   }
 }
 
 // Present attributes are set one by one, in order; one whose id has the top byte 0x37 never is. Nothing else is copied.
 TEST_F(Cloning, AttributesGoThroughTheOperations) {
-  ArbNode* const node = host.append(rootOf(tree), "source", kAttributeKind);
+  ArbNode* const node = host.append(root, "source", kAttributeKind);
   for (std::uint32_t present = 0; present < 16; ++present) {
     AttributeNode& source = asAttributes(node);
     source = {source.node, present, {10, 11, 12, 13}, 99};
@@ -146,16 +137,16 @@ TEST_F(Cloning, AttributesGoThroughTheOperations) {
     EXPECT_EQ(present & ~(1u << kUncopied), asAttributes(copy).present);
     for (const std::uint32_t index : expected) EXPECT_EQ(10 + index, asAttributes(copy).values[index]);
     EXPECT_EQ(0u, asAttributes(copy).unseen);
-    EXPECT_EQ(ARB_OK, ArbNodeDestroy(copy));
+    ok(ArbNodeDestroy(copy));
   }
 }
 
 TEST_F(Cloning, RefusalsAreThoseOfMakingANode) {
-  ArbNode* const node = host.append(rootOf(tree), "n", plainKind(1));
+  ArbNode* const node = host.append(root, "n", plainKind(1));
   ArbTree* const bare = host.makeTree();
   ArbTree* const closed = host.makeTree();
   addAttributeKinds(closed);
-  EXPECT_EQ(ARB_OK, ArbForestChildProducerDone(asChild(closed)));
+  ok(ArbForestChildProducerDone(asChild(closed)));
   ArbNode* copy = untouchedNode();
   for (const auto call : {ArbNodeClone, ArbNodeCloneSubtree}) {
     EXPECT_EQ(ARB_ERR_NOTFOUND, call(node, bare, &copy)) << "no factory";
@@ -184,14 +175,15 @@ class CloningSubtrees : public Cloning {
     for (std::uint32_t i = 0; i < 5; ++i) host.events.setName(host.document->nodeCounter + 1 + i, names[i]);
   }
 
-  ArbNode* const top = host.append(rootOf(tree), "top", plainKind(1));
+  ArbNode* const top = host.append(root, "top", plainKind(1));
   ArbNode* a = nullptr;
 };
 
 TEST_F(CloningSubtrees, AreMadeAndLinkedLikeARecursion) {
   nameCopies();
   host.record();
-  ArbNode* const copy = cloneSubtree(top, nullptr);
+  ArbNode* copy = nullptr;
+  ok(ArbNodeCloneSubtree(top, nullptr, &copy));
   EXPECT_EQ((Lines{"created top'", "created a'", "created b'", "linked b'", "created c'", "linked c'", "linked a'",
                    "created d'", "linked d'"}),
             host.events.take());
@@ -218,7 +210,7 @@ TEST_F(CloningSubtrees, FailingMidwayKeepWhatWasMade) {
     EXPECT_EQ(shapes[made - 1], host.shape(copy));
     EXPECT_EQ(0, copy->flags);
     EXPECT_EQ(live + made, liveAttributeNodes());
-    EXPECT_EQ(ARB_OK, ArbNodeDestroy(copy));
+    ok(ArbNodeDestroy(copy));
     EXPECT_EQ(live, liveAttributeNodes());
   }
   EXPECT_EQ("top(a(b c) d)", host.shape(top));
@@ -242,15 +234,15 @@ TEST(CloningDeep, AMillionLevels) {
   }
   onSmallStack([&] {
     ArbNode* copy = nullptr;
-    EXPECT_EQ(ARB_OK, ArbNodeCloneSubtree(top, into, &copy));
+    ok(ArbNodeCloneSubtree(top, into, &copy));
     EXPECT_EQ(live + 2 * kLevels, liveElements());
     EXPECT_EQ(1u, ArbNodeIsEqual(top, copy));
     EXPECT_EQ(ArbNodeHashCode(top), ArbNodeHashCode(copy));
     reinterpret_cast<ElementNode*>(parent)->content = 1;
     EXPECT_EQ(0u, ArbNodeIsEqual(top, copy)) << "the lowest differs";
     EXPECT_EQ(1u, ArbNodeHashCode(top) ^ ArbNodeHashCode(copy));
-    EXPECT_EQ(ARB_OK, ArbNodeDestroy(copy));
-    EXPECT_EQ(ARB_OK, ArbNodeDestroy(top));
+    ok(ArbNodeDestroy(copy));
+    ok(ArbNodeDestroy(top));
   });
   EXPECT_EQ(live, liveElements());
 }

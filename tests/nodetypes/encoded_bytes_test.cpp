@@ -10,7 +10,7 @@
 namespace arbtree::test {
 namespace {
 
-class EncodedBytes : public testing::Test {
+class EncodedBytes : public TreeTest {
  protected:
   ArbStatus set(const std::string& bytes, std::uint32_t encoding, std::uint32_t flags, std::uint32_t info = 0) {
     const auto count = static_cast<std::uint32_t>(bytes.size());
@@ -22,9 +22,7 @@ class EncodedBytes : public testing::Test {
     EXPECT_EQ(0u, record.textLength);
   }
 
-  Host host;
-  ArbTree* const tree = host.makeTree();
-  ArbNode* const node = host.append(rootOf(tree), "bytes", ARB_ELEM_ENCODED_BYTES);
+  ArbNode* const node = host.append(root, "bytes", ARB_ELEM_ENCODED_BYTES);
   const ArbEncodedBytesNode& record = *reinterpret_cast<ArbEncodedBytesNode*>(node);
 };
 
@@ -36,12 +34,12 @@ TEST_F(EncodedBytes, FlagsAreCompletedAndOthersKept) {
        {Row{0, 0x11}, Row{0x02, 0x12}, Row{0x40, 0x41}, Row{0x60, 0x61}, Row{0x20, 0x21}, Row{0x22, 0x22},
         Row{0x03, 0x13}, Row{0x10, 0x11}, Row{0x30, 0x31}, Row{0x80000004, 0x80000015}}) {
     for (const char* const bytes : {"", "ab"}) {
-      EXPECT_EQ(ARB_OK, set(bytes, ARB_ENCODING_RAW8, row.given));
+      ok(set(bytes, ARB_ENCODING_RAW8, row.given));
       EXPECT_EQ(row.kept, record.encodingFlags) << row.given;
       EXPECT_EQ(ARB_ENCODING_RAW8, record.encoding);
     }
   }
-  EXPECT_EQ(ARB_OK, ArbEncodedBytesNodeSetValue(node, "ab", 2, 0, ARB_ENCODING_UTF16));
+  ok(ArbEncodedBytesNodeSetValue(node, "ab", 2, 0, ARB_ENCODING_UTF16));
   EXPECT_EQ(0x11u, record.encodingFlags);
 }
 
@@ -50,12 +48,12 @@ TEST_F(EncodedBytes, UnitsAndRawBytes) {
     for (std::size_t count = 1; count <= 9; ++count) {
       const std::string bytes = std::string("\x01\x02\x03\0\x05\x06\x07\x08\x09", 9).substr(0, count);
       SCOPED_TRACE(count);
-      EXPECT_EQ(ARB_OK, set(bytes, ARB_ENCODING_UTF16, flags));
+      ok(set(bytes, ARB_ENCODING_UTF16, flags));
       ASSERT_NE(nullptr, record.text);
       EXPECT_EQ(count / 2, record.textLength);
       EXPECT_EQ(0, std::memcmp(record.text, bytes.data(), count / 2 * 2));
       EXPECT_EQ(0, record.text[count / 2]);
-      EXPECT_EQ(ARB_OK, set(bytes, ARB_ENCODING_RAW8, flags));
+      ok(set(bytes, ARB_ENCODING_RAW8, flags));
       EXPECT_EQ(count, record.textLength);
       EXPECT_EQ(0, std::memcmp(record.text, bytes.c_str(), count + 1)) << "a zero byte ends it";
     }
@@ -75,7 +73,7 @@ TEST_F(EncodedBytes, SwappedPairs) {
                          Row{0x22, "\x01", u"AQ=="}, Row{0x22, "\x01\x02", u"AgE="}}) {
     const std::string given = row.bytes;
     const std::uint64_t live = heap::testing::liveBlocks() + (record.text ? 0 : 1);
-    EXPECT_EQ(ARB_OK, set(given, ARB_ENCODING_BASE64, row.flags));
+    ok(set(given, ARB_ENCODING_BASE64, row.flags));
     EXPECT_EQ(row.text, units()) << row.flags;
     EXPECT_EQ(row.bytes, given) << "the caller's bytes stay";
     EXPECT_EQ(live, heap::testing::liveBlocks());
@@ -83,15 +81,14 @@ TEST_F(EncodedBytes, SwappedPairs) {
 }
 
 TEST_F(EncodedBytes, OtherKindsAreLeftAlone) {
-  ArbNode* const text = host.append(rootOf(tree), "t", ARB_ELEM_TEXT);
-  EXPECT_EQ(ARB_OK, ArbAbstractTextNodeSetValue(text, u"kept", 4));
-  for (ArbNode* const other : {text, rootOf(tree), host.append(rootOf(tree), "e")}) {
+  ArbNode* const text = host.appendText(root, u"kept");
+  for (ArbNode* const other : {text, root, host.append(root, "e")}) {
     std::uint32_t info = 99;
     std::uint32_t encoding = 98;
-    EXPECT_EQ(ARB_OK, ArbEncodedBytesNodeSetValue(other, "ab", 2, 3, 1));
-    EXPECT_EQ(ARB_OK, ArbEncodedBytesNodeSetValueEx(other, "ab", 2, 3, 99, 0));
-    EXPECT_EQ(ARB_OK, ArbEncodedBytesNodeSetValueEx(other, nullptr, 2, 3, 0, 0));
-    EXPECT_EQ(ARB_OK, ArbEncodedBytesNodeGetValue(other, nullptr, nullptr, &info, &encoding));
+    ok(ArbEncodedBytesNodeSetValue(other, "ab", 2, 3, 1));
+    ok(ArbEncodedBytesNodeSetValueEx(other, "ab", 2, 3, 99, 0));
+    ok(ArbEncodedBytesNodeSetValueEx(other, nullptr, 2, 3, 0, 0));
+    ok(ArbEncodedBytesNodeGetValue(other, nullptr, nullptr, &info, &encoding));
     EXPECT_EQ(99u, info);
     EXPECT_EQ(98u, encoding);
   }
@@ -100,13 +97,13 @@ TEST_F(EncodedBytes, OtherKindsAreLeftAlone) {
 
 TEST_F(EncodedBytes, WhatFailuresLeave) {
   const std::uint64_t empty = heap::testing::liveBlocks();
-  EXPECT_EQ(ARB_OK, set("old", ARB_ENCODING_RAW8, 0, 1));
+  ok(set("old", ARB_ENCODING_RAW8, 0, 1));
   EXPECT_EQ(ARB_ERR_BADARG, ArbEncodedBytesNodeSetValueEx(node, nullptr, 1, 2, ARB_ENCODING_BASE64, 0x22));
   EXPECT_EQ(3u, record.textLength) << "a refused call changes nothing";
   EXPECT_EQ(1u, record.info);
   EXPECT_EQ(ARB_ENCODING_RAW8, record.encoding);
   for (const std::uint32_t encoding : {3u, 0x100u, 0xFFFFFFFFu}) {
-    EXPECT_EQ(ARB_OK, set("old", ARB_ENCODING_RAW8, 0, 1));
+    ok(set("old", ARB_ENCODING_RAW8, 0, 1));
     EXPECT_EQ(ARB_ERR_BADENCODING, set("new", encoding, 0x22, 7));
     expectNone();
     EXPECT_EQ(encoding, record.encoding);
@@ -115,8 +112,8 @@ TEST_F(EncodedBytes, WhatFailuresLeave) {
     EXPECT_EQ(empty, heap::testing::liveBlocks());
     EXPECT_EQ(ARB_OK, set("", encoding, 0)) << "without bytes no encoding is looked at";
   }
-  EXPECT_EQ(ARB_OK, set("old", ARB_ENCODING_RAW8, 0));
-  EXPECT_EQ(ARB_OK, ArbEncodedBytesNodeSetValueEx(node, nullptr, 0, 4, ARB_ENCODING_BASE64, 0));
+  ok(set("old", ARB_ENCODING_RAW8, 0));
+  ok(ArbEncodedBytesNodeSetValueEx(node, nullptr, 0, 4, ARB_ENCODING_BASE64, 0));
   expectNone();
   EXPECT_EQ(4u, record.info);
   EXPECT_EQ(empty, heap::testing::liveBlocks());

@@ -9,18 +9,12 @@
 namespace arbtree::test {
 namespace {
 
-class ExternalReference : public testing::Test {
+class ExternalReference : public TreeTest {
  protected:
-  ExternalReference() {
-    host.then([] { return kPause; });
-    EXPECT_EQ(ARB_OK, ArbDocumentReadAhead(host.document));
-  }
+  ExternalReference() { host.end(); }
   ArbStatus create(const char16_t* name, ArbNode** node) {
     return ArbTreeCreateExternalReferenceNode(tree, asChild(tree), name, node);
   }
-
-  Host host;
-  ArbTree* const tree = host.makeTree();
 };
 
 TEST_F(ExternalReference, CarriesTargetAndName) {
@@ -33,14 +27,14 @@ TEST_F(ExternalReference, CarriesTargetAndName) {
       ASSERT_NE(nullptr, node);
       const auto& record = *reinterpret_cast<ArbExternalReferenceNode*>(node);
       const char16_t* read = nullptr;
-      EXPECT_EQ(ARB_OK, ArbExternalReferenceNodeGetEntityName(node, &read));
+      ok(ArbExternalReferenceNodeGetEntityName(node, &read));
       EXPECT_EQ(name, read);
       EXPECT_EQ(record.entityName, read) << "the name is in the node";
       EXPECT_EQ(target, record.target);
       EXPECT_EQ(ARB_ELEM_EXTERNAL_REFERENCE, node->nodeType->elementId);
       EXPECT_EQ(node->cell, tree->externalRefCells[tree->externalRefCount - 1]);
-      EXPECT_EQ(ARB_OK, ArbExternalReferenceNodeGetEntityName(node, nullptr));
-      EXPECT_EQ(ARB_OK, ArbNodeAppendChild(rootOf(tree), node));
+      ok(ArbExternalReferenceNodeGetEntityName(node, nullptr));
+      ok(ArbNodeAppendChild(root, node));
     }
   }
 }
@@ -48,8 +42,8 @@ TEST_F(ExternalReference, CarriesTargetAndName) {
 TEST_F(ExternalReference, ComparesAndHashesByTargetAndName) {
   const auto make = [&](ArbForestChild* target, const char16_t* name) {
     ArbNode* node = nullptr;
-    EXPECT_EQ(ARB_OK, ArbTreeCreateExternalReferenceNode(tree, target, name, &node));
-    EXPECT_EQ(ARB_OK, ArbNodeAppendChild(rootOf(tree), node));
+    ok(ArbTreeCreateExternalReferenceNode(tree, target, name, &node));
+    ok(ArbNodeAppendChild(root, node));
     return node;
   };
   ArbNode* const one = make(asChild(tree), u"a");
@@ -75,7 +69,7 @@ TEST_F(ExternalReference, RefusalsMakeNothing) {
   EXPECT_EQ(ARB_ERR_BADARG, ArbTreeCreateExternalReferenceNode(nullptr, nullptr, u"a", &node));
   EXPECT_EQ(Lines{}, host.events.take());
   EXPECT_EQ(0u, tree->externalRefCount);
-  EXPECT_EQ(ARB_OK, ArbForestChildProducerDone(asChild(tree)));
+  ok(ArbForestChildProducerDone(asChild(tree)));
   EXPECT_EQ(ARB_ERR_LOCKED, create(u"a", &node));
   EXPECT_EQ(untouchedNode(), node);
   EXPECT_EQ(number, host.document->nodeCounter);
@@ -97,8 +91,8 @@ TEST_F(ExternalReference, WaitsForTheFirstRunToEnd) {
       return kPause;
     });
   }
-  EXPECT_EQ(ARB_OK, ArbDocumentReadAhead(fresh.document));
-  EXPECT_EQ(ARB_OK, ArbDocumentReadAhead(fresh.document));
+  ok(ArbDocumentReadAhead(fresh.document));
+  ok(ArbDocumentReadAhead(fresh.document));
   EXPECT_EQ(1u, rootOf(other)->childCount);
 }
 

@@ -44,12 +44,7 @@ class PlainTree {
 
 class Strings : public testing::Test {
  protected:
-  ArbString* make(const std::u16string& text) { return make(host, text); }
-  static ArbString* make(Host& owner, const std::u16string& text) {
-    ArbString* string = nullptr;
-    EXPECT_EQ(ARB_OK, ArbDocumentCreateString(owner.document, text.c_str(), &string));
-    return string;
-  }
+  ArbString* make(const std::u16string& text) { return host.makeString(text); }
   static void expectSameAs(const Host& owner, const PlainTree& model) {
     const StringTable& table = owner.document->strings;
     ASSERT_EQ(model.entries().size(), table.count);
@@ -66,7 +61,7 @@ class Strings : public testing::Test {
     PlainTree model;
     for (const std::u16string& text : texts) {
       const std::uint32_t index = model.request(text);
-      const ArbString* const string = make(owner, text);
+      const ArbString* const string = owner.makeString(text);
       ASSERT_EQ(owner.document->strings.entries[index], string);
     }
     expectSameAs(owner, model);
@@ -115,8 +110,8 @@ TEST_F(Strings, OneRecordForOneText) {
   EXPECT_NE(text.data(), string->text);
   EXPECT_EQ(nullptr, string->boundRef);
   Host other;
-  EXPECT_NE(string, make(other, text)) << "every document has its own";
-  EXPECT_EQ(0, ArbStringCompare(string, make(other, text)));
+  EXPECT_NE(string, other.makeString(text)) << "every document has its own";
+  EXPECT_EQ(0, ArbStringCompare(string, other.makeString(text)));
   EXPECT_EQ(1u, host.document->strings.count);
 }
 

@@ -8,6 +8,7 @@
 
 #include "arbtree/baseutil.h"
 #include "support/bail_out.h"
+#include "support/threads.h"
 
 namespace {
 
@@ -153,23 +154,14 @@ TEST_F(BaseUtilHost, BailOutMayLeaveByLongjmp) {
 }
 
 TEST_F(BaseUtilHost, ThreadsDoNotDisturbEachOther) {
-  std::vector<std::thread> threads;
-  std::vector<int> failures(4);
-  for (std::uint32_t t = 0; t < failures.size(); ++t) {
-    threads.emplace_back([t, &failures] {
-      for (int i = 0; i < 2000; ++i) {
-        Host host;
-        host.answer = t;
-        const BaseHostFunctions functions = host.functions();
-        bool served = BaseSetHostFunctions(t, &functions) == ARB_OK && BaseStatusCallback(t, 0, 0) == t;
-        BaseBailOut(20, 0, 0);
-        served = served && host.bailedContext == t && BaseSetHostFunctions(t, nullptr) == ARB_OK;
-        failures[t] += !served;
-      }
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
-  EXPECT_EQ(failures, std::vector<int>(failures.size()));
+  arbtree::test::onFourThreads(2000, [](std::uint32_t t, std::uint32_t) {
+    Host host;
+    host.answer = t;
+    const BaseHostFunctions functions = host.functions();
+    const bool served = BaseSetHostFunctions(t, &functions) == ARB_OK && BaseStatusCallback(t, 0, 0) == t;
+    BaseBailOut(20, 0, 0);
+    return served && host.bailedContext == t && BaseSetHostFunctions(t, nullptr) == ARB_OK;
+  });
 }
 
 }  // namespace

@@ -3,11 +3,11 @@
 
 #include <filesystem>
 #include <fstream>
-#include <random>
 #include <string>
 #include <vector>
 
 #include "arbtree/baseutil.h"
+#include "support/temporary_folder.h"
 
 namespace {
 
@@ -37,12 +37,6 @@ const std::pair<std::uint32_t, std::uint32_t> kRefused{BASE_IO_HANDLE, 0};
 
 class BaseUtilStreams : public ::testing::Test {
  protected:
-  void SetUp() override {
-    directory = std::filesystem::temp_directory_path() / ("arbtree-streams-" + std::to_string(std::random_device{}()));
-    ASSERT_TRUE(std::filesystem::create_directory(directory));
-  }
-  void TearDown() override { std::filesystem::remove_all(directory); }
-
   // A name outside ASCII and outside the basic plane, so that paths are seen to be converted.
   std::filesystem::path file() const { return directory / std::filesystem::path(u"f\u00FC\u20AC\U0010FFFD.bin"); }
 
@@ -57,7 +51,8 @@ class BaseUtilStreams : public ::testing::Test {
     return stream;
   }
 
-  std::filesystem::path directory;
+  const arbtree::test::TemporaryFolder folder;
+  const std::filesystem::path directory = folder.path;
 };
 
 TEST_F(BaseUtilStreams, AreQueuesOfBytes) {

@@ -1,12 +1,11 @@
 // compwrite: who writes a file, and that a target name shows a whole file or what was there before.
-#include <thread>
-
 #ifndef _WIN32
 #include <signal.h>
 #include <sys/resource.h>
 #endif
 
 #include "standins/compwrite_fixture.h"
+#include "support/threads.h"
 
 namespace arbtree::compwritetest {
 namespace {
@@ -98,25 +97,16 @@ TEST_F(CompWrite, EachHostContextHasItsWriter) {
 }
 
 TEST_F(CompWrite, ThreadsWriteBesideEachOther) {
-  std::vector<std::thread> threads;
-  std::vector<int> failures(4);
-  for (std::size_t t = 0; t < failures.size(); ++t) {
-    threads.emplace_back([this, t, &failures] {
-      ArbHostContext own{};
-      Content bytes;
-      bytes.bytes.assign(1000 * (t + 1), static_cast<char>('a' + t));
-      failures[t] += CompWriteSetDirectory(&own, out.u16string().c_str(), Content::provide, &bytes) != ARB_OK;
-      for (int i = 0; i < 50; ++i) {
-        failures[t] += CompWriteFile(&own, FileChild(std::u16string(t + 1, u'f')).get(), 0) != ARB_OK;
-        failures[t] += CompWriteFile(&own, FileChild(u"shared/x").get(), 0) != ARB_OK;
-      }
-      failures[t] += CompWriteRemoveWriter(&own) != ARB_OK;
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
-  EXPECT_EQ(failures, std::vector<int>(failures.size()));
+  test::onFourThreads(50, [this](std::uint32_t t, std::uint32_t) {
+    ArbHostContext own{};
+    Content bytes;
+    bytes.bytes.assign(1000 * (t + 1), static_cast<char>('a' + t));
+    return CompWriteSetDirectory(&own, out.u16string().c_str(), Content::provide, &bytes) == ARB_OK &&
+           CompWriteFile(&own, FileChild(std::u16string(t + 1, u'f')).get(), 0) == ARB_OK &&
+           CompWriteFile(&own, FileChild(u"shared/x").get(), 0) == ARB_OK && CompWriteRemoveWriter(&own) == ARB_OK;
+  });
   EXPECT_EQ(entries(out), (Entries{u"f", u"ff", u"fff", u"ffff", u"shared/x"}));
-  for (std::size_t t = 0; t < failures.size(); ++t) {
+  for (std::size_t t = 0; t < 4; ++t) {
     EXPECT_EQ(contentOf(out / std::string(t + 1, 'f')), std::string(1000 * (t + 1), static_cast<char>('a' + t)));
   }
   const std::string shared = contentOf(out / "shared" / "x");

@@ -10,17 +10,18 @@
 #include <fstream>
 #include <iterator>
 #include <memory>
-#include <random>
 #include <set>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "arbtree/compwrite.h"
+#include "support/temporary_folder.h"
 
 namespace arbtree::compwritetest {
 
 namespace fs = std::filesystem;
+using test::literal;
 
 // A forest on the way from the root forest to a file.
 struct Level {
@@ -76,40 +77,28 @@ struct Content {
   }
 };
 
-// On Windows: the path without limits of length and without special names, as the writer takes it.
-inline fs::path literal(fs::path path) {
-#ifdef _WIN32
-  return L"\\\\?\\" + path.make_preferred().wstring();
-#else
-  return path;
-#endif
-}
-
 inline std::string contentOf(const fs::path& path) {
   std::ifstream stream(literal(path), std::ios::binary);
   return {std::istreambuf_iterator<char>(stream), {}};
 }
 
+using Entries = std::set<std::u16string>;
+
 // A directory "top" that holds the output directory "out"; nothing but "out" may ever change in it.
 class CompWrite : public ::testing::Test {
  protected:
   void SetUp() override {
-    top = fs::temp_directory_path() / ("arbtree-compwrite-" + std::to_string(std::random_device{}()));
-    out = top / u"\u00F6ut";
-    ASSERT_TRUE(fs::create_directories(out));
+    ASSERT_TRUE(fs::create_directory(out));
     ASSERT_EQ(CompWriteSetDirectory(&context, out.u16string().c_str(), Content::provide, &content), ARB_OK);
     content.bytes = "content";
   }
-  void TearDown() override {
-    EXPECT_EQ(CompWriteRemoveWriter(&context), ARB_OK);
-    fs::remove_all(literal(top));
-  }
+  void TearDown() override { EXPECT_EQ(CompWriteRemoveWriter(&context), ARB_OK); }
 
   std::uint32_t write(FileChild&& file) { return CompWriteFile(&context, file.get(), 0); }
 
   // Everything below a directory, relative to it; directories are left out when they hold something.
-  static std::set<std::u16string> entries(const fs::path& directory) {
-    std::set<std::u16string> found;
+  static Entries entries(const fs::path& directory) {
+    Entries found;
     const fs::path base = literal(directory);
     for (const auto& entry : fs::recursive_directory_iterator(base)) {
       if (entry.is_symlink() || !entry.is_directory() || fs::is_empty(entry)) {
@@ -119,13 +108,12 @@ class CompWrite : public ::testing::Test {
     return found;
   }
 
-  fs::path top;
-  fs::path out;
+  const test::TemporaryFolder folder;
+  const fs::path top = folder.path;
+  const fs::path out = top / u"\u00F6ut";
   ArbHostContext context{};
   Content content;
 };
-
-using Entries = std::set<std::u16string>;
 
 }  // namespace arbtree::compwritetest
 

@@ -3,8 +3,9 @@
 
 #include <gtest/gtest.h>
 
-#include <thread>
 #include <vector>
+
+#include "support/threads.h"
 
 namespace {
 
@@ -150,23 +151,14 @@ TEST_F(ElemDefs, AStaleContextStaysStale) {
 }
 
 TEST_F(ElemDefs, ThreadsDoNotDisturbEachOther) {
-  std::vector<std::thread> threads;
-  std::vector<int> failures(4);
-  for (std::uint32_t t = 0; t < failures.size(); ++t) {
-    threads.emplace_back([t, &failures] {
-      for (int i = 0; i < 2000; ++i) {
-        ElemDefsHandle own = nullptr;
-        std::uint32_t count = 0;
-        const bool served = ElemDefsCreate(&own) == ARB_OK &&
-                            ElemDefsRegisterNamespace(100 + t, makeNothing, destroyNothing, t) == ARB_OK &&
-                            ElemDefsGetElementCount(own, 100 + t, &count) == ARB_OK && count == t &&
-                            ElemDefsUnregisterNamespace(100 + t) == ARB_OK && ElemDefsDestroy(own) == ARB_OK;
-        failures[t] += !served;
-      }
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
-  EXPECT_EQ(failures, std::vector<int>(failures.size()));
+  arbtree::test::onFourThreads(2000, [](std::uint32_t t, std::uint32_t) {
+    ElemDefsHandle own = nullptr;
+    std::uint32_t count = 0;
+    return ElemDefsCreate(&own) == ARB_OK &&
+           ElemDefsRegisterNamespace(100 + t, makeNothing, destroyNothing, t) == ARB_OK &&
+           ElemDefsGetElementCount(own, 100 + t, &count) == ARB_OK && count == t &&
+           ElemDefsUnregisterNamespace(100 + t) == ARB_OK && ElemDefsDestroy(own) == ARB_OK;
+  });
 }
 
 }  // namespace

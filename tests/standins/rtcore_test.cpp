@@ -3,8 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include <thread>
-#include <vector>
+#include "support/threads.h"
 
 namespace {
 
@@ -33,19 +32,10 @@ TEST(RtCore, TranslatesByDefaultAndAsSet) {
 }
 
 TEST(RtCore, ThreadsDoNotDisturbEachOther) {
-  std::vector<std::thread> threads;
-  std::vector<int> failures(4);
-  for (std::uint32_t t = 0; t < failures.size(); ++t) {
-    threads.emplace_back([t, &failures] {
-      for (std::uint32_t i = 0; i < 2000; ++i) {
-        const bool served = RtSetTranslation(t, i) == ARB_OK && RtTranslateException(t) == i &&
-                            RtTranslateException(1000) == RT_STATUS_EXCEPTION && RtRemoveTranslation(t) == ARB_OK;
-        failures[t] += !served;
-      }
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
-  EXPECT_EQ(failures, std::vector<int>(failures.size()));
+  arbtree::test::onFourThreads(2000, [](std::uint32_t t, std::uint32_t round) {
+    return RtSetTranslation(t, round) == ARB_OK && RtTranslateException(t) == round &&
+           RtTranslateException(1000) == RT_STATUS_EXCEPTION && RtRemoveTranslation(t) == ARB_OK;
+  });
 }
 
 }  // namespace

@@ -6,10 +6,9 @@
 #include <cstdlib>
 #include <cstring>
 #include <string>
-#include <thread>
-#include <vector>
 
 #include "arbtree/baseutil.h"
+#include "support/threads.h"
 
 #ifdef _WIN32
 #include <windows.h>
@@ -152,26 +151,16 @@ TEST(SrcAccess, FormatsAndTheirBounds) {
 }
 
 TEST(SrcAccess, ThreadsDoNotDisturbEachOther) {
-  std::vector<std::thread> threads;
-  std::vector<int> failures(4);
-  for (std::uint32_t t = 0; t < failures.size(); ++t) {
-    threads.emplace_back([t, &failures] {
-      const std::u16string path(t + 1, static_cast<char16_t>(u'a' + t));
-      const std::string extension(t + 1, static_cast<char>('a' + t));
-      for (int i = 0; i < 1000; ++i) {
-        std::uint32_t source = 0;
-        std::uint32_t handle = 0;
-        SrcFormatInfo info{};
-        const bool served =
-            SrcOpen(path.c_str(), nullptr, &source) == ARB_OK && SrcGetFileHandle(source, &handle) == ARB_OK &&
-            pathOf(handle) == path && SrcClose(source) == ARB_OK && SrcRegisterFormat(t, extension.c_str()) == ARB_OK &&
-            SrcGetFormatInfo(t, 0, &info) == ARB_OK && extension == info.extension && SrcUnregisterFormat(t) == ARB_OK;
-        failures[t] += !served;
-      }
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
-  EXPECT_EQ(failures, std::vector<int>(failures.size()));
+  arbtree::test::onFourThreads(1000, [](std::uint32_t t, std::uint32_t) {
+    const std::u16string path(t + 1, static_cast<char16_t>(u'a' + t));
+    const std::string extension(t + 1, static_cast<char>('a' + t));
+    std::uint32_t source = 0;
+    std::uint32_t handle = 0;
+    SrcFormatInfo info{};
+    return SrcOpen(path.c_str(), nullptr, &source) == ARB_OK && SrcGetFileHandle(source, &handle) == ARB_OK &&
+           pathOf(handle) == path && SrcClose(source) == ARB_OK && SrcRegisterFormat(t, extension.c_str()) == ARB_OK &&
+           SrcGetFormatInfo(t, 0, &info) == ARB_OK && extension == info.extension && SrcUnregisterFormat(t) == ARB_OK;
+  });
 }
 
 }  // namespace

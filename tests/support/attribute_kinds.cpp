@@ -7,6 +7,7 @@
 
 #include "arbtree/elemdefs.h"
 #include "platform/heap.h"
+#include "support/ok.h"
 
 namespace arbtree::test {
 
@@ -89,8 +90,8 @@ std::uint32_t ARB_CALL destroy(ArbNode* node) {
 
 void addAttributeKinds(ArbTree* tree) {
   static const std::uint32_t registered = ElemDefsRegisterNamespace(kAttributeNamespace, make, destroy, 1);
-  EXPECT_EQ(ARB_OK, registered);
-  EXPECT_EQ(ARB_OK, ArbTreeAddNodeFactory(tree, kAttributeNamespace));
+  ok(registered);
+  ok(ArbTreeAddNodeFactory(tree, kAttributeNamespace));
 }
 
 RefusingFactory::RefusingFactory(std::uint32_t passes) {

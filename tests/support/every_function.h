@@ -55,6 +55,7 @@ struct FunctionCall {
   std::uint32_t expected;
   std::function<std::uint32_t(Content&)> call;
   std::uint32_t mode = 0;
+  std::function<std::uint32_t(Content&)> withNull = nullptr;  // the call with null as its first argument
 };
 
 const std::vector<FunctionCall>& everyFunction();

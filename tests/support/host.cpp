@@ -23,7 +23,7 @@ Host::Host(std::uint32_t mode, std::uint32_t source, const char16_t* nameTemplat
   context.producerArg1 = handle_;
   context.producerArg2 = kArgument2;
   context.producerArg3 = kArgument3;
-  EXPECT_EQ(ARB_OK, ArbDocumentCreate(source, &context, nameTemplate, handle_, mode, &document));
+  ok(ArbDocumentCreate(source, &context, nameTemplate, handle_, mode, &document));
 }
 
 Host::~Host() {
@@ -33,9 +33,7 @@ Host::~Host() {
 }
 
 void Host::destroy() {
-  if (document) {
-    EXPECT_EQ(ARB_OK, ArbDocumentDestroy(document));
-  }
+  if (document) ok(ArbDocumentDestroy(document));
   document = nullptr;
 }
 
@@ -46,7 +44,7 @@ Host& Host::then(Step step) {
 
 void Host::record(bool kinds) {
   if (kinds) elementTrace = &events;
-  EXPECT_EQ(ARB_OK, ArbDocumentRegisterCallback(document, Recorder::onEvent, &events));
+  ok(ArbDocumentRegisterCallback(document, Recorder::onEvent, &events));
 }
 
 std::uint32_t ARB_CALL Host::startEntry(std::uint32_t handle, std::uint32_t argument2, std::uint32_t argument3) {
@@ -71,22 +69,32 @@ ArbStatus Host::run(const char* entry, std::uint32_t argument2, std::uint32_t ar
   return endResult;
 }
 
-ArbTree* Host::makeTree() {
+ArbTree* Host::makeTree(ArbForest* parent, const char16_t* nameTemplate) {
   ArbTree* tree = nullptr;
   events.setName(document->nodeCounter + 1, "root");
-  EXPECT_EQ(ARB_OK, ArbDocumentCreateTree(document, u"tree", &tree));
-  EXPECT_EQ(ARB_OK, ArbTreeAddNodeFactory(tree, kTestNamespace));
-  EXPECT_EQ(ARB_OK, ArbForestAppendChild(document->rootForest, asChild(tree)));
+  ok(ArbDocumentCreateTree(document, nameTemplate, &tree));
+  ok(ArbTreeAddNodeFactory(tree, kTestNamespace));
+  ok(ArbForestAppendChild(parent ? parent : document->rootForest, asChild(tree)));
   return tree;
 }
 
 ArbForest* Host::makeForest(ArbForest* parent, const char16_t* nameTemplate) {
   ArbForest* forest = nullptr;
-  EXPECT_EQ(ARB_OK, ArbDocumentCreateForest(document, nameTemplate, &forest));
-  if (parent) {
-    EXPECT_EQ(ARB_OK, ArbForestAppendChild(parent, asChild(forest)));
-  }
+  ok(ArbDocumentCreateForest(document, nameTemplate, &forest));
+  if (parent) ok(ArbForestAppendChild(parent, asChild(forest)));
   return forest;
+}
+
+ArbFile* Host::makeFile(const char16_t* nameTemplate, std::uint16_t formatId) {
+  ArbFile* file = nullptr;
+  ok(ArbDocumentCreateFile(document, nameTemplate, formatId, &file));
+  return file;
+}
+
+ArbString* Host::makeString(const std::u16string& text) {
+  ArbString* string = nullptr;
+  ok(ArbDocumentCreateString(document, text.c_str(), &string));
+  return string;
 }
 
 ArbNode* Host::make(ArbTree* tree, const std::string& name, std::uint32_t id, ArbNodeRef* cell) {
@@ -100,6 +108,12 @@ ArbNode* Host::make(ArbTree* tree, const std::string& name, std::uint32_t id, Ar
 ArbNode* Host::append(ArbNode* parent, const std::string& name, std::uint32_t id) {
   ArbNode* const node = make(parent->tree, name, id);
   EXPECT_EQ(ARB_OK, ArbNodeAppendChild(parent, node)) << name;
+  return node;
+}
+
+ArbNode* Host::appendText(ArbNode* parent, const std::u16string& value, std::uint32_t id) {
+  ArbNode* const node = append(parent, "t", id);
+  ok(ArbAbstractTextNodeSetValue(node, value.data(), static_cast<std::uint32_t>(value.size())));
   return node;
 }
 

@@ -15,6 +15,7 @@
 #include "arbtree/arbtree.h"
 #include "document/document.h"
 #include "support/elements.h"
+#include "support/ok.h"
 #include "support/recorder.h"
 
 namespace arbtree::test {
@@ -43,12 +44,20 @@ class Host {
   // Registers the recorder for events; `kinds` makes factory and destroyer of the test namespace write to it as well.
   void record(bool kinds = false);
 
-  // A tree in the root forest, with the test namespace registered; the root node is named "root".
-  ArbTree* makeTree();
-  // A forest named "f", in `parent` unless that is null.
+  // Production ends without a step.
+  void end() { EXPECT_EQ(ARB_STATUS_END, ArbDocumentReadAhead(document)); }
+
+  // A tree in the root forest or in `parent`, with the test namespace registered; the root node is named "root".
+  ArbTree* makeTree(ArbForest* parent = nullptr, const char16_t* nameTemplate = u"tree");
+  // A forest in `parent` unless that is null.
   ArbForest* makeForest(ArbForest* parent, const char16_t* nameTemplate = u"f");
+  // A file in no forest.
+  ArbFile* makeFile(const char16_t* nameTemplate, std::uint16_t formatId = 7);
+  ArbString* makeString(const std::u16string& text);
   ArbNode* make(ArbTree* tree, const std::string& name, std::uint32_t id = elementId(1), ArbNodeRef* cell = nullptr);
   ArbNode* append(ArbNode* parent, const std::string& name, std::uint32_t id = elementId(1));
+  // A child named "t" with a value.
+  ArbNode* appendText(ArbNode* parent, const std::u16string& value, std::uint32_t id = ARB_ELEM_TEXT);
 
   // Destroys the document before the Host goes.
   void destroy();
@@ -69,6 +78,15 @@ class Host {
 ArbNode* resolve(const ArbNodeRef* cell);
 ArbNode* rootOf(ArbTree* tree);
 ArbForestChild* asChild(void* forestFileOrTree);
+
+// Nearly every test begins with a tree.
+class TreeTest : public testing::Test {
+ protected:
+  explicit TreeTest(std::uint32_t mode = 0) : host(mode) {}
+  Host host;
+  ArbTree* const tree = host.makeTree();
+  ArbNode* const root = rootOf(tree);
+};
 
 // A result variable that no call has written yet holds this.
 ArbNode* untouchedNode();

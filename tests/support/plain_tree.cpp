@@ -33,6 +33,22 @@ Answer PlainTree::get(Relative first, Relative next, const PlainNode* from, std:
   return {ARB_OK, node, node != nullptr};
 }
 
+ArbStatus PlainTree::pushCursor(const PlainNode* node) {
+  const std::uint32_t entry = cursorDepth++;
+  if (producerOnly) return ARB_ERR_MODE;
+  if (entry >= std::size(cursors_)) return ARB_ERR_CURSORSTACK;
+  cursors_[entry] = node ? std::optional(node->cell) : std::nullopt;
+  return ARB_OK;
+}
+
+Answer PlainTree::popCursor() {
+  if (producerOnly) return {ARB_ERR_MODE};
+  if (cursorDepth == 0) return {ARB_ERR_CURSORSTACK};
+  if (--cursorDepth >= std::size(cursors_)) return {ARB_OK};
+  const std::optional<Place>& place = cursors_[cursorDepth];
+  return {ARB_OK, place ? nodeAt(*place) : nullptr, true};
+}
+
 Place PlainTree::createReference(ArbNodeRef* real, ArbString* name) {
   const Place place = take();
   at(place) = name ? ArbNodeRef{ARB_REF_NAMED, reinterpret_cast<std::uintptr_t>(name)}

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -70,7 +71,7 @@ class PlainTree {
   const bool producerOnly;
   bool callback = false;              // events are told
   std::vector<std::uint32_t> hooked;  // the kinds that have hooks
-  std::uint32_t numbers = 0, chunkNodes = 0, chunkBytes = 0;
+  std::uint32_t numbers = 0, chunkNodes = 0, chunkBytes = 0, cursorDepth = 0;
   std::vector<Happening> happened;
   std::vector<std::unique_ptr<PlainNode>> nodes;  // the living ones; the root is the first
   std::vector<std::vector<ArbNodeRef>> cells;     // by block and index, as far as they were ever used
@@ -86,6 +87,10 @@ class PlainTree {
   Answer search(Relative first, Relative next, bool wait, const PlainNode* from, std::uint32_t id) const;
   // The Get calls: only the producer's release of the node itself is in their way.
   static Answer get(Relative first, Relative next, const PlainNode* from, std::uint32_t id);
+
+  // Positions are cells, so that a popped one leads to whatever node the cell leads to by then.
+  ArbStatus pushCursor(const PlainNode* node);
+  Answer popCursor();
 
   // A reference made ahead; the slot is the lowest free one.
   Place createReference(ArbNodeRef* real, ArbString* name);
@@ -134,6 +139,7 @@ class PlainTree {
   void settleCell(const PlainNode& node);
 
   PlainPool pool_;
+  std::optional<Place> cursors_[128];
 };
 
 }  // namespace arbtree::test

@@ -3,14 +3,15 @@
 #include <gtest/gtest.h>
 
 #include "support/elements.h"
+#include "support/ok.h"
 
 namespace arbtree::test {
 
 void registerTestNamespaces() {
   static const bool done = [] {
-    EXPECT_EQ(ARB_OK, ElemDefsRegisterNamespace(kTestNamespace, makeElement, destroyElement, 16));
+    ok(ElemDefsRegisterNamespace(kTestNamespace, makeElement, destroyElement, 16));
     for (std::uint32_t i = 0; i < kManyNamespaceCount; ++i) {
-      EXPECT_EQ(ARB_OK, ElemDefsRegisterNamespace(kManyNamespaces + i, makeElement, destroyElement, i));
+      ok(ElemDefsRegisterNamespace(kManyNamespaces + i, makeElement, destroyElement, i));
     }
     return true;
   }();
@@ -19,15 +20,13 @@ void registerTestNamespaces() {
 
 std::uint32_t codeTranslatedTo(std::uint32_t status) {
   const std::uint32_t code = 0xC0000000u + status;
-  EXPECT_EQ(ARB_OK, RtSetTranslation(code, status));
+  ok(RtSetTranslation(code, status));
   return code;
 }
 
-Source::Source(const char16_t* inputPath, const char16_t* outputPath) {
-  EXPECT_EQ(ARB_OK, SrcOpen(inputPath, outputPath, &handle_));
-}
+Source::Source(const char16_t* inputPath, const char16_t* outputPath) { ok(SrcOpen(inputPath, outputPath, &handle_)); }
 
-Source::~Source() { EXPECT_EQ(ARB_OK, SrcClose(handle_)); }
+Source::~Source() { ok(SrcClose(handle_)); }
 
 StatusAnswer::StatusAnswer(std::uint32_t answer) : answer_(answer) {
   const BaseHostFunctions functions{onStatus, nullptr, this};

@@ -31,8 +31,6 @@ void grow(ArbNode* top, std::uint32_t count, bool deep) {
   }
 }
 
-void ok(ArbStatus status) { EXPECT_EQ(ARB_OK, status); }
-
 // Every node by itself, from the top down: the last one frees all.
 template <typename Call>
 void releaseEach(ArbNode* top, Call call) {

@@ -39,7 +39,7 @@ void expectValue(const Owner& owner, std::uint32_t key, const char* bytes, std::
   char buffer[32];
   std::memset(buffer, '#', sizeof buffer);
   std::uint32_t got = sizeof buffer;
-  EXPECT_EQ(ARB_OK, owner.get(key, buffer, &got));
+  ok(owner.get(key, buffer, &got));
   EXPECT_EQ(size, got);
   EXPECT_EQ(0, std::memcmp(buffer, bytes, size));
   EXPECT_EQ('#', buffer[size]);
@@ -53,20 +53,20 @@ TEST(Metadata, Reading) {
     EXPECT_EQ(3u, size);
     for (const std::uint32_t length : {3u, 6u}) {
       SCOPED_TRACE(length);
-      EXPECT_EQ(ARB_OK, owner.set(7, kBytes, length));
+      ok(owner.set(7, kBytes, length));
       EXPECT_EQ(ARB_ERR_NOTFOUND, owner.get(8, buffer, &size));
       size = length - 1;
       EXPECT_EQ(ARB_OK, owner.get(7, buffer, &size)) << "too small";
       EXPECT_EQ(length, size);
       EXPECT_STREQ("#######", buffer);
       size = 0;
-      EXPECT_EQ(ARB_OK, owner.get(7, nullptr, &size));
+      ok(owner.get(7, nullptr, &size));
       EXPECT_EQ(length, size);
       size = 100;
-      EXPECT_EQ(ARB_OK, owner.get(7, nullptr, &size));
+      ok(owner.get(7, nullptr, &size));
       EXPECT_EQ(length, size);
-      EXPECT_EQ(ARB_OK, owner.get(7, nullptr, nullptr));
-      EXPECT_EQ(ARB_OK, owner.get(7, buffer, nullptr));
+      ok(owner.get(7, nullptr, nullptr));
+      ok(owner.get(7, buffer, nullptr));
       EXPECT_EQ(0, std::memcmp(buffer, kBytes, length));
       size = length;
       EXPECT_EQ(ARB_OK, owner.get(7, buffer, &size)) << "exact";
@@ -74,7 +74,7 @@ TEST(Metadata, Reading) {
       std::memcpy(buffer, "#######", 8);
       size = 0;
     }
-    EXPECT_EQ(ARB_OK, owner.set(9, nullptr, 0));
+    ok(owner.set(9, nullptr, 0));
     size = 5;
     EXPECT_EQ(ARB_OK, owner.get(9, buffer, &size)) << "an empty value is there";
     EXPECT_EQ(0u, size);
@@ -83,17 +83,17 @@ TEST(Metadata, Reading) {
 
 TEST(Metadata, AFailedAllocationKeepsTheOldValue) {
   forEachOwner([](const Owner& owner) {
-    EXPECT_EQ(ARB_OK, owner.set(7, kBytes, 6));
+    ok(owner.set(7, kBytes, 6));
     heap::testing::failAllocation(1, true);
-    EXPECT_EQ(ARB_OK, owner.set(7, kBytes + 1, 9));
+    ok(owner.set(7, kBytes + 1, 9));
     EXPECT_TRUE(heap::testing::failureFired());
-    EXPECT_EQ(ARB_OK, owner.set(8, kBytes, 2));
-    EXPECT_EQ(ARB_OK, owner.set(9, kBytes, 9));
+    ok(owner.set(8, kBytes, 2));
+    ok(owner.set(9, kBytes, 9));
     heap::testing::stopFailing();
     expectValue(owner, 7, kBytes, 6);
     EXPECT_EQ(ARB_ERR_NOTFOUND, owner.get(8, nullptr, nullptr));
     EXPECT_EQ(ARB_ERR_NOTFOUND, owner.get(9, nullptr, nullptr));
-    EXPECT_EQ(ARB_OK, owner.set(8, kBytes, 2));
+    ok(owner.set(8, kBytes, 2));
     expectValue(owner, 8, kBytes, 2);
   });
 }

@@ -20,25 +20,27 @@ namespace arbtree::test {
 namespace {
 
 constexpr std::uint32_t kNamespace = 23;
-constexpr std::uint32_t kKind = elementId(1, kNamespace);
+constexpr std::uint32_t kKind = elementId(1, kNamespace), kTopKind = elementId(1, kNamespace, 3);
 constexpr std::uint32_t kKinds[] = {kKind,
                                     kKind,
-                                    kKind,
+                                    kTopKind,
                                     ARB_ELEM_TEXT,
                                     ARB_ELEM_TEXT_3,
                                     ARB_ELEM_TEXT_4,
                                     ARB_ELEM_ENCODED_BYTES,
                                     ARB_ELEM_EXTERNAL_REFERENCE};
+constexpr std::uint32_t kOtherIds[] = {ARB_ELEM_ROOT, 1, elementId(1, kNamespace + 1)};
+
+// Nodes of another tree: a loose one, and one that is linked.
+ArbNode* foreign[2];
 
 // What the library told the host's functions since the last look.
 std::vector<Happening> happened;
 
-std::uint32_t ARB_CALL make(ArbTree*, std::uint32_t, ArbNode** node) {
-  static const ArbNodeType type = [] {
-    ArbNodeType made{};
-    made.elementId = kKind;
-    return made;
-  }();
+std::uint32_t ARB_CALL make(ArbTree*, std::uint32_t id, ArbNode** node) {
+  static ArbNodeType kind{}, topKind{};
+  ArbNodeType& type = id == kKind ? kind : topKind;
+  type.elementId = id;
   happened.push_back({kMade, 0});
   *node = heap::allocateRecord<ArbNode>();
   (*node)->size = sizeof(ArbNode);
@@ -78,11 +80,11 @@ class Sequence {
     EXPECT_EQ(ARB_STATUS_END, ArbDocumentReadAhead(host_.document));
     for (const char16_t* const text : {u"a", u"b", u"c"}) {
       names_.push_back(nullptr);
-      EXPECT_EQ(ARB_OK, ArbDocumentCreateString(host_.document, text, &names_.back()));
+      ok(ArbDocumentCreateString(host_.document, text, &names_.back()));
     }
-    EXPECT_EQ(ARB_OK, ArbDocumentCreateTree(host_.document, nullptr, &tree_));
-    EXPECT_EQ(ARB_OK, ArbTreeAddNodeFactory(tree_, kNamespace));
-    EXPECT_EQ(ARB_OK, ArbForestAppendChild(host_.document->rootForest, asChild(tree_)));
+    ok(ArbDocumentCreateTree(host_.document, nullptr, &tree_));
+    ok(ArbTreeAddNodeFactory(tree_, kNamespace));
+    ok(ArbForestAppendChild(host_.document->rootForest, asChild(tree_)));
     model_.createNode(rootOf(tree_), ARB_ELEM_ROOT, nullptr, nullptr);
     if (random_() % 2) toggleCallback(nullptr, nullptr);
     if (random_() % 4 == 0) toggleHooks(nullptr, nullptr);
@@ -163,7 +165,7 @@ class Sequence {
     append(a, made);
   }
   void setText(PlainNode* a, PlainNode*) {
-    if (a->kind == kKind || a->kind == ARB_ELEM_EXTERNAL_REFERENCE || a == model_.root()) return;
+    if (a->kind == kKind || a->kind == kTopKind || a->kind == ARB_ELEM_EXTERNAL_REFERENCE || a == model_.root()) return;
     const auto units = static_cast<std::uint32_t>(random_() % 6);
     expectStatus(ARB_OK, ArbAbstractTextNodeSetValue(a->real, u"text..", units));
     a->bytes = a->real->size + 2 * units;
@@ -175,6 +177,16 @@ class Sequence {
   }
   void insert(PlainNode* a, PlainNode* b) {
     if (!b->contains(a)) expectStatus(model_.insert(a, b), ArbNodeInsertSiblingBefore(a->real, b->real));
+  }
+  void linkForeign(PlainNode* a, PlainNode*) {
+    for (ArbNode* const node : foreign) {
+      const bool linked = (node->flags & ARB_NODE_LINKED) != 0;
+      const ArbStatus status = linked                           ? ARB_ERR_ATTACHED
+                               : a->has(ARB_NODE_CHILDREN_DONE) ? ARB_ERR_CLOSED
+                                                                : ARB_ERR_FOREIGN;
+      expectStatus(status, ArbNodeAppendChild(a->real, node));
+      expectStatus(model_.producerOnly ? status : ARB_ERR_MODE, ArbNodeInsertSiblingBefore(a->real, node));
+    }
   }
   void remove(PlainNode* a, PlainNode*) {
     if (a != model_.root()) expectStatus(model_.remove(a), ArbNodeRemoveFromTree(a->real));
@@ -280,11 +292,31 @@ class Sequence {
       const ArbStatus status = row.call(a->real, &result);
       expectAnswer(model_.step(row.to, row.wait, a), status, result);
     }
-    std::uint32_t count = 77;
-    const Answer last = model_.step(R::kLastChild, false, a);
-    expectStatus(last.status, ArbNodeQueryChildCount(a->real, &count));
-    const bool counted = last.status == ARB_OK || last.status == ARB_ERR_NOTREADY;
-    expect("child count", count == (counted ? a->count : 0));
+    for (const bool wait : {false, true}) {
+      std::uint32_t count = 77;
+      const ArbStatus status = model_.step(R::kLastChild, wait, a).status;
+      expectStatus(status, (wait ? ArbNodeWaitChildCount : ArbNodeQueryChildCount)(a->real, &count));
+      const bool counted =
+          wait ? a->has(ARB_NODE_CHILDREN_DONE) && status == ARB_OK : status == ARB_OK || status == ARB_ERR_NOTREADY;
+      expect("child count", count == (counted ? a->count : 0));
+    }
+  }
+  // Often one position; at times so many that the stack gets full or empty.
+  std::uint32_t howMany() { return random_() % 3 ? 1 : 70; }
+  void pushCursors(PlainNode* a, PlainNode*) {
+    const PlainNode* const node = random_() % 8 ? a : nullptr;
+    for (std::uint32_t i = howMany(); i > 0; --i) {
+      expectStatus(model_.pushCursor(node), ArbTreePushCursor(tree_, node ? node->real : nullptr));
+    }
+    expect("depth of the cursors", model_.cursorDepth == tree_->cursorDepth);
+  }
+  void popCursors(PlainNode*, PlainNode*) {
+    for (std::uint32_t i = howMany(); i > 0; --i) {
+      ArbNode* result = untouchedNode();
+      const ArbStatus status = ArbTreePopCursor(tree_, &result);
+      expectAnswer(model_.popCursor(), status, result);
+    }
+    expect("depth of the cursors", model_.cursorDepth == tree_->cursorDepth);
   }
   void search(PlainNode* a, PlainNode*) {
     using R = Relative;
@@ -300,7 +332,8 @@ class Sequence {
                                {ArbNodeWaitFirstChildByElementId, R::kFirstChild, R::kNextSibling, 'w'},
                                {ArbNodeWaitNextSiblingByElementId, R::kNextSibling, R::kNextSibling, 'w'},
                                {ArbNodeWaitAncestorByElementId, R::kParent, R::kParent, 'w'}};
-    const std::uint32_t id = random_() % 4 ? kKinds[random_() % std::size(kKinds)] : std::uint32_t{ARB_ELEM_ROOT};
+    const std::uint32_t id =
+        random_() % 4 ? kKinds[random_() % std::size(kKinds)] : kOtherIds[random_() % std::size(kOtherIds)];
     for (const Row& row : rows) {
       Answer answer = row.form == 'g' ? PlainTree::get(row.first, row.next, a, id)
                                       : model_.search(row.first, row.next, row.form == 'w', a, id);
@@ -413,6 +446,7 @@ const Sequence::WeightedCall Sequence::kCalls[] = {
     {"set text", 1, &Sequence::setText},
     {"append", 3, &Sequence::append},
     {"insert", 3, &Sequence::insert},
+    {"link foreign", 1, &Sequence::linkForeign},
     {"remove", 2, &Sequence::remove},
     {"transfer", 2, &Sequence::transfer},
     {"destroy", 1, &Sequence::simple<&PlainTree::destroy, ArbNodeDestroy>},
@@ -435,6 +469,8 @@ const Sequence::WeightedCall Sequence::kCalls[] = {
     {"read reference", 2, &Sequence::readReference},
     {"navigate", 2, &Sequence::navigate},
     {"search", 2, &Sequence::search},
+    {"push cursors", 1, &Sequence::pushCursors},
+    {"pop cursors", 1, &Sequence::popCursors},
     {"toggle callback", 1, &Sequence::toggleCallback},
     {"toggle hooks", 1, &Sequence::toggleHooks},
 };
@@ -452,6 +488,10 @@ const std::vector<const Sequence::WeightedCall*>& Sequence::drawn() {
 void runSequences(std::uint32_t mode) {
   static const std::uint32_t registered = ElemDefsRegisterNamespace(kNamespace, make, destroy, 1);
   ASSERT_EQ(ARB_OK, registered);
+  Host elsewhere(mode);
+  ArbNode* const otherRoot = rootOf(elsewhere.makeTree());
+  foreign[0] = elsewhere.make(otherRoot->tree, "loose");
+  foreign[1] = elsewhere.append(otherRoot, "linked");
   const char* const given = std::getenv("ARBTREE_SEQUENCES");
   const unsigned long count = given ? std::strtoul(given, nullptr, 0) : 60'000;
   const std::uint32_t seed = testSeed();
@@ -463,6 +503,7 @@ void runSequences(std::uint32_t mode) {
     }
     ASSERT_EQ(blocks, heap::testing::liveBlocks()) << "blocks of the heap, ARBTREE_SEED=" << seed + i;
   }
+  ok(ArbNodeDestroy(foreign[0]));
 }
 
 TEST(Random, CallsWithAConsumerAgreeWithAPlainTree) { runSequences(0); }

@@ -42,7 +42,7 @@ class Writer {
     ArbNode* const node = open_.back();
     open_.pop_back();
     if (!release) return ArbNodeProducerDoneSubtree(node);
-    EXPECT_EQ(ARB_OK, ArbNodeProducerDoneSubtree(node));
+    ok(ArbNodeProducerDoneSubtree(node));
     return ArbNodeProducerReleaseSubtree(node);
   }
 
@@ -56,14 +56,12 @@ class Reader {
 
   std::string read() {
     ArbForestChild* child = nullptr;
-    EXPECT_EQ(ARB_OK, settle([&] { return ArbForestQueryFirstChild(host_.document->rootForest, &child); },
-                             [&] { return ArbForestWaitFirstChild(host_.document->rootForest, &child); }));
+    ok(settle([&] { return ArbForestQueryFirstChild(host_.document->rootForest, &child); },
+              [&] { return ArbForestWaitFirstChild(host_.document->rootForest, &child); }));
     ArbNode* root = nullptr;
-    EXPECT_EQ(ARB_OK, ArbTreeWaitRootNode(reinterpret_cast<ArbTree*>(child), &root));
+    ok(ArbTreeWaitRootNode(reinterpret_cast<ArbTree*>(child), &root));
     const std::string text = visit(root);
-    if (setting_.consumerSubtree) {
-      EXPECT_EQ(ARB_OK, ArbForestChildConsumerRelease(child));
-    }
+    if (setting_.consumerSubtree) ok(ArbForestChildConsumerRelease(child));
     return text;
   }
 
@@ -82,17 +80,15 @@ class Reader {
   std::string visit(ArbNode* node) {
     std::string text = host_.events.nameOf(node);
     ArbNode* child = nullptr;
-    EXPECT_EQ(ARB_OK, settle([&] { return ArbNodeQueryFirstChild(node, &child); },
-                             [&] { return ArbNodeWaitFirstChild(node, &child); }));
+    ok(settle([&] { return ArbNodeQueryFirstChild(node, &child); },
+              [&] { return ArbNodeWaitFirstChild(node, &child); }));
     if (child) text += "(";
     while (child) {
       text += visit(child);
       ArbNode* next = nullptr;
-      EXPECT_EQ(ARB_OK, settle([&] { return ArbNodeQueryNextSibling(child, &next); },
-                               [&] { return ArbNodeWaitNextSibling(child, &next); }));
-      if (!setting_.consumerSubtree) {
-        EXPECT_EQ(ARB_OK, ArbNodeConsumerRelease(child));
-      }
+      ok(settle([&] { return ArbNodeQueryNextSibling(child, &next); },
+                [&] { return ArbNodeWaitNextSibling(child, &next); }));
+      if (!setting_.consumerSubtree) ok(ArbNodeConsumerRelease(child));
       text += next ? " " : ")";
       child = next;
     }
