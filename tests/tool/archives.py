@@ -3,6 +3,7 @@ import json
 import os
 import subprocess
 import sys
+import tarfile
 import tempfile
 import unittest
 
@@ -147,6 +148,24 @@ class Nested(InFolder):
     def test_listings_do_not_depend_on_the_chunk_size(self):
         for chunk_bytes in ["1", "300", "1000000"]:
             self.assertEqual(run("ls", "-", data=NESTED).out, run("ls", "--chunk-bytes", chunk_bytes, "-", data=NESTED).out)
+
+    # Members whose kind shows at once, late in their beginning, only in all of a tar header, or never.
+    KINDS = {"declared": (XML, "tree"), "blank.xml": (b" " * 300 + b"<r/>", "tree"), "blank": (b" " * 300 + b"<r/>", "file"),
+             "blanker.xml": (b" " * 600 + b"<r/>", "file"), "r.xml": (b"no markup", "file"), "short": (b"P", "file"),
+             "zip": (make_zip([("x", b"1")]), "forest"), "tar": (tar([("x", b"1")], tarfile.GNU_FORMAT), "forest"),
+             "packed": (packed("gzip", tar([("x", b"1")])), "forest"), "digits": (b"7" * 1000, "file"), "empty": (b"", "file"),
+             "words": (b"some words in lines\n" * 1000, "file"), "random": (bytes(range(256)) * 40, "file")}
+
+    def test_kinds_do_not_depend_on_how_the_archive_is_read(self):
+        members = [(name, content) for name, (content, _) in self.KINDS.items()]
+        for data in [tar(members), make_zip(members), make_zip(members[::-1])]:
+            for path, kind_of in [("-", ""), (self.write("a", data), ""), (self.write("n", tar([("n", data)])), "n/")]:
+                found = [json.loads(line) for line in run("ls", "--json", path, data=data if path == "-" else None).out.splitlines()]
+                kinds = {member["path"][len(kind_of):]: member["kind"] for member in found if member["path"] != "n"}
+                self.assertEqual({name: kind for name, (_, kind) in self.KINDS.items()},
+                                 {name: kind for name, kind in kinds.items() if "/" not in name})
+                self.assertEqual([member["path"] for member in found],
+                                 run("ls", path, data=data if path == "-" else None).out.decode().splitlines())
 
     def test_details(self):
         entry = tar_entry("dir/link", type=b"2", linkname="t\nx", mtime=0, mode=0o777)
