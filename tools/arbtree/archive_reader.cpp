@@ -211,7 +211,7 @@ std::unique_ptr<ByteSource> decompress(ByteSource& source, Budget& budget) {
 }
 
 std::optional<std::string_view> ArchiveFeed::next() {
-  constexpr std::size_t kPieceBytes = 192;
+  constexpr std::size_t kPieceBytes = 160;
   if (rest_.empty()) {
     const auto block = source_.next();
     if (!block) return std::nullopt;
