@@ -9,7 +9,7 @@ import unittest
 
 sys.dont_write_bytecode = True
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "support"))
-from archives import XML, bsdtar, make_zip, packed, tar, tar_entry, tree_of  # noqa: E402
+from archives import XML, bsdtar, make_old, make_zip, packed, tar, tar_entry, tree_of  # noqa: E402
 from tool import ENVIRONMENT, TIMEOUT, canonical, run, stats  # noqa: E402
 
 FORMATS = {"tar": ("gnutar", []), "tar.gz": ("pax", ["-z"]), "tar.bz2": ("ustar", ["-j"]), "tar.xz": ("pax", ["-J"]),
@@ -53,6 +53,8 @@ class Formats(InFolder):
         for name, data in FILES.items():
             self.write("in/" + name, data)
         os.symlink("b.xml", os.path.join(self.folder, "in/dir/link"))
+        os.chmod(self.new_folder("in/dir/closed"), 0o500)
+        make_old(self.folder + "/in")
         for extension, (form, filters) in FORMATS.items():
             with self.subTest(extension):
                 names = ["a.txt", "dir"]
@@ -125,6 +127,7 @@ class Packages(InFolder):
     def test_a_zip_file_is_extracted_as_unzip_does(self):
         for name, data in FILES.items():
             self.write("in/" + name, data)
+        make_old(self.folder + "/in")
         output("zip", "-qr", self.folder + "/a.zip", ".", cwd=self.folder + "/in")
         mine, theirs = self.new_folder("mine"), self.new_folder("theirs")
         output("unzip", "-q", self.folder + "/a.zip", "-d", theirs)
@@ -187,6 +190,17 @@ class Nested(InFolder):
         self.assertEqual(0, run("extract", "-C", kept, "--keep-archives", "-", data=NESTED).status)
         self.assertEqual({b"last.xml", b"mid.tar.gz"}, set(tree_of(kept)))
         self.assertTrue(tree_of(kept)[b"mid.tar.gz"][2].startswith(b"\x1f\x8b"))
+
+    def test_folders_have_the_times_of_their_last_entry_or_of_their_archive(self):
+        inner = tar([("in", b""), (tar_entry("in2/", type=b"5", mtime=5, mode=0o755), None)])
+        folder = (tar_entry("d/", type=b"5", mtime=3, mode=0o700), None)
+        data = tar([folder, (tar_entry("n.tar", mtime=4), inner), (tar_entry("d/e/", type=b"5", mtime=6, mode=0o555), None),
+                    ("d/e/f", b"1"), (tar_entry("d/", type=b"5", mtime=7, mode=0o511), None), (tar_entry("d/l", type=b"2", linkname="e/f", mtime=8), None)])
+        target = self.new_folder("target")
+        self.assertEqual(0, run("extract", "-C", target, "-", data=data).status)
+        found = {name: (mode & 0o777, time) for name, (mode, time, _) in tree_of(target).items() if mode & 0o40000}
+        self.assertEqual({b"n.tar": (0o755, 4), b"n.tar/in2": (0o755, 5), b"d/e": (0o555, 6), b"d": (0o511, 7)}, found)
+        self.assertEqual(8, tree_of(target)[b"d/l"][1])
 
     def test_xml_of_an_archive_needs_a_member(self):
         self.assertEqual(2, run("xml", "-", data=NESTED).status)
