@@ -87,11 +87,11 @@ TEST_F(References, ACellThatWasKeptOnceIsKeptOn) {
     SCOPED_TRACE(row.name);
     ArbNode* const first = host.make(tree, "first");
     ArbNodeRef* const cell = first->cell;
-    for (const char16_t* const name : row.names) EXPECT_EQ(ARB_OK, ArbNodeSetIDString(first, string(name)));
+    for (const char16_t* const name : row.names) EXPECT_EQ(ARB_OK, ArbNodeSetIDString(first, host.makeString(name)));
     EXPECT_EQ(ARB_OK, row.mark(first));
     EXPECT_EQ(ARB_OK, ArbNodeAttributesDone(first));
     queried(cell);
-    ArbString* const name = row.names.empty() ? first->idString : string(row.names.front());
+    ArbString* const name = row.names.empty() ? first->idString : host.makeString(row.names.front());
     EXPECT_EQ(ARB_OK, ArbNodeDestroy(first));
     ASSERT_EQ(cell, named(name));
     ArbNode* const second = host.make(tree, "second", elementId(1), cell);
