@@ -11,37 +11,75 @@
 namespace arbtree::tool {
 namespace {
 
-// Destroyed records, linked through their first word.
+// All records of the process: taken from the heap by the slab, handed out again when they have been destroyed, and
+// given back when the process ends, so that a node costs no call of the heap. Destroyed records are linked through
+// their first word.
 class RecordPool {
  public:
+  ~RecordPool() {
+    while (first_) {
+      ElementNode* const record = pop();
+      std::free(record->entries);
+      std::free(record->values);
+    }
+    while (Slab* const slab = slabs_) {
+      slabs_ = slab->next;
+      std::free(slab);
+    }
+  }
+
+  // Null when there is no memory.
   ElementNode* take() {
-    if (!first_) return static_cast<ElementNode*>(std::calloc(1, sizeof(ElementNode)));
-    ElementNode* const record = first_;
-    std::memcpy(&first_, record, sizeof first_);
-    --count_;
+    if (!first_) return takeNew();
+    ElementNode* const record = pop();
     std::memset(static_cast<void*>(record), 0, offsetof(ElementNode, entryCapacity));
     return record;
   }
 
   void giveBack(ElementNode* record) {
-    if (count_ == kMaxRecords || record->entryCapacity > kMaxKeptEntries || record->unitCapacity > kMaxKeptUnits) {
-      std::free(record->entries);
-      std::free(record->values);
-      std::free(record);
-      return;
-    }
+    if (record->entryCapacity > kMaxKeptEntries || record->unitCapacity > kMaxKeptUnits) dropArrays(*record);
     std::memcpy(static_cast<void*>(record), &first_, sizeof first_);
     first_ = record;
-    ++count_;
   }
 
  private:
-  static constexpr std::size_t kMaxRecords = 4096;  // about one chunk's worth
+  static constexpr std::size_t kSlabRecords = 256;
   static constexpr std::size_t kMaxKeptEntries = 16;
   static constexpr std::size_t kMaxKeptUnits = 128;
 
+  struct Slab {
+    Slab* next;
+    ElementNode records[kSlabRecords];
+  };
+
+  ElementNode* pop() {
+    ElementNode* const record = first_;
+    std::memcpy(&first_, record, sizeof first_);
+    return record;
+  }
+
+  ElementNode* takeNew() {
+    if (unused_ == 0) {
+      auto* const slab = static_cast<Slab*>(std::calloc(1, sizeof(Slab)));
+      if (!slab) return nullptr;
+      slab->next = slabs_;
+      slabs_ = slab;
+      unused_ = kSlabRecords;
+    }
+    return &slabs_->records[--unused_];
+  }
+
+  static void dropArrays(ElementNode& record) {
+    std::free(record.entries);
+    std::free(record.values);
+    record.entries = nullptr;
+    record.values = nullptr;
+    record.entryCapacity = record.unitCapacity = 0;
+  }
+
   ElementNode* first_ = nullptr;
-  std::size_t count_ = 0;
+  Slab* slabs_ = nullptr;
+  std::size_t unused_ = 0;  // records at the front of the newest slab that were never handed out
 };
 
 RecordPool pool;

@@ -6,7 +6,7 @@
 // that point at them are in order of the attribute's index.
 //
 // A document that streams makes and frees the same few sizes of node over and over, so destroyed records are kept, with
-// their arrays if these are small, and handed out again.
+// their arrays if these are small, and handed out again. No more of them exist than were ever alive at once.
 #ifndef ARBTREE_TOOL_ELEMENT_NODE_H
 #define ARBTREE_TOOL_ELEMENT_NODE_H
 
