@@ -1,7 +1,4 @@
 // What a new document is, its modes, its source-access slots, and what destroys what.
-#include <gtest/gtest.h>
-
-#include "platform/heap.h"
 #include "support/host.h"
 
 namespace arbtree::test {

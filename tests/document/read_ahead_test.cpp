@@ -1,6 +1,4 @@
 // One run of the producer: its entries and results, budgets and breaks, exceptions, and the host's say afterwards.
-#include <gtest/gtest.h>
-
 #include <new>
 #include <stdexcept>
 

@@ -1,7 +1,5 @@
 // ID strings: after their tree is gone, generated from the largest numbers, and waited for while the producer works.
 // Making, binding, reading and freeing references is part of the random calls (tests/tree/random_test.cpp).
-#include <gtest/gtest.h>
-
 #include <string>
 
 #include "support/host.h"

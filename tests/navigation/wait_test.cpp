@@ -1,6 +1,4 @@
 // Waiting while the producer works: how many runs a wait takes, what a failing run leaves, waits on single references.
-#include <gtest/gtest.h>
-
 #include <functional>
 
 #include "support/host.h"

@@ -1,6 +1,4 @@
 // The six built-in kinds: their records, text values, and the operations of their descriptors with the stream form.
-#include <gtest/gtest.h>
-
 #include <cstring>
 #include <string>
 

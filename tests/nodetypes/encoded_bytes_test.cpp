@@ -1,6 +1,4 @@
 // Values of encoded-bytes nodes: encodings, flags, what is stored beside the text, and what failures leave.
-#include <gtest/gtest.h>
-
 #include <cstring>
 #include <string>
 

@@ -1,7 +1,5 @@
 // Making trees and nodes: what is called in which order, what a failed creation leaves behind, cells given by the
 // caller.
-#include <gtest/gtest.h>
-
 #include "support/host.h"
 #include "tree/cell_pool.h"
 
