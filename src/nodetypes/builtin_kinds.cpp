@@ -59,12 +59,12 @@ constexpr ArbNodeType rootType() {
 }  // namespace
 
 constinit const BuiltinKind kBuiltinKinds[kBuiltinKindCount] = {
-    {rootType(), sizeof(ArbNode), 0},
-    {textType(ARB_ELEM_TEXT), sizeof(ArbTextNode), 1},
-    {textType(ARB_ELEM_TEXT_3), sizeof(ArbTextNode), 1},
-    {textType(ARB_ELEM_TEXT_4), sizeof(ArbTextNode), 1},
-    {encodedBytesType(), sizeof(ArbEncodedBytesNode), 2},
-    {externalReferenceType(), sizeof(ArbExternalReferenceNode), 3},
+    {rootType(), sizeof(ArbNode), 0, false},
+    {textType(ARB_ELEM_TEXT), sizeof(ArbTextNode), 1, true},
+    {textType(ARB_ELEM_TEXT_3), sizeof(ArbTextNode), 1, true},
+    {textType(ARB_ELEM_TEXT_4), sizeof(ArbTextNode), 1, true},
+    {encodedBytesType(), sizeof(ArbEncodedBytesNode), 2, true},
+    {externalReferenceType(), sizeof(ArbExternalReferenceNode), 3, false},
 };
 
 std::uint32_t ARB_CALL createBuiltinNode(ArbTree* tree, std::uint32_t elementId, ArbNode** node) {

@@ -17,6 +17,7 @@ struct BuiltinKind {
   ArbNodeType type;
   std::uint16_t size;  // of the record
   std::uint8_t cache;  // which of the tree's caches keeps such records
+  bool bearsText;
 };
 
 // In the order of the numbers in their element ids, from 1.
@@ -54,7 +55,7 @@ inline ArbNode* makeBuiltinNode(ArbTree& tree, std::uint32_t elementId) {
 inline bool recycleBuiltinNode(ArbTree& tree, ArbNode& node) {
   const BuiltinKind* const kind = builtinKindOf(node.nodeType);
   if (!kind) return false;
-  if (isTextBearing(kind->type.elementId) && asText(node).text) dropValue(node);
+  if (kind->bearsText && asText(node).text) dropValue(node);
   tree.recordCaches[kind->cache].giveBack(&node, kind->size);
   return true;
 }

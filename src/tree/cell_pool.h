@@ -49,6 +49,24 @@ void noteFullWord(ArbTree& tree, CellBlock& block,
 void noteRoom(ArbTree& tree, CellBlock& block, std::uint32_t w);  // a word was all ones and has a free bit now
 }  // namespace cell_pool
 
+// Marks the cell of a free bit as in use. REQUIRES: the word has a free bit.
+inline ArbNodeRef* takeFrom(CellBlock& block, std::uint32_t w) {
+  const auto place = static_cast<std::uint32_t>(std::countl_one(block.occupancy[w]));
+  block.occupancy[w] |= 0x80000000u >> place;
+  ++block.usedCount;
+  return &block.cells[w * 32 + place];
+}
+
+// The cell that takeCell would give, if that has nothing else to do: the word of the last allocation has a free bit and
+// will have one then. Otherwise null.
+inline ArbNodeRef* takeCellAtHand(ArbTree& tree) {
+  if (!tree.blockWithRoom) return nullptr;
+  CellBlock& block = *tree.blockWithRoom;
+  const std::uint32_t freeBits = ~block.occupancy[block.wordHint];
+  if ((freeBits & (freeBits - 1)) == 0) return nullptr;
+  return takeFrom(block, block.wordHint);
+}
+
 // A cell that still holds what its last user left, or null when there is no memory.
 inline ArbNodeRef* takeCell(ArbTree& tree) {
   if (!tree.blockWithRoom && !cell_pool::addBlock(tree)) [[unlikely]]
@@ -57,12 +75,10 @@ inline ArbNodeRef* takeCell(ArbTree& tree) {
   if (block.occupancy[block.wordHint] == kFullWord) [[unlikely]]
     block.wordHint = cell_pool::findWordWithRoom(block);
   const std::uint32_t w = block.wordHint;
-  const auto place = static_cast<std::uint32_t>(std::countl_one(block.occupancy[w]));
-  block.occupancy[w] |= 0x80000000u >> place;
-  ++block.usedCount;
+  ArbNodeRef* const cell = takeFrom(block, w);
   if (block.occupancy[w] == kFullWord) [[unlikely]]
     cell_pool::noteFullWord(tree, block, w);
-  return &block.cells[w * 32 + place];
+  return cell;
 }
 
 inline bool holds(const CellBlock& block, const ArbNodeRef* cell) {

@@ -35,6 +35,10 @@ inline ArbNode* followingInSubtree(ArbNode* node, const ArbNode& start) {
   return nullptr;
 }
 
+// In flags2, beyond the public marks: made on the cell of a freed node for which the cell had been kept. Names may be
+// bound to such a cell, so it never goes back to the pool.
+inline constexpr std::uint8_t kOnKeptCell = 0x20;
+
 inline bool hasLiveChildren(const ArbNode& node) { return node.freedChildCount < node.childCount; }
 
 }  // namespace arbtree

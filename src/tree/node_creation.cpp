@@ -41,14 +41,39 @@ void join(ArbTree& tree, ArbNode& node, ArbNodeRef& cell) {
   ++documentOf(tree).chunkNodes;
 }
 
+bool isFreed(const ArbNodeRef& cell) { return cell.state == ARB_REF_FREED || cell.state == ARB_REF_FREED_ID; }
+
 // A cell that a reference made ahead brings the number or the ID string that it promised.
 void joinReferred(ArbTree& tree, ArbNode& node, ArbNodeRef& cell) {
   const ArbNodeRef promised = cell;
   node.number =
       promised.state == ARB_REF_FLOATING ? static_cast<std::uint32_t>(promised.value) : ++documentOf(tree).nodeCounter;
   node.idString = promised.state == ARB_REF_NAMED ? reinterpret_cast<ArbString*>(promised.value) : nullptr;
+  if (isFreed(promised)) node.flags2 = static_cast<std::uint8_t>(node.flags2 | kOnKeptCell);
   join(tree, node, cell);
   removePendingRef(tree, &cell);
+}
+
+// A new node in a cell that nobody referred to before.
+inline void joinNew(ArbTree& tree, ArbNode& node, ArbNodeRef& cell) {
+  node.number = ++documentOf(tree).nodeCounter;
+  join(tree, node, cell);
+}
+
+// What nearly every call of a stream makes: a text node whose record and cell are at hand. No function is called and
+// nothing can fail. Null, and nothing is changed, for everything else.
+inline ArbNode* makeTextAtHand(ArbTree& tree, std::uint32_t elementId) {
+  const BuiltinKind* const kind = findBuiltinKind(elementId);
+  if (!kind || kind->size != sizeof(ArbTextNode) || isProducerDone(tree)) return nullptr;
+  RecordCache& records = tree.recordCaches[kind->cache];
+  if (records.isEmpty()) return nullptr;
+  ArbNodeRef* const cell = takeCellAtHand(tree);
+  if (!cell) return nullptr;
+  auto* const node = static_cast<ArbNode*>(records.takeAtHand<sizeof(ArbTextNode)>());
+  node->size = sizeof(ArbTextNode);
+  node->nodeType = &kind->type;
+  joinNew(tree, *node, *cell);
+  return node;
 }
 
 // All that can fail comes before the first change that outlives the call.
@@ -61,9 +86,8 @@ inline ArbStatus createNode(ArbTree& tree, std::uint32_t elementId, ArbNode** ou
     destroyRecord(tree, elementId, *node);
     return ARB_ERR_NOMEMORY;
   }
-  node->number = ++documentOf(tree).nodeCounter;
   node->idString = nullptr;
-  join(tree, *node, *cell);
+  joinNew(tree, *node, *cell);
   *out = node;
   return ARB_OK;
 }
@@ -87,10 +111,18 @@ ArbStatus createExternalReference(ArbTree& tree, ArbNodeRef* reference, ArbNode*
   return status;
 }
 
-[[gnu::noinline]] ArbStatus createSpecialNode(ArbTree& tree, std::uint32_t elementId, ArbNodeRef* reference,
-                                              ArbNode** out) {
-  if (elementId == ARB_ELEM_EXTERNAL_REFERENCE) return createExternalReference(tree, reference, out);
-  return createReferredNode(tree, elementId, *reference, out);
+[[gnu::noinline]] ArbStatus createAnyNode(ArbTree& tree, std::uint32_t elementId, ArbNodeRef* reference,
+                                          ArbNode** out) {
+  ArbStatus status = ARB_OK;
+  if (elementId == ARB_ELEM_EXTERNAL_REFERENCE) {
+    status = createExternalReference(tree, reference, out);
+  } else if (reference) {
+    status = createReferredNode(tree, elementId, *reference, out);
+  } else {
+    status = createNode(tree, elementId, out);
+  }
+  raiseEvent(documentOf(tree), ARB_EVENT_NODE_CREATED, *out);
+  return status;
 }
 
 }  // namespace
@@ -98,12 +130,13 @@ ArbStatus createExternalReference(ArbTree& tree, ArbNodeRef* reference, ArbNode*
 
 using namespace arbtree;
 
-[[gnu::flatten]] ArbStatus ARB_CALL ArbTreeCreateNode(ArbTree* tree, uint32_t elementId, ArbNodeRef* cell,
-                                                      ArbNode** node) {
+ArbStatus ARB_CALL ArbTreeCreateNode(ArbTree* tree, uint32_t elementId, ArbNodeRef* cell, ArbNode** node) {
   if (!tree || !node) return ARB_ERR_BADARG;
-  const bool special = cell || elementId == ARB_ELEM_EXTERNAL_REFERENCE;
-  const ArbStatus status =
-      special ? createSpecialNode(*tree, elementId, cell, node) : createNode(*tree, elementId, node);
-  raiseEvent(documentOf(*tree), ARB_EVENT_NODE_CREATED, *node);
-  return status;
+  if (!cell && ARB_ELEMENT_NAMESPACE(elementId) == ARB_NAMESPACE_BUILTIN && documentOf(*tree).callbackCount == 0) {
+    if (ArbNode* const text = makeTextAtHand(*tree, elementId)) {
+      *node = text;
+      return ARB_OK;
+    }
+  }
+  return createAnyNode(*tree, elementId, cell, node);
 }

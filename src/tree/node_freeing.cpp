@@ -24,16 +24,15 @@ namespace {
 // children are gone may still have one in its list; that one keeps it.
 bool hasChildren(const ArbNode& node) { return hasLiveChildren(node) || firstChildOf(node); }
 
-bool isLastOfOpenList(const ArbNode& node) {
-  const ArbNode* const parent = parentOf(node);
+bool isLastOfOpenList(const ArbNode& node, const ArbNode* parent) {
   return parent && parent->lastChildCell == node.cell && !has(*parent, ARB_NODE_CHILDREN_DONE);
 }
 
-bool isKept(const ArbNode& node) {
-  return hasChildren(node) || node.cell == node.tree->rootCell || isLastOfOpenList(node);
+bool isKept(const ArbNode& node, const ArbNode* parent) {
+  return hasChildren(node) || node.cell == node.tree->rootCell || isLastOfOpenList(node, parent);
 }
 
-bool freeRuleHolds(const ArbNode& node) { return isReleasedByAll(node) && !isKept(node); }
+bool freeRuleHolds(const ArbNode& node) { return isReleasedByAll(node) && !isKept(node, parentOf(node)); }
 
 bool isBeingFreed(const ArbNode& node) { return (node.flags2 & ARB_NODE_FREEING) != 0; }
 
@@ -53,9 +52,8 @@ void unlinkFromParent(ArbNode& node, ArbNode& parent) {
 }
 
 // First half: out of its list. Gives the parent when it has to be freed now.
-inline ArbNode* detach(ArbNode& node) {
+inline ArbNode* detach(ArbNode& node, ArbNode* parent) {
   unlinkFromSiblings(node);
-  ArbNode* const parent = parentOf(node);
   if (!parent) return nullptr;
   unlinkFromParent(node, *parent);
   return freeRuleHolds(*parent) && !isBeingFreed(*parent) ? parent : nullptr;
@@ -70,7 +68,7 @@ void settleCell(ArbNode& node) {
   } else {
     *cell = {ARB_REF_FREED, node.number};
   }
-  const bool kept = has(node, ARB_NODE_HAS_ID) || (node.flags2 & ARB_NODE_SEPARATE_STREAM) != 0;
+  const bool kept = has(node, ARB_NODE_HAS_ID) || (node.flags2 & (ARB_NODE_SEPARATE_STREAM | kOnKeptCell)) != 0;
   if (kept) return;
   // The cell's next node is not the one that the string names.
   if (node.idString && node.idString->boundRef == cell) node.idString->boundRef = nullptr;
@@ -93,7 +91,7 @@ inline ArbStatus destroy(ArbNode& node) {
 [[gnu::noinline]] ArbStatus settleWithAncestors(ArbNode& node, ArbNode* parent) {
   ArbNode* top = &node;
   ArbNode* below = nullptr;
-  for (; parent; parent = detach(*top)) {
+  for (; parent; parent = detach(*top, parentOf(*top))) {
     markFreeing(*parent);
     raiseEvent(documentOf(*parent), ARB_EVENT_NODE_FREED, parent);
     top->parentCell = cellOf(below);  // the way back
@@ -111,9 +109,9 @@ inline ArbStatus destroy(ArbNode& node) {
 }
 
 // Settles a node whose children are all freed.
-inline ArbStatus settle(ArbNode& node) {
-  ArbNode* const parent = detach(node);
-  return parent ? settleWithAncestors(node, parent) : destroy(node);
+inline ArbStatus settle(ArbNode& node, ArbNode* parent) {
+  ArbNode* const freed = detach(node, parent);
+  return freed ? settleWithAncestors(node, freed) : destroy(node);
 }
 
 // Settles all descendants, children before their parents. Every node on the way down is marked, so that no free rule
@@ -127,24 +125,33 @@ inline ArbStatus settle(ArbNode& node) {
       continue;
     }
     ArbNode* const parent = parentOf(*node);
-    settle(*node);
+    settle(*node, parent);
     node = parent;
   }
 }
 
 }  // namespace
 
-ArbStatus freeNode(ArbNode& node) {
+[[gnu::noinline]] ArbStatus freeNode(ArbNode& node) {
   if (isBeingFreed(node)) return ARB_OK;
   markFreeing(node);
   raiseEvent(documentOf(node), ARB_EVENT_NODE_FREED, &node);
   if (node.firstChildCell) [[unlikely]]
     settleDescendants(node);
-  return settle(node);
+  return settle(node, parentOf(node));
 }
 
+// What nearly every node of a stream ends by is the leaf that nobody observes: nothing changes on the way then.
 [[gnu::flatten]] void freeUnlessKept(ArbNode& node) {
-  if (!isKept(node)) freeNode(node);
+  ArbNode* const parent = parentOf(node);
+  if (isKept(node, parent)) return;
+  if (node.firstChildCell || documentOf(node).callbackCount != 0) [[unlikely]] {
+    freeNode(node);
+    return;
+  }
+  if (isBeingFreed(node)) return;
+  markFreeing(node);
+  settle(node, parent);
 }
 
 }  // namespace arbtree

@@ -1,6 +1,8 @@
-// ID strings: after their tree is gone, generated from the largest numbers, and waited for while the producer works.
+// ID strings: after their tree or their node is gone, generated from the largest numbers, and waited for while the
+// producer works.
 // Making, binding, reading and freeing references is part of the random calls (tests/tree/random_test.cpp).
 #include <string>
+#include <vector>
 
 #include "support/host.h"
 #include "tree/tree.h"
@@ -68,6 +70,36 @@ TEST_F(References, AfterTheTreeIsDestroyed) {
     EXPECT_EQ(ARB_REF_NAMED, cell->state);
   }
   EXPECT_EQ(here->cell, named(moved)) << "bound to a node of another tree since";
+}
+
+// A name goes on leading to the cell of its node, so that cell must not become that of a node made without it.
+TEST_F(References, ACellThatWasKeptOnceIsKeptOn) {
+  struct Row {
+    const char* name;
+    std::vector<const char16_t*> names;
+    ArbStatus(ARB_CALL* mark)(ArbNode*);
+  };
+  for (const Row& row :
+       {Row{"named", {u"a"}, ArbNodeCreateID}, Row{"named twice", {u"b", u"c"}, ArbNodeCreateID},
+        Row{"a name generated", {}, ArbNodeCreateID}, Row{"a stream of its own", {}, ArbNodeSetSeparateStream}}) {
+    SCOPED_TRACE(row.name);
+    ArbNode* const first = host.make(tree, "first");
+    ArbNodeRef* const cell = first->cell;
+    for (const char16_t* const name : row.names) EXPECT_EQ(ARB_OK, ArbNodeSetIDString(first, host.makeString(name)));
+    EXPECT_EQ(ARB_OK, row.mark(first));
+    EXPECT_EQ(ARB_OK, ArbNodeAttributesDone(first));
+    queried(cell);
+    ArbString* const name = row.names.empty() ? first->idString : host.makeString(row.names.front());
+    EXPECT_EQ(ARB_OK, ArbNodeDestroy(first));
+    ASSERT_EQ(cell, named(name));
+    ArbNode* const second = host.make(tree, "second", elementId(1), cell);
+    EXPECT_EQ(nullptr, second->idString);
+    EXPECT_EQ(second, resolve(named(name)));
+    EXPECT_EQ(ARB_OK, ArbNodeDestroy(second));
+    EXPECT_NE(cell, linked()->cell);
+    EXPECT_EQ(cell, named(name));
+    EXPECT_EQ(nullptr, resolve(cell));
+  }
 }
 
 TEST_F(References, AGeneratedStringIsTheHexNumber) {

@@ -3,12 +3,13 @@ import json
 import os
 import subprocess
 import sys
+import tarfile
 import tempfile
 import unittest
 
 sys.dont_write_bytecode = True
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "support"))
-from archives import XML, bsdtar, make_zip, packed, tar, tar_entry, tree_of  # noqa: E402
+from archives import XML, bsdtar, make_old, make_zip, packed, tar, tar_entry, tree_of  # noqa: E402
 from tool import ENVIRONMENT, TIMEOUT, canonical, run, stats  # noqa: E402
 
 FORMATS = {"tar": ("gnutar", []), "tar.gz": ("pax", ["-z"]), "tar.bz2": ("ustar", ["-j"]), "tar.xz": ("pax", ["-J"]),
@@ -52,6 +53,8 @@ class Formats(InFolder):
         for name, data in FILES.items():
             self.write("in/" + name, data)
         os.symlink("b.xml", os.path.join(self.folder, "in/dir/link"))
+        os.chmod(self.new_folder("in/dir/closed"), 0o500)
+        make_old(self.folder + "/in")
         for extension, (form, filters) in FORMATS.items():
             with self.subTest(extension):
                 names = ["a.txt", "dir"]
@@ -124,6 +127,7 @@ class Packages(InFolder):
     def test_a_zip_file_is_extracted_as_unzip_does(self):
         for name, data in FILES.items():
             self.write("in/" + name, data)
+        make_old(self.folder + "/in")
         output("zip", "-qr", self.folder + "/a.zip", ".", cwd=self.folder + "/in")
         mine, theirs = self.new_folder("mine"), self.new_folder("theirs")
         output("unzip", "-q", self.folder + "/a.zip", "-d", theirs)
@@ -148,6 +152,24 @@ class Nested(InFolder):
         for chunk_bytes in ["1", "300", "1000000"]:
             self.assertEqual(run("ls", "-", data=NESTED).out, run("ls", "--chunk-bytes", chunk_bytes, "-", data=NESTED).out)
 
+    # Members whose kind shows at once, late in their beginning, only in all of a tar header, or never.
+    KINDS = {"declared": (XML, "tree"), "blank.xml": (b" " * 300 + b"<r/>", "tree"), "blank": (b" " * 300 + b"<r/>", "file"),
+             "blanker.xml": (b" " * 600 + b"<r/>", "file"), "r.xml": (b"no markup", "file"), "short": (b"P", "file"),
+             "zip": (make_zip([("x", b"1")]), "forest"), "tar": (tar([("x", b"1")], tarfile.GNU_FORMAT), "forest"),
+             "packed": (packed("gzip", tar([("x", b"1")])), "forest"), "digits": (b"7" * 1000, "file"), "empty": (b"", "file"),
+             "words": (b"some words in lines\n" * 1000, "file"), "random": (bytes(range(256)) * 40, "file")}
+
+    def test_kinds_do_not_depend_on_how_the_archive_is_read(self):
+        members = [(name, content) for name, (content, _) in self.KINDS.items()]
+        for data in [tar(members), make_zip(members), make_zip(members[::-1])]:
+            for path, kind_of in [("-", ""), (self.write("a", data), ""), (self.write("n", tar([("n", data)])), "n/")]:
+                found = [json.loads(line) for line in run("ls", "--json", path, data=data if path == "-" else None).out.splitlines()]
+                kinds = {member["path"][len(kind_of):]: member["kind"] for member in found if member["path"] != "n"}
+                self.assertEqual({name: kind for name, (_, kind) in self.KINDS.items()},
+                                 {name: kind for name, kind in kinds.items() if "/" not in name})
+                self.assertEqual([member["path"] for member in found],
+                                 run("ls", path, data=data if path == "-" else None).out.decode().splitlines())
+
     def test_details(self):
         entry = tar_entry("dir/link", type=b"2", linkname="t\nx", mtime=0, mode=0o777)
         data = tar([("dir/a.xml", XML), (entry, None), (tar_entry("s", mode=0o4755, mtime=1), b"")])
@@ -168,6 +190,17 @@ class Nested(InFolder):
         self.assertEqual(0, run("extract", "-C", kept, "--keep-archives", "-", data=NESTED).status)
         self.assertEqual({b"last.xml", b"mid.tar.gz"}, set(tree_of(kept)))
         self.assertTrue(tree_of(kept)[b"mid.tar.gz"][2].startswith(b"\x1f\x8b"))
+
+    def test_folders_have_the_times_of_their_last_entry_or_of_their_archive(self):
+        inner = tar([("in", b""), (tar_entry("in2/", type=b"5", mtime=5, mode=0o755), None)])
+        folder = (tar_entry("d/", type=b"5", mtime=3, mode=0o700), None)
+        data = tar([folder, (tar_entry("n.tar", mtime=4), inner), (tar_entry("d/e/", type=b"5", mtime=6, mode=0o555), None),
+                    ("d/e/f", b"1"), (tar_entry("d/", type=b"5", mtime=7, mode=0o511), None), (tar_entry("d/l", type=b"2", linkname="e/f", mtime=8), None)])
+        target = self.new_folder("target")
+        self.assertEqual(0, run("extract", "-C", target, "-", data=data).status)
+        found = {name: (mode & 0o777, time) for name, (mode, time, _) in tree_of(target).items() if mode & 0o40000}
+        self.assertEqual({b"n.tar": (0o755, 4), b"n.tar/in2": (0o755, 5), b"d/e": (0o555, 6), b"d": (0o511, 7)}, found)
+        self.assertEqual(8, tree_of(target)[b"d/l"][1])
 
     def test_xml_of_an_archive_needs_a_member(self):
         self.assertEqual(2, run("xml", "-", data=NESTED).status)

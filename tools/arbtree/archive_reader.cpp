@@ -27,20 +27,16 @@ la_ssize_t readBlock(archive* handle, void* self, const void** bytes) {
 }
 
 la_int64_t seekTo(archive*, void* self, la_int64_t offset, int whence) {
-  const std::int64_t position = static_cast<ArchiveFeed*>(self)->source().seek(offset, whence);
+  const std::int64_t position = static_cast<ArchiveFeed*>(self)->seek(offset, whence);
   return position < 0 ? static_cast<la_int64_t>(ARCHIVE_FATAL) : position;
 }
 
-la_int64_t skipBytes(archive*, void* self, la_int64_t count) {
-  return static_cast<ArchiveFeed*>(self)->source().skip(count);
-}
+la_int64_t skipBytes(archive*, void* self, la_int64_t count) { return static_cast<ArchiveFeed*>(self)->skip(count); }
 
 bool open(archive* handle, ArchiveFeed& feed, bool anywhere) {
   archive_read_set_read_callback(handle, readBlock);
-  if (anywhere) {
-    archive_read_set_seek_callback(handle, seekTo);
-    archive_read_set_skip_callback(handle, skipBytes);
-  }
+  archive_read_set_skip_callback(handle, skipBytes);
+  if (anywhere) archive_read_set_seek_callback(handle, seekTo);
   archive_read_set_callback_data(handle, &feed);
   return archive_read_open1(handle) >= ARCHIVE_WARN;
 }
@@ -112,11 +108,12 @@ std::string reasonOf(archive* handle) {
 
 class EntryContent : public ByteSource {
  public:
-  EntryContent(archive* handle, bool isSparse, Budget& budget)
-      : handle_(handle), isSparse_(isSparse), budget_(budget) {}
+  EntryContent(archive* handle, ArchiveFeed& feed, bool isSparse, Budget& budget)
+      : handle_(handle), feed_(feed), isSparse_(isSparse), budget_(budget) {}
 
  protected:
   std::optional<std::string_view> pull() override {
+    if (position_ >= kMostSignBytes) feed_.givePieces(false);
     if (block_.empty() && !readOn()) return std::nullopt;
     if (position_ < blockAt_) return zeros();
     const std::string_view block = std::exchange(block_, {});
@@ -156,6 +153,7 @@ class EntryContent : public ByteSource {
   }
 
   archive* const handle_;
+  ArchiveFeed& feed_;
   const bool isSparse_;
   Budget& budget_;
   std::string_view block_;      // read and not given out yet
@@ -166,7 +164,7 @@ class EntryContent : public ByteSource {
 class Decompressed final : public ByteSource {
  public:
   Decompressed(ByteSource& source, Budget& budget)
-      : feed_(source, 0), handle_(makeHandle()), content_(handle_.get(), false, budget) {}
+      : feed_(source, 0), handle_(makeHandle()), content_(handle_.get(), feed_, false, budget) {}
 
  protected:
   std::optional<std::string_view> pull() override {
@@ -213,15 +211,37 @@ std::unique_ptr<ByteSource> decompress(ByteSource& source, Budget& budget) {
 }
 
 std::optional<std::string_view> ArchiveFeed::next() {
-  const auto block = source_.next();
-  if (!block || tailBytes_ == 0) return block;
-  if (block->size() >= tailBytes_) {
-    tail_.assign(block->substr(block->size() - tailBytes_));
+  constexpr std::size_t kPieceBytes = 160;
+  if (rest_.empty()) {
+    const auto block = source_.next();
+    if (!block) return std::nullopt;
+    if (tailBytes_ != 0) keep(*block);
+    rest_ = *block;
+  }
+  const std::string_view piece = rest_.substr(0, givesPieces_ ? kPieceBytes : rest_.size());
+  rest_.remove_prefix(piece.size());
+  return piece;
+}
+
+std::int64_t ArchiveFeed::skip(std::int64_t count) {
+  if (rest_.empty()) return source_.skip(count);
+  count = std::min(count, static_cast<std::int64_t>(rest_.size()));
+  rest_.remove_prefix(static_cast<std::size_t>(count));
+  return count;
+}
+
+std::int64_t ArchiveFeed::seek(std::int64_t offset, int whence) {
+  rest_ = {};
+  return source_.seek(offset, whence);
+}
+
+void ArchiveFeed::keep(std::string_view block) {
+  if (block.size() >= tailBytes_) {
+    tail_.assign(block.substr(block.size() - tailBytes_));
   } else {
     if (tail_.size() > 3 * tailBytes_) tail_.erase(0, tail_.size() - tailBytes_);
-    tail_.append(*block);
+    tail_.append(block);
   }
-  return block;
 }
 
 // --- Entries ---------------------------------------------------------------------------------------------------------
@@ -238,6 +258,7 @@ ArchiveReader::Step ArchiveReader::next() {
     opened_ = true;
     if (!open(archive_.get(), feed_, feed_.source().canSeek())) return fail(reasonOf(archive_.get()));
   }
+  feed_.givePieces(format_ == ContentKind::zip);
   const int status = archive_read_next_header(archive_.get(), &entry_);
   if (status == ARCHIVE_EOF) return finish();
   if (status < ARCHIVE_WARN) return fail(reasonOf(archive_.get()));
@@ -245,7 +266,7 @@ ArchiveReader::Step ArchiveReader::next() {
 }
 
 std::unique_ptr<ByteSource> ArchiveReader::content(Budget& budget) {
-  return std::make_unique<EntryContent>(archive_.get(), archive_entry_sparse_count(entry_) != 0, budget);
+  return std::make_unique<EntryContent>(archive_.get(), feed_, archive_entry_sparse_count(entry_) != 0, budget);
 }
 
 ArchiveReader::Step ArchiveReader::fail(std::string reason) {
@@ -280,10 +301,9 @@ bool ArchiveReader::endsInFull() {
 }
 
 void ArchiveReader::readTail() {
-  ByteSource& source = feed_.source();
   feed_.keepTail(kZipTailBytes);
-  const std::int64_t size = source.seek(0, SEEK_END);
-  source.seek(std::max<std::int64_t>(0, size - static_cast<std::int64_t>(kZipTailBytes)), SEEK_SET);
+  const std::int64_t size = feed_.seek(0, SEEK_END);
+  feed_.seek(std::max<std::int64_t>(0, size - static_cast<std::int64_t>(kZipTailBytes)), SEEK_SET);
   drain();
 }
 

@@ -20,20 +20,29 @@ struct FreeArchive {
 };
 using ArchiveHandle = std::unique_ptr<archive, FreeArchive>;
 
-// What libarchive reads from: a source, of whose bytes the last ones can be kept.
+// What libarchive reads from: a source, of whose bytes the last ones can be kept. libarchive unpacks all that it has of
+// a member at once, so only small pieces let one look at the beginning of a member without unpacking the rest.
 class ArchiveFeed {
  public:
   ArchiveFeed(ByteSource& source, std::size_t tailBytes) : source_(source), tailBytes_(tailBytes) {}
 
   // Begins to keep the tail.
   void keepTail(std::size_t bytes) { tailBytes_ = bytes; }
+  // Whether blocks are given out in pieces from now on.
+  void givePieces(bool pieces) { givesPieces_ = pieces; }
 
   std::optional<std::string_view> next();
+  std::int64_t skip(std::int64_t count);
+  std::int64_t seek(std::int64_t offset, int whence);
   ByteSource& source() { return source_; }
   std::string_view tail() const { return tail_; }
 
  private:
+  void keep(std::string_view block);
+
   ByteSource& source_;
+  std::string_view rest_;  // of the block that the source gave last
+  bool givesPieces_ = false;
   std::size_t tailBytes_;
   std::string tail_;  // at least the last tailBytes_ that there were
 };

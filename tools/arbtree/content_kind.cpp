@@ -51,19 +51,29 @@ constexpr std::string_view kXmlExtensions[] = {
 };
 
 constexpr std::string_view kOpaqueExtensions[] = {
-    "avi", "bmp",  "c",    "cc",  "class", "cpp",  "css",  "csv",  "flac", "gif",   "h",    "hpp",
-    "ico", "java", "jpeg", "jpg", "js",    "json", "md",   "mo",   "mp3",  "mp4",   "o",    "ogg",
-    "otf", "pdf",  "pl",   "pm",  "png",   "po",   "ps",   "py",   "pyc",  "rb",    "rs",   "rst",
-    "sh",  "so",   "tiff", "ttf", "txt",   "wav",  "webm", "webp", "woff", "woff2", "yaml", "yml",
+    "avi", "bat",  "bmp",  "c",    "cc",   "class", "cmake", "cpp", "css",  "csv",        "cxx",  "eot",  "flac",
+    "gif", "go",   "h",    "hpp",  "hxx",  "icns",  "ico",   "ini", "java", "jpeg",       "jpg",  "js",   "json",
+    "kt",  "less", "lua",  "m4a",  "m4v",  "md",    "mkv",   "mo",  "mov",  "mp3",        "mp4",  "mpeg", "mpg",
+    "o",   "ogg",  "opus", "otf",  "pdf",  "pl",    "pm",    "png", "po",   "properties", "ps",   "py",   "pyc",
+    "rb",  "rs",   "rst",  "scss", "sh",   "so",    "swift", "tcl", "tex",  "tiff",       "toml", "tsv",  "ttf",
+    "txt", "wav",  "webm", "webp", "woff", "woff2", "yaml",  "yml",
 };
+
+// Whether a tar archive can begin like this: behind the name, of 100 bytes, stands the mode in octal digits.
+bool mayBeTarHeader(std::string_view bytes) {
+  constexpr std::size_t kModeAt = 100;
+  if (bytes.size() < kSignBytes || bytes[0] == 0) return false;
+  const std::string_view mode = bytes.substr(kModeAt, kSignBytes - kModeAt);
+  return mode.find_first_not_of("01234567 \0"sv) == std::string_view::npos;
+}
 
 // The sum of a header's bytes with spaces in place of the sum itself, which is written in octal digits.
 bool isTarHeader(std::string_view bytes) {
   constexpr std::size_t kSumAt = 148;
   constexpr std::size_t kSumBytes = 8;
-  if (bytes.size() < kSignBytes || bytes[0] == 0) return false;
+  if (bytes.size() < kMostSignBytes || !mayBeTarHeader(bytes)) return false;
   unsigned long sum = kSumBytes * ' ';
-  for (std::size_t i = 0; i < kSignBytes; ++i) {
+  for (std::size_t i = 0; i < kMostSignBytes; ++i) {
     if (i < kSumAt || i >= kSumAt + kSumBytes) sum += static_cast<unsigned char>(bytes[i]);
   }
   std::size_t at = kSumAt;
@@ -87,14 +97,20 @@ std::string extensionOf(std::string_view name) {
   return extension;
 }
 
+static_assert(std::is_sorted(std::begin(kXmlExtensions), std::end(kXmlExtensions)));
+static_assert(std::is_sorted(std::begin(kOpaqueExtensions), std::end(kOpaqueExtensions)));
+
 template <std::size_t count>
-bool isAmong(const std::string_view (&extensions)[count], const std::string& extension) {
-  return std::find(std::begin(extensions), std::end(extensions), extension) != std::end(extensions);
+bool isAmong(const std::string_view (&extensions)[count], std::string_view extension) {
+  return std::binary_search(std::begin(extensions), std::end(extensions), extension);
+}
+
+std::size_t firstNoSpace(std::string_view bytes) {
+  return bytes.find_first_not_of(" \t\r\n", bytes.starts_with("\xEF\xBB\xBF") ? 3 : 0);
 }
 
 bool beginsWithMarkup(std::string_view bytes) {
-  if (bytes.starts_with("\xEF\xBB\xBF")) bytes.remove_prefix(3);
-  const std::size_t first = bytes.find_first_not_of(" \t\r\n");
+  const std::size_t first = firstNoSpace(bytes);
   return first != std::string_view::npos && bytes[first] == '<';
 }
 
@@ -102,9 +118,16 @@ bool beginsWithMarkup(std::string_view bytes) {
 
 bool isOpaqueByName(std::string_view name) { return isAmong(kOpaqueExtensions, extensionOf(name)); }
 
+std::size_t bytesToTell(std::string_view beginning) {
+  const bool isOpen = mayBeTarHeader(beginning) || firstNoSpace(beginning) == std::string_view::npos;
+  return isOpen ? kMostSignBytes : kSignBytes;
+}
+
 ContentKind recognise(std::string_view beginning, std::string_view name) {
+  beginning = beginning.substr(0, kMostSignBytes);
+  if (beginning.empty()) return ContentKind::other;
   for (const Sign& sign : kSigns) {
-    if (beginning.starts_with(sign.bytes)) return sign.kind;
+    if (sign.bytes[0] == beginning[0] && beginning.starts_with(sign.bytes)) return sign.kind;
   }
   if (isTarHeader(beginning)) return ContentKind::tar;
   if (isAmong(kXmlExtensions, extensionOf(name)) && beginsWithMarkup(beginning)) return ContentKind::xml;

@@ -11,8 +11,13 @@ enum class ContentKind { other, xml, compressed, tar, zip, cpio, ar, sevenZip, c
 
 inline bool isArchive(ContentKind kind) { return kind >= ContentKind::tar; }
 
-// As many bytes as the longest sign reaches: a whole header of a tar archive.
-inline constexpr std::size_t kSignBytes = 512;
+// No kind shows in more of the beginning than this: a whole header of a tar archive.
+inline constexpr std::size_t kMostSignBytes = 512;
+// As many bytes as tell most kinds, and that most content is no tar archive.
+inline constexpr std::size_t kSignBytes = 108;
+
+// How many bytes recognise() needs of content that begins like this. REQUIRES: kSignBytes of it, or all.
+std::size_t bytesToTell(std::string_view beginning);
 
 // Whether the name alone says that the content is neither XML nor an archive nor compressed, so that it need not be
 // looked at: beginning to unpack a member is most of what listing it costs.

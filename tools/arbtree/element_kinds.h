@@ -20,6 +20,7 @@
 #define ARBTREE_TOOL_ELEMENT_KINDS_H
 
 #include <cstdint>
+#include <cstring>
 #include <deque>
 #include <memory>
 #include <string>
@@ -53,6 +54,7 @@ struct ElementKind {
   std::unique_ptr<ArbAttributeDef[]> definitions;  // one for each of `attributes`, with room for more
   std::size_t definitionCapacity;
   std::size_t publishedAttributes;  // that the newest descriptor shows; kUnpublished while there is none
+  ElementKind* follower = nullptr;  // of the element that came after the last one of this kind
 };
 
 class ElementKinds {
@@ -73,7 +75,13 @@ class ElementKinds {
 
   ElementKind& comment() { return kinds_[0]; }
   ElementKind& instruction() { return kinds_[1]; }
-  // The kind of an element name, made if it is new. Throws std::length_error when there is no id left.
+  // The kind of an element name, made if it is new. Elements mostly come in the order in which they came before, so the
+  // one that came after `before` is looked at first. Throws std::length_error when there is no id left.
+  ElementKind& element(const char* name, ElementKind& before) {
+    if (before.follower && std::strcmp(before.follower->name.c_str(), name) == 0) return *before.follower;
+    before.follower = &element(name);
+    return *before.follower;
+  }
   ElementKind& element(std::string_view name);
   std::uint64_t elementNameCount() const { return kinds_.size() - kFixedKinds; }
   // How many namespaces, from kFirstNamespace on, all kinds of the process take.

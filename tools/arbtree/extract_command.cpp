@@ -27,7 +27,7 @@ class Extraction {
   bool enter(ArbForestChild& child) {
     path_ = pathOf(child);
     if (child.kind == ARB_CHILD_FOREST) {
-      if (options_.pattern.empty()) refuseIf(target_.makeFolder(path_, 0777));
+      if (options_.pattern.empty()) refuseIf(target_.makeFolder(path_, folderFacts(child)));
     } else if (isWanted()) {
       refuseIf(extract(child));
     }
@@ -46,17 +46,24 @@ class Extraction {
 
   std::string extract(ArbForestChild& child) {
     const MemberFacts facts = factsOf(child);
-    if (facts.link == LinkKind::symbolic) return target_.linkSymbolic(path_, bytesOf(child, kMemberLink));
+    if (facts.link == LinkKind::symbolic) return target_.linkSymbolic(path_, bytesOf(child, kMemberLink), facts);
     if (facts.link == LinkKind::hard) return target_.linkHard(path_, hardTarget(child));
     switch (facts.mode & AE_IFMT) {
       case AE_IFDIR:
-        return target_.makeFolder(path_, facts.mode);
+        return target_.makeFolder(path_, facts);
       case AE_IFREG:
       case 0:
         return ArbFileWrite(asFile(&child), 0) == ARB_OK ? "" : problem_;
       default:
         return "it is a device or another special file";
     }
+  }
+
+  // Of the folder that stands for an archive: the archive's own, but for the mode of a file.
+  static MemberFacts folderFacts(ArbForestChild& archive) {
+    MemberFacts facts = factsOf(archive);
+    facts.mode = 0777;
+    return facts;
   }
 
   // Links name members of their own archive.

@@ -136,6 +136,8 @@ struct Listing {
 int runLs(const LsOptions& options) {
   Wishes wishes;
   wishes.inputIsXml = false;
+  // A list of paths does not say which files are XML.
+  wishes.parsesXml = options.form == ListForm::details || options.form == ListForm::json;
   wishes.wantsNodes = [](const std::string&) { return false; };
   Session session(options.common, std::move(wishes), true);
   Listing listing{session, options.form};

@@ -25,6 +25,11 @@ std::size_t characterLength(std::string_view bytes) {
 
 bool isPlain(char byte) { return byte >= ' ' && byte < 0x7F && byte != '\\' && byte != '%'; }
 
+std::string_view plainBeginning(std::string_view bytes) {
+  return bytes.substr(0,
+                      static_cast<std::size_t>(std::find_if_not(bytes.begin(), bytes.end(), isPlain) - bytes.begin()));
+}
+
 bool isControl(unsigned char byte) { return byte < 0x20 || byte == 0x7F; }
 
 void showByte(unsigned char byte, std::string& out) {
@@ -46,11 +51,10 @@ std::u16string toPattern(std::string_view bytes) {
   std::u16string name;
   name.reserve(bytes.size());
   while (!bytes.empty()) {
-    if (isPlain(bytes[0])) {
-      name += static_cast<char16_t>(bytes[0]);
-      bytes.remove_prefix(1);
-      continue;
-    }
+    const std::string_view plain = plainBeginning(bytes);
+    name.append(plain.begin(), plain.end());
+    bytes.remove_prefix(plain.size());
+    if (bytes.empty()) break;
     const std::size_t length = bytes[0] == '%' ? 0 : characterLength(bytes);
     if (length == 0) {
       name += static_cast<char16_t>(kLoneByte + static_cast<unsigned char>(bytes[0]));
@@ -83,9 +87,8 @@ std::string toBytes(std::u16string_view name) {
 }
 
 std::string shown(std::string_view bytes) {
-  const auto plain = std::find_if_not(bytes.begin(), bytes.end(), isPlain) - bytes.begin();
-  std::string out(bytes.substr(0, static_cast<std::size_t>(plain)));
-  bytes.remove_prefix(static_cast<std::size_t>(plain));
+  std::string out(plainBeginning(bytes));
+  bytes.remove_prefix(out.size());
   while (!bytes.empty()) {
     const auto first = static_cast<unsigned char>(bytes[0]);
     const std::size_t length = isControl(first) || first == '\\' ? 0 : characterLength(bytes);

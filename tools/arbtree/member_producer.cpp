@@ -17,6 +17,10 @@ constexpr std::uint64_t kBytesPerRun = std::uint64_t{4} * 1024 * 1024;
 constexpr std::uint32_t kZipArchive = 1;
 constexpr std::uint32_t kOtherArchive = 2;
 
+ContentKind look(ByteSource& content, const std::string& name) {
+  return recognise(content.peek(bytesToTell(content.peek(kSignBytes))), name);
+}
+
 std::string withoutLastExtension(const std::string& name) {
   const std::size_t dot = name.rfind('.');
   return dot == std::string::npos ? name : name.substr(0, dot);
@@ -166,7 +170,7 @@ MemberProducer::NewMember MemberProducer::describe(archive_entry& entry) const {
 
 // What is unpacked to be looked at is kept packed too, until settle() says which of the two is wanted.
 void MemberProducer::examine(Content& content, const std::string& name, bool xmlByDefault) {
-  content.kind = recognise(content.raw->peek(kSignBytes), name);
+  content.kind = look(*content.raw, name);
   if (content.kind == ContentKind::compressed) content.kind = recogniseUnpacked(content, name, xmlByDefault);
   if (content.kind == ContentKind::other && xmlByDefault) content.kind = ContentKind::xml;
 }
@@ -174,7 +178,7 @@ void MemberProducer::examine(Content& content, const std::string& name, bool xml
 ContentKind MemberProducer::recogniseUnpacked(Content& content, const std::string& name, bool xmlByDefault) {
   content.raw->hold();
   content.unpacked = decompress(*content.raw, budget_);
-  const ContentKind kind = recognise(content.unpacked->peek(kSignBytes), withoutLastExtension(name));
+  const ContentKind kind = look(*content.unpacked, withoutLastExtension(name));
   return kind == ContentKind::other && xmlByDefault ? ContentKind::xml : kind;
 }
 

@@ -51,6 +51,14 @@ bool staysInside(const std::string& path, std::string_view target) {
   return true;
 }
 
+// As the system's calls take them; what is not known stays as it is.
+struct Times {
+  timespec values[2] = {{0, UTIME_OMIT}, {0, UTIME_OMIT}};
+  explicit Times(const MemberFacts& facts) {
+    if (facts.hasTime) values[1] = {static_cast<time_t>(facts.time), static_cast<long>(facts.nanoseconds)};
+  }
+};
+
 std::string folded(std::string_view path) {
   utf8proc_uint8_t* form = nullptr;
   const auto options = static_cast<utf8proc_option_t>(UTF8PROC_STABLE | UTF8PROC_COMPOSE | UTF8PROC_CASEFOLD);
@@ -156,12 +164,8 @@ std::string TargetFolder::writeFile(const std::string& path, const MemberFacts& 
   const int file = openat(place.folder, temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
   if (file < 0) return systemReason();
   std::string problem = fill(file, content);
-  if (problem.empty() && fchmod(file, facts.mode & 0777 & ~mask_) != 0) problem = systemReason();
-  if (facts.hasTime) {
-    const timespec times[2] = {{0, UTIME_OMIT},
-                               {static_cast<time_t>(facts.time), static_cast<long>(facts.nanoseconds)}};
-    futimens(file, times);
-  }
+  if (problem.empty() && fchmod(file, modeFor(facts)) != 0) problem = systemReason();
+  futimens(file, Times(facts).values);
   if (close(file) != 0 && problem.empty()) problem = systemReason();
   if (problem.empty()) return takeName(place, temporary);
   unlinkat(place.folder, temporary.c_str(), 0);
@@ -190,8 +194,7 @@ std::string TargetFolder::takeName(const Place& place, const std::string& tempor
   return problem;
 }
 
-// The owner may write until all is extracted.
-std::string TargetFolder::makeFolder(const std::string& path, std::uint32_t mode) {
+std::string TargetFolder::makeFolder(const std::string& path, const MemberFacts& facts) {
   std::string problem = nameProblem(path);
   if (problem.empty()) problem = aliasProblem(path);
   const auto parts = partsOf(path);
@@ -199,9 +202,8 @@ std::string TargetFolder::makeFolder(const std::string& path, std::uint32_t mode
   const std::string whole = join(parts, parts.size());
   problem = openFolder(whole, true);
   if (!problem.empty()) return problem;
-  mode = mode & 0777 & ~mask_;
-  if (fchmod(current_, mode | 0700) != 0) return systemReason();
-  if ((mode & 0700) != 0700) folders_.push_back({whole, "", mode});
+  if (fchmod(current_, modeFor(facts) | 0700) != 0) return systemReason();
+  folders_.insert_or_assign(whole, facts);
   return "";
 }
 
@@ -227,16 +229,16 @@ std::string TargetFolder::linkHard(const std::string& path, const std::string& t
   return problem;
 }
 
-std::string TargetFolder::linkSymbolic(const std::string& path, const std::string& target) {
+std::string TargetFolder::linkSymbolic(const std::string& path, const std::string& target, const MemberFacts& facts) {
   std::string problem = nameProblem(path);
   if (problem.empty()) problem = aliasProblem(path);
   if (problem.empty() && !staysInside(path, target)) problem = "the symbolic link leads outside";
-  if (problem.empty()) links_.push_back({path, target, 0});
+  if (problem.empty()) links_.push_back({path, target, facts});
   return problem;
 }
 
 // An older link gives way, everything else was extracted under the name and stays.
-std::string TargetFolder::makeLink(const Pending& link) {
+std::string TargetFolder::makeLink(const PendingLink& link) {
   const Place place = findPlace(link.path, true);
   if (!place.problem.empty()) return place.problem;
   struct stat status;
@@ -245,20 +247,26 @@ std::string TargetFolder::makeLink(const Pending& link) {
     unlinkat(place.folder, place.name.c_str(), 0);
   }
   if (symlinkat(link.target.c_str(), place.folder, place.name.c_str()) != 0) return systemReason();
+  utimensat(place.folder, place.name.c_str(), Times(link.facts).values, AT_SYMLINK_NOFOLLOW);
+  return "";
+}
+
+std::string TargetFolder::finishFolder(const std::string& path, const MemberFacts& facts) {
+  const std::string problem = openFolder(path, false);
+  if (!problem.empty()) return problem;
+  if (fchmod(current_, modeFor(facts)) != 0) return systemReason();
+  futimens(current_, Times(facts).values);
   return "";
 }
 
 std::vector<TargetFolder::Refusal> TargetFolder::finish() {
   std::vector<Refusal> refusals;
-  for (const Pending& link : links_) {
-    const std::string problem = makeLink(link);
-    if (!problem.empty()) refusals.push_back({link.path, problem});
-  }
-  // Inner folders mostly come after outer ones, which may then be closed to their owner.
+  const auto note = [&](const std::string& path, const std::string& problem) {
+    if (!problem.empty()) refusals.push_back({path, problem});
+  };
+  for (const PendingLink& link : links_) note(link.path, makeLink(link));
   for (auto folder = folders_.rbegin(); folder != folders_.rend(); ++folder) {
-    std::string problem = openFolder(folder->path, false);
-    if (problem.empty() && fchmod(current_, folder->mode) != 0) problem = systemReason();
-    if (!problem.empty()) refusals.push_back({folder->path, problem});
+    note(folder->first, finishFolder(folder->first, folder->second));
   }
   return refusals;
 }

@@ -4,6 +4,8 @@
 //  2. Folders are opened part by part without following symbolic links.
 //  3. A file is written under a temporary name beside its place and takes its name when it is complete.
 //  4. Symbolic links are made last, so nothing is written through one, and only such that point into the folder.
+//  5. Folders get their own modes and times after that, as their owner must be able to write and writing changes the
+//     time.
 //
 // Every call that makes something answers why it did not, or nothing.
 #ifndef ARBTREE_TOOL_TARGET_FOLDER_H
@@ -11,6 +13,7 @@
 
 #include <sys/types.h>
 
+#include <map>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -37,18 +40,18 @@ class TargetFolder {
 
   // The content is null for an empty file.
   std::string writeFile(const std::string& path, const MemberFacts& facts, ByteSource* content);
-  std::string makeFolder(const std::string& path, std::uint32_t mode);
+  // The last facts that are given for a folder hold.
+  std::string makeFolder(const std::string& path, const MemberFacts& facts);
   // `target` is a path below the folder.
   std::string linkHard(const std::string& path, const std::string& target);
   // The link itself is made by finish().
-  std::string linkSymbolic(const std::string& path, const std::string& target);
+  std::string linkSymbolic(const std::string& path, const std::string& target, const MemberFacts& facts);
 
   struct Refusal {
     std::string path;
     std::string reason;
   };
-  // Makes the symbolic links, and gives folders that were made writable their own modes. REQUIRES: nothing else
-  // follows.
+  // Makes the symbolic links, and gives folders their modes and times. REQUIRES: nothing else follows.
   std::vector<Refusal> finish();
 
  private:
@@ -57,10 +60,10 @@ class TargetFolder {
     std::string name;
     std::string problem;
   };
-  struct Pending {
+  struct PendingLink {
     std::string path;
     std::string target;
-    std::uint32_t mode;
+    MemberFacts facts;
   };
 
   Place findPlace(const std::string& path, bool make);
@@ -69,7 +72,9 @@ class TargetFolder {
   std::string temporaryName();
   std::string fill(int file, ByteSource* content);
   std::string takeName(const Place& place, const std::string& temporary);
-  std::string makeLink(const Pending& link);
+  std::string makeLink(const PendingLink& link);
+  std::string finishFolder(const std::string& path, const MemberFacts& facts);
+  mode_t modeFor(const MemberFacts& facts) const { return facts.mode & 0777 & ~mask_; }
 
   int root_ = -1;
   std::string error_;
@@ -78,8 +83,8 @@ class TargetFolder {
   int current_ = -1;         // the folder opened last
   std::string currentPath_;  // of it, without dots
   unsigned long temporaries_ = 0;
-  std::vector<Pending> links_;
-  std::vector<Pending> folders_;
+  std::vector<PendingLink> links_;
+  std::map<std::string, MemberFacts> folders_;          // backwards, inner ones come before outer ones
   std::unordered_map<std::string, std::string> names_;  // by their folded form
 };
 

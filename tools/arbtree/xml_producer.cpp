@@ -77,7 +77,8 @@ XmlProducer::XmlProducer(ByteSource& input, const Limits& limits, ArbTree* tree,
       parser_(XML_ParserCreate(nullptr)),
       feed_(input, parser_),
       tree_(tree),
-      document_(asChild(tree)->document) {
+      document_(asChild(tree)->document),
+      lastKind_(&ElementKinds::instance().comment()) {
   if (!parser_) throw std::bad_alloc();
   setHandlers();
 }
@@ -186,7 +187,8 @@ void XmlProducer::startElement(const char* name, const char** attributes) {
   if (depth_ == limits_.maxDepth) {
     return fail("elements are nested more than " + std::to_string(limits_.maxDepth) + " deep (see --max-depth)", true);
   }
-  ElementKind& kind = ElementKinds::instance().element(name);
+  ElementKind& kind = ElementKinds::instance().element(name, *lastKind_);
+  lastKind_ = &kind;
   collectAttributes(kind, attributes);
   ElementNode* const element = makeElement(kind, awaited_ ? takeAwaited(attributes) : nullptr);
   if (!element || !link(&element->node)) return;
@@ -205,11 +207,14 @@ void XmlProducer::endElement() {
 }
 
 void XmlProducer::text(const char* text, std::size_t length) {
+  if (!wishes_.values && text_.noteAll(length)) return;
   while (length != 0) {
-    const std::size_t taken = wishes_.values ? text_.append(text, length) : text_.measure(text, length);
+    const std::size_t taken = wishes_.values ? text_.append(text, length) : text_.note(text, length);
     text += taken;
     length -= taken;
-    if (length != 0) flushText();
+    if (length == 0) return;
+    flushText();
+    offerBreak();
   }
 }
 
@@ -234,9 +239,7 @@ void XmlProducer::flushText() {
     ArbNodeDestroy(node);
     return;
   }
-  if (!link(node)) return;
-  check(ArbNodeProducerRelease(node));
-  offerBreak();
+  if (link(node)) check(ArbNodeProducerRelease(node));
 }
 
 void XmlProducer::entityLeftOut(const char* name) {

@@ -1,7 +1,8 @@
 // Produces the tree of an XML document: runs expat over its bytes, one chunk at a time.
 //
-// Expat is stopped inside a handler as soon as the library says that the chunk is full, and resumed by the next run; a
-// few handlers may still be called after the stop, and simply add to the chunk.
+// Expat is stopped inside a handler when the library says that the chunk is full, and resumed by the next run; a few
+// handlers may still be called after the stop, and simply add to the chunk. The library is asked where a chunk may well
+// end: after a start tag, a comment or an instruction, and inside a text too long for one node.
 //
 // Whatever ends the parse, be it the end of the input, malformed content, a limit or a full memory, the tree built so
 // far is completed and released; failure() tells afterwards why it ended early. So the consumer gets everything that
@@ -108,6 +109,7 @@ class XmlProducer {
   ArbTree* const tree_;
   ArbDocument* const document_;
   ArbNode* current_ = nullptr;     // the open element, or the root node
+  ElementKind* lastKind_;          // of the element made last
   ArbNodeRef* awaited_ = nullptr;  // the reference to the element with the ID, until it is there
   std::uint32_t namespacesKnown_ = 0;
   std::uint64_t depth_ = 0;

@@ -20,8 +20,9 @@ extern "C" {
 
 /**
  * Makes a node of a kind, through the factory of the element id's namespace. cell is null, or a reference of this tree
- * that has no node yet: the reference then leads to the new node, which takes over the reserved number or the name.
- * It counts as one node of the current chunk.
+ * that has no node yet: the reference then leads to the new node, which takes over the reserved number or the name. It
+ * may also be a cell kept for a node that has been freed; the new node takes over nothing then. It counts as one node
+ * of the current chunk.
  *
  * *node is written only on success. Raises ARB_EVENT_NODE_CREATED with *node on success and on each failure but
  * ARB_ERR_BADARG: set *node to null before the call, and a failure is announced with null.

@@ -15,7 +15,8 @@ extern "C" {
  * \defgroup references Refer to nodes
  * A reference is a cell: a node's own, or one made ahead of its node, on which ArbTreeCreateNode then makes the node.
  * Once the node is freed its cell may go to another node, and references to it with it, unless the node was marked by
- * ArbNodeCreateID, ArbNodeSetIDString or ArbNodeSetSeparateStream: then the cell goes on telling which node it was.
+ * ArbNodeCreateID, ArbNodeSetIDString or ArbNodeSetSeparateStream: then the cell goes on telling which node it was, and
+ * is kept as long as the tree, also when another node, marked or not, is made on it.
  * \{
  */
 
@@ -35,8 +36,9 @@ ARB_API ArbStatus ARB_CALL ArbTreeCreateFloatingNodeReference(ArbTree *tree, Arb
  * is made that carries the name to the node to come; a second call before the name is bound makes another. A node made
  * on a named reference has the name as its ID string, but binds it only by ArbNodeSetIDString.
  *
- * The binding lasts as long as the cell stays the node's, so beyond the life of a marked node: the answer is then a
- * reference that will not lead to a node again. It ends when an unmarked node is freed, and when the tree is destroyed.
+ * The binding lasts beyond the life of a marked node: the answer is then a reference without a node, unless another one
+ * has been made on it. It ends when an unmarked node is freed, unless its cell was kept for an earlier one, and when the
+ * tree is destroyed.
  *
  * \retval ARB_OK *reference is the tree's, as for ArbTreeCreateFloatingNodeReference, or that of the node's tree
  * \retval ARB_ERR_BADARG the name is null
@@ -87,7 +89,7 @@ ARB_API ArbStatus ARB_CALL ArbNodeRefQueryIdString(ArbNodeRef *reference, ArbStr
  *   and when it has been freed
  * \retval ARB_ERR_MODE the document is producer-only
  * \return Or a run's failure on the way to the node. A failure on the way to the attributes is not reported: the node's
- *   string is then answered as it is.
+ *   string, made if there is none, is then answered all the same.
  */
 ARB_API ArbStatus ARB_CALL ArbNodeRefWaitIdString(ArbNodeRef *reference, ArbDocument *document, ArbString **idString);
 

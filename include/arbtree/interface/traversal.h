@@ -21,7 +21,8 @@ extern "C" {
 
 /**
  * The callbacks of ArbDocumentOrderTraverser; any of them may be null. A result of zero means stop, except where the
- * field says otherwise. Callbacks may call the library, but do not release nodes of the subtree that is being walked.
+ * field says otherwise. Callbacks may call the library, but neither release, free nor move nodes of the subtree that is
+ * being walked: the walk goes on from the node that it has reported.
  */
 typedef struct ArbTraverserCallbacks {
   /** Every node that is not one of the four text-bearing kinds, first. */

@@ -55,7 +55,8 @@ typedef struct ArbExternalReferenceNode {
 
 /**
  * The value of a text or encoded-bytes node. text and length may be null. The text stays the node's and is valid until
- * its value is set again or the node is freed. An ARB_ENCODING_RAW8 value is *length bytes and a zero byte instead.
+ * its value is set again or the node is freed. An ARB_ENCODING_RAW8 value is *length bytes and a zero byte instead,
+ * unless ArbAbstractTextNodeSetValue has set it since.
  *
  * \retval ARB_OK *text and *length are the value, null and 0 when there is none
  * \retval ARB_ERR_BADARG a node of another kind; both are untouched
@@ -64,8 +65,9 @@ ARB_API ArbStatus ARB_CALL ArbAbstractTextNodeGetValue(ArbNode *node, const char
 
 /**
  * Gives a text or encoded-bytes node a copy of `length` units as its value; length 0 leaves it without one, and text
- * may be null then. The text may be the node's own. An encoded-bytes node keeps its info, encoding and flags. It works
- * on completed nodes too. A value set after the node joined the tree is not counted against the chunk.
+ * may be null then. The text may be the node's own. An encoded-bytes node keeps its info, encoding and flags, but holds
+ * units whatever they say. It works on completed nodes too. A value set after the node joined the tree is not counted
+ * against the chunk.
  *
  * \retval ARB_OK the node has the value
  * \retval ARB_ERR_BADARG a node of another kind, or text is null and length is not 0; the value is unchanged
