@@ -1,6 +1,4 @@
 // Destruction of child documents: the order, what is left in the parent, and forests nested deeper than any stack.
-#include <gtest/gtest.h>
-
 #include <string>
 #include <utility>
 #include <vector>

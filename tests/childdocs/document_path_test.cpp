@@ -1,8 +1,5 @@
 // Where child documents belong in the output: the directory, the archive forests, the capacity rules.
-#include <gtest/gtest.h>
-
 #include <algorithm>
-#include <memory>
 #include <random>
 #include <string>
 #include <vector>
@@ -59,54 +56,6 @@ ArbForestChild* addTree(Host& host, ArbForest* parent, const char16_t* name) {
   return asChild(host.makeTree(parent, name));
 }
 
-TEST(DocumentPath, DirectoryOfTheOutputPath) {
-  struct Row {
-    const char16_t *output, *directory;
-  };
-  for (const Row& row :
-       {Row{u"E:\\out\\report.xml", u"E:\\out\\"}, Row{u"/out/report.xml", u"/out/"}, Row{u"/a/b\\c", u"/a/b\\"},
-        Row{u"a\\b/c", u"a\\b/"}, Row{u"report.xml", u""}, Row{u"/report.xml", u"/"}, Row{u"\\r", u"\\"},
-        Row{u"dir/", u"dir/"}, Row{u"/", u"/"}, Row{u"//x", u"//"}, Row{u"", u""}, Row{nullptr, u""}}) {
-    SCOPED_TRACE(testing::Message() << "output path "
-                                    << (row.output
-                                            ? std::string(row.output,
-                                                          row.output + std::char_traits<char16_t>::length(row.output))
-                                            : "none"));
-    const Source source(u"/in/report.doc", row.output);
-    Host host(0, source.handle(), u"root");
-    const std::uint32_t length =
-        row.output ? static_cast<std::uint32_t>(std::char_traits<char16_t>::length(row.output)) : 0;
-    ArbForest* const root = host.document->rootForest;
-    std::uint32_t needed = 0;
-    EXPECT_EQ(row.directory + std::u16string(u"a.xml"), pathOf(addTree(host, root, u"a.xml"), &needed));
-    EXPECT_EQ(length + 5 + 1, needed) << "the whole output path counts";
-    ArbForest* const inner = addForest(host, root, u"inner.zip");
-    EXPECT_EQ(row.directory + std::u16string(u"inner.zip/a.xml"), pathOf(addTree(host, inner, u"a.xml"), &needed));
-    EXPECT_EQ(length + 10 + 5 + 1, needed);
-    EXPECT_EQ(row.directory + std::u16string(u"inner.zip"), pathOf(asChild(inner)));
-    // Without ancestors nothing of the output path is written, but all of it counts.
-    EXPECT_EQ(u"root", pathOf(asChild(root), &needed));
-    EXPECT_EQ(length + 4 + 1, needed);
-  }
-}
-
-TEST(DocumentPath, ChildrenInNoForest) {
-  const Source source(nullptr, u"/out/x");
-  Host host(0, source.handle());
-  ArbFile* const file = host.makeFile(u"name");
-  ArbForest* const forest = host.makeForest(nullptr, u"");
-  std::uint32_t needed = 0;
-  EXPECT_EQ(u"name", pathOf(&file->child, &needed));
-  EXPECT_EQ(6u + 4 + 1, needed);
-  EXPECT_EQ(u"", pathOf(asChild(forest), &needed));
-  EXPECT_EQ(6u + 1, needed);
-  ok(ArbForestSetArchiveType(forest, 2));
-  EXPECT_EQ(ARB_ERR_SMALLBUFFER, ArbForestChildGetDocumentPath(asChild(forest), nullptr, &(needed = 0)));
-  EXPECT_EQ(1u, needed);
-  ok(ArbFileDestroy(file));
-  ok(ArbForestDestroy(forest));
-}
-
 struct ModelPath {
   std::u16string path;
   std::size_t needed;
@@ -144,28 +93,36 @@ ModelPath plainPath(const ArbForestChild* child, const std::u16string& output) {
   return model;
 }
 
+// Forests below the root forest and beside it, each with a tree, and a file in no forest.
 TEST(DocumentPath, RandomForestsAgreeWithTheChainWalkedFromItsEnd) {
   std::mt19937 random(testSeed());
+  const auto below = [&](std::size_t count) { return static_cast<std::uint32_t>(random() % count); };
   const std::u16string longest(259, u'l');
-  const std::u16string outputs[] = {u"/out/dir\\x", u"x", u"C:\\"};
+  const char16_t* const outputs[] = {u"/out/dir\\x", u"C:\\", u"/a/b\\c", u"a\\b/c", u"report.xml", u"/r",
+                                     u"\\r",         u"dir/", u"/",       u"//x",    u"",           nullptr};
   const char16_t* const names[] = {u"", u"n", u"two", u"with/separator", longest.c_str()};
-  for (int round = 0; round < 60; ++round) {
-    const std::u16string& output = outputs[random() % 3];
-    const Source source(nullptr, output.c_str());
-    Host host(0, source.handle(), names[random() % 5]);
-    std::vector<ArbForest*> forests = {host.document->rootForest};
-    if (random() % 2) ok(ArbForestSetArchiveType(forests[0], static_cast<std::uint32_t>(1 + random() % 5)));
+  for (int round = 0; round < 80; ++round) {
+    const char16_t* const output = outputs[below(std::size(outputs))];
+    const Source source(nullptr, output);
+    Host host(0, source.handle(), names[below(5)]);
+    ArbForest* const loose = host.makeForest(nullptr, names[below(5)]);
+    std::vector<ArbForest*> forests = {host.document->rootForest, loose};
+    for (ArbForest* const forest : forests) forest->archiveType = below(6);
+    std::vector<ArbForestChild*> children = {asChild(forests[0]), asChild(loose), &host.makeFile(u"file")->child};
     for (int i = 0; i < 15; ++i) {
-      ArbForest* const parent = forests[forests.size() - 1 - random() % std::min<std::size_t>(forests.size(), 3)];
-      forests.push_back(addForest(host, parent, names[random() % 5], static_cast<std::uint32_t>(random() % 6)));
-      for (ArbForestChild* const child :
-           {asChild(forests.back()), addTree(host, forests.back(), names[random() % 5])}) {
-        const ModelPath model = plainPath(child, output);
-        std::uint32_t needed = 0;
-        ASSERT_EQ(model.path, pathOf(child, &needed));
-        ASSERT_EQ(model.needed, needed);
-      }
+      ArbForest* const parent = forests[forests.size() - 1 - below(std::min<std::size_t>(forests.size(), 3))];
+      forests.push_back(addForest(host, parent, names[below(5)], below(6)));
+      children.push_back(asChild(forests.back()));
+      children.push_back(addTree(host, forests.back(), names[below(5)]));
     }
+    for (ArbForestChild* const child : children) {
+      const ModelPath model = plainPath(child, output ? output : u"");
+      std::uint32_t needed = 0;
+      ASSERT_EQ(model.path, pathOf(child, &needed));
+      ASSERT_EQ(model.needed, needed);
+    }
+    ok(ArbForestDestroy(loose));
+    ok(ArbFileDestroy(reinterpret_cast<ArbFile*>(children[2])));
   }
 }
 

@@ -1,6 +1,4 @@
 // File children: making them, transferring them between documents, and handing them to the writer.
-#include <gtest/gtest.h>
-
 #include <string>
 #include <utility>
 #include <vector>

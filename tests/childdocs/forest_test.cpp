@@ -1,6 +1,4 @@
 // Forests: the producer's and the consumer's calls with their checks, navigation, and release of either side.
-#include <gtest/gtest.h>
-
 #include <functional>
 #include <string>
 #include <vector>

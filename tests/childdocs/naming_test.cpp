@@ -1,6 +1,4 @@
 // Names of child documents: every code, every form of path, the cut at 259 units, and when paths are fetched.
-#include <gtest/gtest.h>
-
 #include <string>
 
 #include "support/host.h"

@@ -1,6 +1,4 @@
 // A null document, tree, node, child or required out-parameter is refused before every other check, in both modes.
-#include <gtest/gtest.h>
-
 #include <set>
 #include <string>
 

@@ -1,6 +1,4 @@
 // The table of event callbacks: which functions an event reaches, in which order, while the table changes.
-#include <gtest/gtest.h>
-
 #include <functional>
 #include <initializer_list>
 #include <utility>

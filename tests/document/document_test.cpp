@@ -1,8 +1,8 @@
 // What a new document is, its modes, its source-access slots, and what destroys what.
-#include <gtest/gtest.h>
+#include <set>
+#include <string>
 
-#include "platform/heap.h"
-#include "support/host.h"
+#include "support/every_function.h"
 
 namespace arbtree::test {
 namespace {
@@ -22,6 +22,24 @@ TEST(Document, OnlyModeOneHasNoConsumer) {
     EXPECT_EQ(row.root, ArbTreeQueryRootNode(tree, nullptr));
     EXPECT_EQ(row.root == ARB_OK ? rootOf(tree) : nullptr, root);
     EXPECT_TRUE(host.runs.empty());
+  }
+}
+
+// The consumer's calls by their names; the others of such names are open to a producer as well.
+bool isOfConsumer(const std::string& function) {
+  static const std::set<std::string> open = {"DocumentQueryBreak", "NodeRefQueryNode", "NodeRefQueryIdString"};
+  for (const char* const word : {"Query", "Wait", "Consumer", "Cursor"}) {
+    if (function.find(word) != std::string::npos) return open.count(function) == 0;
+  }
+  return false;
+}
+
+TEST(Document, WithoutAConsumerItsCallsAreRefused) {
+  for (const FunctionCall& row : everyFunction()) {
+    if (!row.withNull || !isOfConsumer(row.function)) continue;
+    Content content(1);
+    content.run([&] { EXPECT_EQ(ARB_ERR_MODE, row.call(content)) << row.function; });
+    content.clear();
   }
 }
 

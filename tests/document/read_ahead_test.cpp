@@ -1,6 +1,4 @@
 // One run of the producer: its entries and results, budgets and breaks, exceptions, and the host's say afterwards.
-#include <gtest/gtest.h>
-
 #include <new>
 #include <stdexcept>
 
@@ -27,21 +25,18 @@ Host::Step findsDue(const Host& host, std::uint32_t due) {
 
 TEST(ReadAhead, ResultsOfTheProducer) {
   struct Row {
-    ArbStatus result;
-    ArbStatus first;      // answer of the run
-    std::uint32_t flags;  // after it
-    std::uint32_t error;  // kept by the document
-    ArbStatus second;     // answer of the next run, whose producer would answer 0
+    ArbStatus result, answer;    // of the producer, of the run and of the next one, whose producer would answer 0
+    std::uint32_t flags, error;  // after the first run; the error is kept by the document
     Lines runs;
   };
   const Row rows[] = {
-      {kPause, ARB_OK, 0, 0, ARB_OK, {"start", "continue"}},
-      {451, ARB_OK, ARB_DOC_START_PENDING, 0, ARB_OK, {"start", "start"}},
-      {452, 452, ARB_DOC_ENDED, 0, 452, {"start"}},
-      {13, 13, 0, 13, 13, {"start"}},
-      {145, 145, 0, 145, 145, {"start"}},
-      {1, 1, 0, 1, 1, {"start"}},
-      {0xFFFFFFFF, 0xFFFFFFFF, 0, 0xFFFFFFFF, 0xFFFFFFFF, {"start"}},
+      {kPause, ARB_OK, 0, 0, {"start", "continue"}},
+      {451, ARB_OK, ARB_DOC_START_PENDING, 0, {"start", "start"}},
+      {452, 452, ARB_DOC_ENDED, 0, {"start"}},
+      {13, 13, 0, 13, {"start"}},
+      {145, 145, 0, 145, {"start"}},
+      {1, 1, 0, 1, {"start"}},
+      {0xFFFFFFFF, 0xFFFFFFFF, 0, 0xFFFFFFFF, {"start"}},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.result);
@@ -51,11 +46,11 @@ TEST(ReadAhead, ResultsOfTheProducer) {
       return row.result;
     });
     host.then([] { return kPause; });
-    EXPECT_EQ(row.first, ArbDocumentReadAhead(host.document));
+    EXPECT_EQ(row.answer, ArbDocumentReadAhead(host.document));
     EXPECT_EQ(row.flags, host.document->flags);
     EXPECT_EQ(row.error, host.document->producerError);
     EXPECT_EQ(1u, host.document->runCount);
-    EXPECT_EQ(row.second, ArbDocumentReadAhead(host.document));
+    EXPECT_EQ(row.answer, ArbDocumentReadAhead(host.document));
     EXPECT_EQ(row.runs, host.runs);
     EXPECT_EQ(row.runs.size(), host.document->runCount);
   }
@@ -138,40 +133,32 @@ TEST(ReadAhead, AnExceptionOfTheProducerIsARunWithItsTranslatedStatus) {
   struct Row {
     const char* name;
     Host::Step raise;
-    ArbStatus first;
-    ArbStatus second;
+    ArbStatus answer;  // of the run and of the next one
     Lines runs;
   };
   const auto coded = [](std::uint32_t status) {
     return [status]() -> ArbStatus { throw RtCodedException{codeTranslatedTo(status)}; };
   };
+  const ArbStatus anyException = RtTranslateException(RT_CODE_CPP_EXCEPTION);
   const Row rows[] = {
-      {"translated to 0", coded(0), ARB_OK, ARB_OK, {"start", "continue"}},
-      {"translated to 451", coded(451), ARB_OK, ARB_OK, {"start", "start"}},
-      {"translated to 452", coded(452), 452, 452, {"start"}},
-      {"translated to another status", coded(2051), 2051, 2051, {"start"}},
-      {"out of memory", []() -> ArbStatus { throw std::bad_alloc(); }, ARB_ERR_NOMEMORY, ARB_ERR_NOMEMORY, {"start"}},
-      {"any C++ exception",
-       []() -> ArbStatus { throw std::runtime_error("x"); },
-       RtTranslateException(RT_CODE_CPP_EXCEPTION),
-       RtTranslateException(RT_CODE_CPP_EXCEPTION),
-       {"start"}},
-      {"no exception class",
-       []() -> ArbStatus { throw 5; },
-       RtTranslateException(RT_CODE_CPP_EXCEPTION),
-       RtTranslateException(RT_CODE_CPP_EXCEPTION),
-       {"start"}},
+      {"translated to 0", coded(0), ARB_OK, {"start", "continue"}},
+      {"translated to 451", coded(451), ARB_OK, {"start", "start"}},
+      {"translated to 452", coded(452), 452, {"start"}},
+      {"translated to another status", coded(2051), 2051, {"start"}},
+      {"out of memory", []() -> ArbStatus { throw std::bad_alloc(); }, ARB_ERR_NOMEMORY, {"start"}},
+      {"any C++ exception", []() -> ArbStatus { throw std::runtime_error("x"); }, anyException, {"start"}},
+      {"no exception class", []() -> ArbStatus { throw 5; }, anyException, {"start"}},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.name);
     Host host;
     ArbNode* const root = rootOf(host.makeTree());
     host.then([&] { return host.append(root, "a"), ARB_OK; }).then(row.raise).then([] { return kPause; });
-    EXPECT_EQ(row.first, ArbDocumentReadAhead(host.document));
+    EXPECT_EQ(row.answer, ArbDocumentReadAhead(host.document));
     EXPECT_EQ(0u, host.document->flags & ARB_DOC_RUNNING);
     EXPECT_EQ(1u, host.document->runCount);
     EXPECT_EQ("root(a)", host.shape(root));
-    EXPECT_EQ(row.second, ArbDocumentReadAhead(host.document));
+    EXPECT_EQ(row.answer, ArbDocumentReadAhead(host.document));
     EXPECT_EQ(row.runs, host.runs);
   }
 }

@@ -1,6 +1,4 @@
 // The table of producer node hooks: order, growth, what each event calls, snapshots, and when it closes.
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <iterator>
 #include <random>

@@ -1,8 +1,6 @@
 // ID strings: after their tree or their node is gone, generated from the largest numbers, and waited for while the
 // producer works.
 // Making, binding, reading and freeing references is part of the random calls (tests/tree/random_test.cpp).
-#include <gtest/gtest.h>
-
 #include <string>
 #include <vector>
 

@@ -1,7 +1,5 @@
 // The document-order walk: all callbacks in whole sequences, stopping and skipping, callbacks that call back, producers
 // that fail, and depth.
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <functional>
 #include <map>

@@ -1,7 +1,7 @@
 // Waiting while the producer works: how many runs a wait takes, what a failing run leaves, waits on single references.
-#include <gtest/gtest.h>
-
 #include <functional>
+#include <map>
+#include <string>
 
 #include "support/host.h"
 #include "tree/cell_pool.h"
@@ -62,41 +62,33 @@ TEST_F(Waiting, AWaitRunsTheProducerAsOftenAsItsAnswerNeeds) {
 // What the answer hangs on decides whether a run is made, and a run's failure is the answer; then or with an ended
 // producer, every answer is what exists.
 TEST(WaitingAtTheEnd, AnswersAndFailures) {
+  using Wait = std::function<ArbStatus(ArbNode*, ArbNode**, std::uint32_t*)>;
+  const auto step = [](ArbStatus(ARB_CALL * call)(ArbNode*, ArbNode**)) -> Wait {
+    return [call](ArbNode* from, ArbNode** node, auto) { return call(from, node); };
+  };
+  const auto whole = [](ArbStatus(ARB_CALL * call)(ArbNode*)) -> Wait {
+    return [call](ArbNode* from, auto, auto) { return call(from); };
+  };
+  const Wait count = [](ArbNode* from, auto, std::uint32_t* number) { return ArbNodeWaitChildCount(from, number); };
   struct Row {
-    const char* name;
-    std::function<ArbStatus(ArbNode* open, ArbNode* closed, ArbNode** result, std::uint32_t* count)> wait;
+    const char *name, *from;
+    Wait wait;
     const char *ended, *failed;  // status, node (or "-"), count
   };
   const Row rows[] = {
-      {"first child of an open list",
-       [](auto open, auto, auto node, auto) { return ArbNodeWaitFirstChild(open, node); }, "0 x 77", "0 x 77"},
-      {"first child where none is",
-       [](auto open, auto, auto node, auto) { return ArbNodeWaitFirstChild(resolve(open->firstChildCell), node); },
-       "0 null 77", "13 - 77"},
-      {"last child of an open list", [](auto open, auto, auto node, auto) { return ArbNodeWaitLastChild(open, node); },
-       "0 x 77", "13 - 77"},
-      {"last child of a closed list",
-       [](auto, auto closed, auto node, auto) { return ArbNodeWaitLastChild(closed, node); }, "0 y 77", "0 y 77"},
-      {"next in an open list",
-       [](auto open, auto, auto node, auto) { return ArbNodeWaitNextSibling(resolve(open->firstChildCell), node); },
-       "0 null 77", "13 - 77"},
-      {"next in a closed list",
-       [](auto, auto closed, auto node, auto) { return ArbNodeWaitNextSibling(resolve(closed->firstChildCell), node); },
-       "0 null 77", "0 null 77"},
-      {"count of an open list", [](auto open, auto, auto, auto count) { return ArbNodeWaitChildCount(open, count); },
-       "0 - 0", "13 - 0"},
-      {"count of a closed list",
-       [](auto, auto closed, auto, auto count) { return ArbNodeWaitChildCount(closed, count); }, "0 - 1", "0 - 1"},
-      {"closing of an open list", [](auto open, auto, auto, auto) { return ArbNodeWaitAllChildrenAttached(open); },
-       "0 - 77", "13 - 77"},
-      {"closing of a closed list", [](auto, auto closed, auto, auto) { return ArbNodeWaitAllChildrenAttached(closed); },
-       "0 - 77", "0 - 77"},
-      {"attributes that are open", [](auto open, auto, auto, auto) { return ArbNodeWaitAttributesDone(open); },
-       "0 - 77", "13 - 77"},
-      {"attributes that are done", [](auto, auto closed, auto, auto) { return ArbNodeWaitAttributesDone(closed); },
-       "0 - 77", "0 - 77"},
-      {"all of an open node", [](auto open, auto, auto, auto) { return ArbNodeWaitProducerDone(open); }, "0 - 77",
-       "13 - 77"},
+      {"first child of an open list", "open", step(ArbNodeWaitFirstChild), "0 x 77", "0 x 77"},
+      {"first child where none is", "x", step(ArbNodeWaitFirstChild), "0 null 77", "13 - 77"},
+      {"last child of an open list", "open", step(ArbNodeWaitLastChild), "0 x 77", "13 - 77"},
+      {"last child of a closed list", "closed", step(ArbNodeWaitLastChild), "0 y 77", "0 y 77"},
+      {"next in an open list", "x", step(ArbNodeWaitNextSibling), "0 null 77", "13 - 77"},
+      {"next in a closed list", "y", step(ArbNodeWaitNextSibling), "0 null 77", "0 null 77"},
+      {"count of an open list", "open", count, "0 - 0", "13 - 0"},
+      {"count of a closed list", "closed", count, "0 - 1", "0 - 1"},
+      {"closing of an open list", "open", whole(ArbNodeWaitAllChildrenAttached), "0 - 77", "13 - 77"},
+      {"closing of a closed list", "closed", whole(ArbNodeWaitAllChildrenAttached), "0 - 77", "0 - 77"},
+      {"attributes that are open", "open", whole(ArbNodeWaitAttributesDone), "0 - 77", "13 - 77"},
+      {"attributes that are done", "closed", whole(ArbNodeWaitAttributesDone), "0 - 77", "0 - 77"},
+      {"all of an open node", "open", whole(ArbNodeWaitProducerDone), "0 - 77", "13 - 77"},
   };
   for (const Row& row : rows) {
     for (const ArbStatus end : {ARB_STATUS_END, 13u}) {
@@ -104,18 +96,18 @@ TEST(WaitingAtTheEnd, AnswersAndFailures) {
       Host host;
       host.endResult = end;
       ArbNode* const root = rootOf(host.makeTree());
-      ArbNode* const open = host.append(root, "open");
-      ArbNode* const closed = host.append(root, "closed");
-      host.append(open, "x");
-      host.append(closed, "y");
-      ok(ArbNodeProducerDone(closed));
+      std::map<std::string, ArbNode*> nodes;
+      for (const char* const name : {"open", "closed"}) nodes[name] = host.append(root, name);
+      nodes["x"] = host.append(nodes["open"], "x");
+      nodes["y"] = host.append(nodes["closed"], "y");
+      ok(ArbNodeProducerDone(nodes["closed"]));
       for (int again = 0; again < 2; ++again) {
         ArbNode* node = untouchedNode();
-        std::uint32_t count = 77;
-        const ArbStatus status = row.wait(open, closed, &node, &count);
+        std::uint32_t children = 77;
+        const ArbStatus status = row.wait(nodes[row.from], &node, &children);
         const std::string result = node == untouchedNode() ? "-" : host.events.nameOf(node);
         EXPECT_EQ(end == 13 ? row.failed : row.ended,
-                  joined({std::to_string(status), " ", result, " ", std::to_string(count)}));
+                  joined({std::to_string(status), " ", result, " ", std::to_string(children)}));
       }
       EXPECT_EQ(std::string(row.failed).starts_with("13") ? 1u : 0u, host.runs.size());
     }

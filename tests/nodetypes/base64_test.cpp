@@ -1,8 +1,6 @@
 // Base64 text against independent encoders and decoders: coreutils where there is one, and the plain bit string.
 #include "nodetypes/base64.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <cstdio>
 #include <cstring>

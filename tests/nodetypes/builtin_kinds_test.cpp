@@ -1,6 +1,4 @@
 // The six built-in kinds: their records, text values, and the operations of their descriptors with the stream form.
-#include <gtest/gtest.h>
-
 #include <cstring>
 #include <string>
 
@@ -118,13 +116,20 @@ TEST_F(BuiltinKinds, TextOperations) {
   EXPECT_EQ(u"(none)", valueOf(node));
 }
 
+// A stream in memory, closed with its scope.
+struct Stream {
+  explicit Stream(std::uint32_t limit = 0, const void* bytes = nullptr, std::uint32_t count = 0) {
+    ok(BaseStreamOpenMemory(bytes, count, limit, &stream));
+  }
+  ~Stream() { BaseStreamClose(stream); }
+  Stream(const Stream&) = delete;
+  Stream& operator=(const Stream&) = delete;
+  operator BaseStream*() const { return stream; }
+  BaseStream* stream = nullptr;
+};
+
 class StreamForm : public BuiltinKinds {
  protected:
-  BaseStream* open(std::uint32_t limit = 0, const void* bytes = nullptr, std::uint32_t count = 0) {
-    BaseStream* stream = nullptr;
-    ok(BaseStreamOpenMemory(bytes, count, limit, &stream));
-    return stream;
-  }
   static std::uint32_t drain(BaseStream* stream, void* buffer, std::uint32_t room) {
     std::uint32_t moved = 0;
     stream->functions->read(stream, buffer, room, &moved);
@@ -138,7 +143,7 @@ TEST_F(StreamForm, ARecordComesBackAsItWasWithABufferOfItsOwn) {
       SCOPED_TRACE(testing::Message() << id << " with " << value.size() << " units");
       ArbNode* const node = text(value, id);
       const std::uint32_t bytes = value.empty() ? 0 : static_cast<std::uint32_t>(2 * value.size() + 2);
-      BaseStream* const stream = open();
+      const Stream stream;
       ok(node->nodeType->write(node, stream));
       unsigned char image[512];
       EXPECT_EQ(node->size + bytes, drain(stream, image, sizeof image));
@@ -161,17 +166,15 @@ TEST_F(StreamForm, ARecordComesBackAsItWasWithABufferOfItsOwn) {
       }
       heap::release(copy->text);
       heap::release(copy);
-      BaseStreamClose(stream);
     }
   }
   ArbNode* const reference = make(ARB_ELEM_EXTERNAL_REFERENCE);
-  BaseStream* const stream = open();
+  const Stream stream;
   ok(reference->nodeType->write(reference, stream));
   ArbExternalReferenceNode copy{};
   ok(reference->nodeType->read(&copy.node, stream));
   EXPECT_EQ(0, std::memcmp(&copy, reference, sizeof copy));
   EXPECT_EQ(0u, drain(stream, &copy, 1));
-  BaseStreamClose(stream);
 }
 
 // Bytes of 8 bits: the text is textLength bytes long, and the stream holds zeros behind them.
@@ -182,34 +185,30 @@ TEST_F(StreamForm, EightBitBytesAreFilledUp) {
   record->text = static_cast<char16_t*>(heap::allocate(5));
   record->textLength = 4;
   std::memcpy(record->text, "wxyz", 5);
-  BaseStream* const stream = open();
+  const Stream stream;
   ok(node->nodeType->write(node, stream));
   unsigned char image[512];
   EXPECT_EQ(node->size + 10u, drain(stream, image, sizeof image));
   EXPECT_EQ(0, std::memcmp(image + node->size, "wxyz\0\0\0\0\0\0", 10));
-  BaseStreamClose(stream);
 }
 
 TEST_F(StreamForm, FailuresOfTheStreamAndOfTheHeap) {
   ArbNode* const node = text(u"value");
   for (const std::uint32_t room : {1u, node->size - 1u, node->size + 1u, node->size + 11u}) {
     SCOPED_TRACE(room);
-    BaseStream* const full = open(room);
+    const Stream full(room);
     EXPECT_EQ(BASE_ERR_FULL, node->nodeType->write(node, full));
-    BaseStreamClose(full);
 
-    BaseStream* const whole = open();
+    const Stream whole;
     ok(node->nodeType->write(node, whole));
     unsigned char image[512];
     drain(whole, image, sizeof image);
-    BaseStreamClose(whole);
-    BaseStream* const cut = open(0, image, room);
+    const Stream cut(0, image, room);
     ArbTextNode copy{};
     EXPECT_EQ(BASE_ERR_END, node->nodeType->read(&copy.node, cut));
     if (room > node->size) heap::release(copy.text);
-    BaseStreamClose(cut);
   }
-  BaseStream* const stream = open();
+  const Stream stream;
   ok(node->nodeType->write(node, stream));
   ArbTextNode copy{};
   heap::testing::failAllocation(1, false);
@@ -218,7 +217,6 @@ TEST_F(StreamForm, FailuresOfTheStreamAndOfTheHeap) {
   EXPECT_TRUE(heap::testing::failureFired());
   EXPECT_EQ(nullptr, copy.text);
   EXPECT_EQ(5u, copy.textLength);
-  BaseStreamClose(stream);
 }
 
 }  // namespace

@@ -1,11 +1,7 @@
 // Copies of nodes and subtrees: what they carry, where they can be made, what is announced, and what failures leave.
-#include <gtest/gtest.h>
-
 #include <cstring>
-#include <memory>
 #include <string>
 
-#include "platform/heap.h"
 #include "support/attribute_kinds.h"
 #include "support/host.h"
 #include "support/small_stack.h"

@@ -1,6 +1,4 @@
 // Values of encoded-bytes nodes: encodings, flags, what is stored beside the text, and what failures leave.
-#include <gtest/gtest.h>
-
 #include <cstring>
 #include <string>
 
@@ -39,8 +37,12 @@ TEST_F(EncodedBytes, FlagsAreCompletedAndOthersKept) {
       EXPECT_EQ(ARB_ENCODING_RAW8, record.encoding);
     }
   }
-  ok(ArbEncodedBytesNodeSetValue(node, "ab", 2, 0, ARB_ENCODING_UTF16));
+  ok(ArbEncodedBytesNodeSetValue(node, "ab", 2, 5, ARB_ENCODING_UTF16));
   EXPECT_EQ(0x11u, record.encodingFlags);
+  std::uint32_t info = 99, encoding = 98;
+  ok(ArbEncodedBytesNodeGetValue(node, nullptr, nullptr, &info, &encoding));
+  EXPECT_EQ(5u, info);
+  EXPECT_EQ(ARB_ENCODING_UTF16, encoding);
 }
 
 TEST_F(EncodedBytes, UnitsAndRawBytes) {

@@ -1,6 +1,4 @@
 // Making external references and reading their names.
-#include <gtest/gtest.h>
-
 #include <string>
 
 #include "support/host.h"

@@ -1,6 +1,4 @@
 // Registration of namespaces with a tree: refusals, the full table, overwriting, the default namespace.
-#include <gtest/gtest.h>
-
 #include "support/host.h"
 #include "support/standins.h"
 #include "tree/tree.h"

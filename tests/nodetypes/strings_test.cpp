@@ -1,8 +1,4 @@
 // Interned strings: one record a text, the search tree of their links, comparing and hashing.
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <map>
 #include <random>
 #include <string>
 #include <vector>

@@ -1,7 +1,5 @@
 // Each allocation fails in turn, once and for ever after. Whatever the calls answered: nothing crashes or leaks, what
 // was refused has changed nothing, and the document can still be used and destroyed.
-#include <gtest/gtest.h>
-
 #include <functional>
 #include <string>
 

@@ -1,8 +1,6 @@
 // Every function called in the middle of a run: by the producer itself, by an event callback, and by a producer node
 // hook. It works, or it answers that it cannot wait now; the run goes on, and the document can be finished and
 // destroyed. Only ArbDocumentDestroy may not be called there.
-#include <gtest/gtest.h>
-
 #include <functional>
 #include <set>
 #include <string>
@@ -10,7 +8,6 @@
 
 #include "platform/heap.h"
 #include "support/every_function.h"
-#include "tree/tree.h"
 
 namespace arbtree::test {
 namespace {

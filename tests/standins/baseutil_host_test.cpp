@@ -48,6 +48,10 @@ class BaseUtilHost : public ::testing::Test {
     ASSERT_EQ(BaseSetHostFunctions(context, &functions), ARB_OK);
     contexts.push_back(context);
   }
+  static void setDefault(Host& host) {
+    const BaseHostFunctions functions = host.functions();
+    BaseSetDefaultHostFunctions(&functions);
+  }
   std::vector<std::uint32_t> contexts;
 };
 
@@ -70,8 +74,7 @@ TEST_F(BaseUtilHost, AsksTheContextsOwnFunctionsBeforeTheDefault) {
   fallback.answer = 7;
   set(5, own.functions());
   set(0, zero.functions());
-  const BaseHostFunctions functions = fallback.functions();
-  BaseSetDefaultHostFunctions(&functions);
+  setDefault(fallback);
   EXPECT_EQ(BaseStatusCallback(5, 0, 0), 20u);
   EXPECT_EQ(BaseStatusCallback(0, 0, 0), 32u);
   EXPECT_EQ(BaseStatusCallback(6, 0, 0), 7u);
@@ -101,8 +104,7 @@ TEST_F(BaseUtilHost, BailOutReachesTheContextThatAnsweredLast) {
   Host outer, inner, fallback;
   set(1, outer.functions());
   set(2, inner.functions());
-  const BaseHostFunctions functions = fallback.functions();
-  BaseSetDefaultHostFunctions(&functions);
+  setDefault(fallback);
 
   BaseStatusCallback(1, 0, 0);
   BaseStatusCallback(2, 0, 0);
@@ -129,8 +131,7 @@ TEST_F(BaseUtilHost, AThreadThatNeverAskedUsesTheDefault) {
   std::optional<std::uint32_t> thrown;
   std::thread([&thrown] { thrown = thrownByBailOut(20); }).join();
   EXPECT_EQ(thrown, 20u);
-  const BaseHostFunctions functions = fallback.functions();
-  BaseSetDefaultHostFunctions(&functions);
+  setDefault(fallback);
   std::thread([] { BaseBailOut(20, 0, 0); }).join();
   EXPECT_EQ(fallback.bailedCode, 20u);
   EXPECT_FALSE(zero.bailedCode);

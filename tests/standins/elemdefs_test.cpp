@@ -29,6 +29,9 @@ class ElemDefs : public ::testing::Test {
   }
 
   ElemDefsHandle context = nullptr;
+  ArbNodeFactory factory = nullptr;
+  ArbNodeDestroyer destroyer = nullptr;
+  std::uint32_t count = 77;
   std::vector<std::uint32_t> registered;
 };
 
@@ -52,8 +55,6 @@ TEST_F(ElemDefs, RefusesWhatCannotBeRegistered) {
   for (const Case& c : cases) {
     EXPECT_EQ(ElemDefsRegisterNamespace(c.number, c.factory, c.destroyer, 9), c.expected) << c.number;
   }
-  ArbNodeFactory factory = nullptr;
-  ArbNodeDestroyer destroyer = nullptr;
   EXPECT_EQ(ElemDefsGetNodeFactory(context, 8, &factory, &destroyer), ELEMDEFS_ERR_UNKNOWN_NAMESPACE);
   EXPECT_EQ(ElemDefsGetNodeFactory(context, 7, &factory, &destroyer), ARB_OK);
   EXPECT_EQ(factory, makeNothing) << "a refused duplicate must not replace the first registration";
@@ -64,9 +65,7 @@ TEST_F(ElemDefs, FindsByTheLow16Bits) {
   add(5, 11);
   add(4095, 12);
   struct Case {
-    std::uint32_t number;
-    std::uint32_t status;
-    std::uint32_t count;
+    std::uint32_t number, status, count;
   };
   const std::uint32_t unknown = ELEMDEFS_ERR_UNKNOWN_NAMESPACE;
   const Case cases[] = {
@@ -76,11 +75,11 @@ TEST_F(ElemDefs, FindsByTheLow16Bits) {
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.number);
-    std::uint32_t count = 77;
+    count = 77;
     EXPECT_EQ(ElemDefsGetElementCount(context, c.number, &count), c.status);
     EXPECT_EQ(count, c.count);
-    ArbNodeFactory factory = makeNothingElse;
-    ArbNodeDestroyer destroyer = nullptr;
+    factory = makeNothingElse;
+    destroyer = nullptr;
     EXPECT_EQ(ElemDefsGetNodeFactory(context, c.number, &factory, &destroyer), c.status);
     EXPECT_EQ(factory, c.status == ARB_OK ? makeNothing : makeNothingElse);
     EXPECT_EQ(destroyer, c.status == ARB_OK ? destroyNothing : nullptr);
@@ -93,7 +92,6 @@ TEST_F(ElemDefs, UnregisteringFreesTheNumber) {
   for (const std::uint32_t number : {9u, 2u, 4096u, 0x10009u}) {
     EXPECT_EQ(ElemDefsUnregisterNamespace(number), ELEMDEFS_ERR_UNKNOWN_NAMESPACE) << number;
   }
-  std::uint32_t count = 0;
   EXPECT_EQ(ElemDefsGetElementCount(context, 9, &count), ELEMDEFS_ERR_UNKNOWN_NAMESPACE);
   add(9, 2);
   EXPECT_EQ(ElemDefsGetElementCount(context, 9, &count), ARB_OK);
@@ -102,8 +100,6 @@ TEST_F(ElemDefs, UnregisteringFreesTheNumber) {
 
 TEST_F(ElemDefs, NullOutParameters) {
   add(9, 1);
-  ArbNodeFactory factory = nullptr;
-  ArbNodeDestroyer destroyer = nullptr;
   EXPECT_EQ(ElemDefsCreate(nullptr), ARB_ERR_BADARG);
   EXPECT_EQ(ElemDefsGetNodeFactory(context, 9, nullptr, &destroyer), ARB_ERR_BADARG);
   EXPECT_EQ(ElemDefsGetNodeFactory(context, 9, &factory, nullptr), ARB_ERR_BADARG);
@@ -126,9 +122,6 @@ TEST_F(ElemDefs, ServesOnlyLiveContexts) {
       sizeof live > 4 ? fromNumber(live | std::uintptr_t{1} << (sizeof live * 8 - 1)) : stale};
   for (const ElemDefsHandle bad : contexts) {
     SCOPED_TRACE(bad);
-    ArbNodeFactory factory = nullptr;
-    ArbNodeDestroyer destroyer = nullptr;
-    std::uint32_t count = 77;
     EXPECT_EQ(ElemDefsGetNodeFactory(bad, 9, &factory, &destroyer), ELEMDEFS_ERR_CONTEXT);
     EXPECT_EQ(ElemDefsGetElementCount(bad, 9, &count), ELEMDEFS_ERR_CONTEXT);
     EXPECT_EQ(ElemDefsDestroy(bad), ELEMDEFS_ERR_CONTEXT);
@@ -150,7 +143,7 @@ TEST_F(ElemDefs, AStaleContextStaysStale) {
   }
 }
 
-TEST_F(ElemDefs, ThreadsDoNotDisturbEachOther) {
+TEST(ElemDefsOfThreads, DoNotDisturbEachOther) {
   arbtree::test::onFourThreads(2000, [](std::uint32_t t, std::uint32_t) {
     ElemDefsHandle own = nullptr;
     std::uint32_t count = 0;

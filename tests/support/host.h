@@ -3,6 +3,8 @@
 // The script is a list of steps. A run executes steps in order until one answers something other than ARB_OK, or
 // `stepsPerRun` steps are done; after the last step the run answers `endResult`. So a script can be stopped after every
 // step, with any result. The producer finds its Host through a handle, as hosts with 64-bit pointers do.
+//
+// Whoever includes this has GoogleTest as well.
 #ifndef ARBTREE_TESTS_SUPPORT_HOST_H
 #define ARBTREE_TESTS_SUPPORT_HOST_H
 

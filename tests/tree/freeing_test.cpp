@@ -1,6 +1,4 @@
 // When a node is freed, and in which order events, links and destroyers follow.
-#include <gtest/gtest.h>
-
 #include "support/host.h"
 
 namespace arbtree::test {

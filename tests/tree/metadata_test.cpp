@@ -1,6 +1,4 @@
 // Metadata of nodes and child documents: every change of size, every way to read, and what is freed.
-#include <gtest/gtest.h>
-
 #include <cstring>
 #include <functional>
 

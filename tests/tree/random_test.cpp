@@ -3,8 +3,6 @@
 // ways have to agree with the same model.
 //
 // ARBTREE_SEQUENCES says how many sequences each test runs; ARBTREE_SEED=n runs a printed sequence first.
-#include <gtest/gtest.h>
-
 #include <bit>
 #include <iterator>
 #include <random>

@@ -1,7 +1,4 @@
 // Completion and release by both sides: the whole sequence of events and hooks of every call, and its refusals.
-#include <gtest/gtest.h>
-
-#include <functional>
 #include <memory>
 #include <vector>
 

@@ -1,7 +1,5 @@
 // One document through every setting: however the producer is cut into runs, however the consumer asks and in whichever
 // order both sides release, the same nodes come out in the same order, and at the end nothing but the root is left.
-#include <gtest/gtest.h>
-
 #include <functional>
 #include <string>
 #include <vector>
