@@ -29,8 +29,6 @@ constexpr Sign kSigns[] = {
     {"Rar!\x1A\x07\1"sv, ContentKind::rar5},
     {"xar!\0"sv, ContentKind::xar},
     {"\x1F\x8B\x08"sv, ContentKind::compressed},
-    {"\x1F\x9D"sv, ContentKind::compressed},
-    {"BZh"sv, ContentKind::compressed},
     {"\xFD"
      "7zXZ\0"sv,
      ContentKind::compressed},
@@ -58,6 +56,34 @@ constexpr std::string_view kOpaqueExtensions[] = {
     "rb",  "rs",   "rst",  "scss", "sh",   "so",    "swift", "tcl", "tex",  "tiff",       "toml", "tsv",  "ttf",
     "txt", "wav",  "webm", "webp", "woff", "woff2", "yaml",  "yml",
 };
+
+// Whether a stream of bzip2 begins with a block or is an empty one.
+bool isBzip2(std::string_view bytes) {
+  if (bytes.size() < 10 || !bytes.starts_with("BZh") || bytes[3] < '1' || bytes[3] > '9') return false;
+  return bytes.substr(4, 6) == "1AY&SY" || bytes.substr(4, 6) == "\x17rE8P\x90"sv;
+}
+
+// Whether a stream of compress begins with codes of 9 to 16 bits.
+bool isCompress(std::string_view bytes) {
+  if (bytes.size() < 3 || !bytes.starts_with("\x1F\x9D"sv)) return false;
+  const unsigned bits = static_cast<unsigned char>(bytes[2]) & 0x7Fu;
+  return bits >= 9 && bits <= 16;
+}
+
+// Whether a cpio archive of 16-bit words, of either byte order, begins with a file of a known type and a name.
+bool isBinaryCpio(std::string_view bytes) {
+  constexpr std::size_t kHeaderBytes = 26;
+  constexpr unsigned kTypes = 0x1556;  // pipe, character device, folder, block device, file, link, socket
+  const bool isLittle = bytes.starts_with("\xC7\x71");
+  if (bytes.size() < kHeaderBytes || !(isLittle || bytes.starts_with("\x71\xC7"))) return false;
+  const auto word = [&](std::size_t at) {
+    const auto first = static_cast<unsigned char>(bytes[at]);
+    const auto second = static_cast<unsigned char>(bytes[at + 1]);
+    return isLittle ? first + 256u * second : 256u * first + second;
+  };
+  const std::string_view name = bytes.substr(kHeaderBytes, word(20));
+  return (kTypes >> (word(6) >> 12) & 1u) != 0 && !name.empty() && name.find('\0') >= name.size() - 1;
+}
 
 // Whether a tar archive can begin like this: behind the name, of 100 bytes, stands the mode in octal digits.
 bool mayBeTarHeader(std::string_view bytes) {
@@ -129,6 +155,8 @@ ContentKind recognise(std::string_view beginning, std::string_view name) {
   for (const Sign& sign : kSigns) {
     if (sign.bytes[0] == beginning[0] && beginning.starts_with(sign.bytes)) return sign.kind;
   }
+  if (isBzip2(beginning) || isCompress(beginning)) return ContentKind::compressed;
+  if (isBinaryCpio(beginning)) return ContentKind::cpio;
   if (isTarHeader(beginning)) return ContentKind::tar;
   if (isAmong(kXmlExtensions, extensionOf(name)) && beginsWithMarkup(beginning)) return ContentKind::xml;
   return ContentKind::other;

@@ -179,7 +179,11 @@ ContentKind MemberProducer::recogniseUnpacked(Content& content, const std::strin
   content.raw->hold();
   content.unpacked = decompress(*content.raw, budget_);
   const ContentKind kind = look(*content.unpacked, withoutLastExtension(name));
-  return kind == ContentKind::other && xmlByDefault ? ContentKind::xml : kind;
+  if (kind != ContentKind::other) return kind;
+  if (xmlByDefault) return ContentKind::xml;  // which tells what is wrong
+  const std::string& problem = content.unpacked->error();
+  if (!problem.empty() && budget_.isWithin()) problems_.member(path_, "cannot be unpacked: " + problem);
+  return kind;
 }
 
 void MemberProducer::settle(Content& content, bool unpacked) {
