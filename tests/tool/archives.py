@@ -157,6 +157,7 @@ class Nested(InFolder):
              "blanker.xml": (b" " * 600 + b"<r/>", "file"), "r.xml": (b"no markup", "file"), "short": (b"P", "file"),
              "zip": (make_zip([("x", b"1")]), "forest"), "tar": (tar([("x", b"1")], tarfile.GNU_FORMAT), "forest"),
              "packed": (packed("gzip", tar([("x", b"1")])), "forest"), "digits": (b"7" * 1000, "file"), "empty": (b"", "file"),
+             "none.tar": (bytes(1024), "forest"), "zeros": (bytes(1024), "file"), "none.tar.gz": (packed("gzip", bytes(1024)), "forest"),
              "words": (b"some words in lines\n" * 1000, "file"), "random": (bytes(range(256)) * 40, "file")}
 
     def test_kinds_do_not_depend_on_how_the_archive_is_read(self):
@@ -190,6 +191,16 @@ class Nested(InFolder):
         self.assertEqual(0, run("extract", "-C", kept, "--keep-archives", "-", data=NESTED).status)
         self.assertEqual({b"last.xml", b"mid.tar.gz"}, set(tree_of(kept)))
         self.assertTrue(tree_of(kept)[b"mid.tar.gz"][2].startswith(b"\x1f\x8b"))
+
+    def test_a_pattern_chooses_members_and_what_is_in_them(self):
+        inside = {b"mid.tar.gz/in.zip", b"mid.tar.gz/in.zip/b.xml", b"mid.tar.gz/in.zip/t"}
+        for pattern, members in {"mid.tar.gz/in.zip": inside, "*/in.???": inside, "*.xml": {b"last.xml"} | inside - {b"mid.tar.gz/in.zip/t"},
+                                 "mid.tar.gz": inside | {b"mid.tar.gz/x"}, "mid.tar.gz/[!i]": {b"mid.tar.gz/x"}, "in.zip": set()}.items():
+            with self.subTest(pattern):
+                folder = tempfile.mkdtemp(dir=self.folder)
+                result = run("extract", "-C", folder, "--member", pattern, "-", data=NESTED)
+                self.assertEqual((0, "") if members else (1, "arbtree: <stdin>: no member matches in.zip\n"), (result.status, result.err))
+                self.assertEqual(members, set(tree_of(folder)) - {b"mid.tar.gz"})
 
     def test_folders_have_the_times_of_their_last_entry_or_of_their_archive(self):
         inner = tar([("in", b""), (tar_entry("in2/", type=b"5", mtime=5, mode=0o755), None)])

@@ -85,10 +85,12 @@ bool isBinaryCpio(std::string_view bytes) {
   return (kTypes >> (word(6) >> 12) & 1u) != 0 && !name.empty() && name.find('\0') >= name.size() - 1;
 }
 
+bool isZeros(std::string_view bytes) { return bytes.find_first_not_of('\0') == std::string_view::npos; }
+
 // Whether a tar archive can begin like this: behind the name, of 100 bytes, stands the mode in octal digits.
 bool mayBeTarHeader(std::string_view bytes) {
   constexpr std::size_t kModeAt = 100;
-  if (bytes.size() < kSignBytes || bytes[0] == 0) return false;
+  if (bytes.size() < kSignBytes) return false;
   const std::string_view mode = bytes.substr(kModeAt, kSignBytes - kModeAt);
   return mode.find_first_not_of("01234567 \0"sv) == std::string_view::npos;
 }
@@ -97,7 +99,7 @@ bool mayBeTarHeader(std::string_view bytes) {
 bool isTarHeader(std::string_view bytes) {
   constexpr std::size_t kSumAt = 148;
   constexpr std::size_t kSumBytes = 8;
-  if (bytes.size() < kMostSignBytes || !mayBeTarHeader(bytes)) return false;
+  if (bytes.size() < kMostSignBytes || bytes[0] == 0 || !mayBeTarHeader(bytes)) return false;
   unsigned long sum = kSumBytes * ' ';
   for (std::size_t i = 0; i < kMostSignBytes; ++i) {
     if (i < kSumAt || i >= kSumAt + kSumBytes) sum += static_cast<unsigned char>(bytes[i]);
@@ -135,14 +137,14 @@ std::size_t firstNoSpace(std::string_view bytes) {
   return bytes.find_first_not_of(" \t\r\n", bytes.starts_with("\xEF\xBB\xBF") ? 3 : 0);
 }
 
-bool beginsWithMarkup(std::string_view bytes) {
-  const std::size_t first = firstNoSpace(bytes);
-  return first != std::string_view::npos && bytes[first] == '<';
-}
-
 }  // namespace
 
 bool isOpaqueByName(std::string_view name) { return isAmong(kOpaqueExtensions, extensionOf(name)); }
+
+bool beginsWithMarkup(std::string_view beginning) {
+  const std::size_t first = firstNoSpace(beginning);
+  return first != std::string_view::npos && beginning[first] == '<';
+}
 
 std::size_t bytesToTell(std::string_view beginning) {
   const bool isOpen = mayBeTarHeader(beginning) || firstNoSpace(beginning) == std::string_view::npos;
@@ -158,7 +160,10 @@ ContentKind recognise(std::string_view beginning, std::string_view name) {
   if (isBzip2(beginning) || isCompress(beginning)) return ContentKind::compressed;
   if (isBinaryCpio(beginning)) return ContentKind::cpio;
   if (isTarHeader(beginning)) return ContentKind::tar;
-  if (isAmong(kXmlExtensions, extensionOf(name)) && beginsWithMarkup(beginning)) return ContentKind::xml;
+  const std::string extension = extensionOf(name);
+  // An empty header is the end of the archive.
+  if (extension == "tar" && beginning.size() == kMostSignBytes && isZeros(beginning)) return ContentKind::tar;
+  if (isAmong(kXmlExtensions, extension) && beginsWithMarkup(beginning)) return ContentKind::xml;
   return ContentKind::other;
 }
 
