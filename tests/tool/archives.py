@@ -182,6 +182,14 @@ class Nested(InFolder):
                           "mode": "lrwxrwxrwx", "link": "t\\nx"},
                          json.loads(run("ls", "--json", "-", data=data).out.splitlines()[1]))
 
+    def test_an_input_that_is_no_archive_is_its_only_member(self):
+        path, target = self.write("a.dat", b"data"), self.new_folder("target")
+        os.chmod(path, 0o640)
+        os.utime(path, (0, 1500000000))
+        self.assertEqual(b"file   -rw-r-----            4 2017-07-14T02:40:00Z a.dat\n", run("ls", "--long", path).out)
+        self.assertEqual(0, run("extract", "-C", target, path).status)
+        self.assertEqual({b"a.dat": (0o100640, 1500000000, b"data")}, tree_of(target))
+
     def test_nested_archives_are_extracted_as_folders_or_kept(self):
         unpacked, kept = self.new_folder("unpacked"), self.new_folder("kept")
         self.assertEqual(0, run("extract", "-C", unpacked, "-", data=NESTED).status)
