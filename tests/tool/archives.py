@@ -157,6 +157,7 @@ class Nested(InFolder):
              "blanker.xml": (b" " * 600 + b"<r/>", "file"), "r.xml": (b"no markup", "file"), "short": (b"P", "file"),
              "zip": (make_zip([("x", b"1")]), "forest"), "tar": (tar([("x", b"1")], tarfile.GNU_FORMAT), "forest"),
              "packed": (packed("gzip", tar([("x", b"1")])), "forest"), "digits": (b"7" * 1000, "file"), "empty": (b"", "file"),
+             "none.tar": (bytes(1024), "forest"), "zeros": (bytes(1024), "file"), "none.tar.gz": (packed("gzip", bytes(1024)), "forest"),
              "words": (b"some words in lines\n" * 1000, "file"), "random": (bytes(range(256)) * 40, "file")}
 
     def test_kinds_do_not_depend_on_how_the_archive_is_read(self):
@@ -181,6 +182,14 @@ class Nested(InFolder):
                           "mode": "lrwxrwxrwx", "link": "t\\nx"},
                          json.loads(run("ls", "--json", "-", data=data).out.splitlines()[1]))
 
+    def test_an_input_that_is_no_archive_is_its_only_member(self):
+        path, target = self.write("a.dat", b"data"), self.new_folder("target")
+        os.chmod(path, 0o640)
+        os.utime(path, (0, 1500000000))
+        self.assertEqual(b"file   -rw-r-----            4 2017-07-14T02:40:00Z a.dat\n", run("ls", "--long", path).out)
+        self.assertEqual(0, run("extract", "-C", target, path).status)
+        self.assertEqual({b"a.dat": (0o100640, 1500000000, b"data")}, tree_of(target))
+
     def test_nested_archives_are_extracted_as_folders_or_kept(self):
         unpacked, kept = self.new_folder("unpacked"), self.new_folder("kept")
         self.assertEqual(0, run("extract", "-C", unpacked, "-", data=NESTED).status)
@@ -190,6 +199,16 @@ class Nested(InFolder):
         self.assertEqual(0, run("extract", "-C", kept, "--keep-archives", "-", data=NESTED).status)
         self.assertEqual({b"last.xml", b"mid.tar.gz"}, set(tree_of(kept)))
         self.assertTrue(tree_of(kept)[b"mid.tar.gz"][2].startswith(b"\x1f\x8b"))
+
+    def test_a_pattern_chooses_members_and_what_is_in_them(self):
+        inside = {b"mid.tar.gz/in.zip", b"mid.tar.gz/in.zip/b.xml", b"mid.tar.gz/in.zip/t"}
+        for pattern, members in {"mid.tar.gz/in.zip": inside, "*/in.???": inside, "*.xml": {b"last.xml"} | inside - {b"mid.tar.gz/in.zip/t"},
+                                 "mid.tar.gz": inside | {b"mid.tar.gz/x"}, "mid.tar.gz/[!i]": {b"mid.tar.gz/x"}, "in.zip": set()}.items():
+            with self.subTest(pattern):
+                folder = tempfile.mkdtemp(dir=self.folder)
+                result = run("extract", "-C", folder, "--member", pattern, "-", data=NESTED)
+                self.assertEqual((0, "") if members else (1, "arbtree: <stdin>: no member matches in.zip\n"), (result.status, result.err))
+                self.assertEqual(members, set(tree_of(folder)) - {b"mid.tar.gz"})
 
     def test_folders_have_the_times_of_their_last_entry_or_of_their_archive(self):
         inner = tar([("in", b""), (tar_entry("in2/", type=b"5", mtime=5, mode=0o755), None)])

@@ -29,6 +29,9 @@ class CommandLine(unittest.TestCase):
                 self.assertEqual((2, b""), (result.status, result.out))
                 self.assertRegex(result.err, r"^arbtree: .+\nRun `arbtree --help` .+\n\Z")
 
+    def test_an_unknown_command_is_named(self):
+        self.assertIn("arbtree: no command is called lss\n", run("lss", "a").err)
+
     def test_help_goes_to_standard_output_and_has_examples(self):
         for arguments in [["--help"], ["xml", "-h"]] + [[command, "--help"] for command in COMMANDS]:
             with self.subTest(arguments):

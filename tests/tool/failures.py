@@ -18,7 +18,7 @@ INPUTS = {
     "empty": (b"", None, "1:1", "empty"),
     "only space": (b" \n\n ", None, "3:2", "without an element"),
     "only a comment": (b"<!-- x -->", b"<!-- x -->\n", "1:11", "without an element"),
-    "no XML": (b"hello", None, "1:1", ""),
+    "no XML": (b"hello", None, "1:1", "neither XML nor an archive"),
     "ends in an element": (b"<a><b>hi", b"<a><b>hi</b></a>\n", "1:9", "inside element <b>"),
     "ends in a tag": (b"<a>x<b c='", b"<a>x</a>\n", "1:5", "unclosed token"),
     "ends in a comment": (b"<a>x<!-- y", b"<a>x</a>\n", "1:5", "unclosed token"),
@@ -69,9 +69,10 @@ class Inputs(unittest.TestCase):
     def test_files_that_cannot_be_read(self):
         with tempfile.TemporaryDirectory() as folder:
             missing = os.path.join(folder, "missing.xml")
-            self.check_message(run("xml", missing), missing, "1:1", "No such file")
-            self.check_message(run("xml", folder), folder, "1:1", "Is a directory")
-            self.check_message(run("stats", ""), "", "1:1", "No such file")
+            for command in [["ls"], ["xml"], ["find", "--element", "e"], ["extract", "-C", folder]]:
+                for path, reason in [(missing, "No such file or directory"), (folder, "Is a directory")]:
+                    result = run(*command, path)
+                    self.assertEqual((1, b"", f"arbtree: {path}: {reason}\n"), (result.status, result.out, result.err))
 
     def test_the_amplification_of_entities_is_limited(self):
         entities = "".join(f'<!ENTITY e{i + 1} "{f"&e{i};" * 20}">' for i in range(8))

@@ -289,12 +289,13 @@ bool ArchiveReader::drain() {
   }
 }
 
-// libarchive takes a tar archive that just ends for a whole one; a whole one ends with an empty header. A zip archive
-// that it reads as a stream ends for it with the first record that is no member; a whole one ends with its end record.
+// libarchive takes a tar archive that just ends for a whole one; a whole one ends with an empty header. Of an ar
+// archive it leaves out a header that is cut; a whole one has nothing behind its last member. A zip archive that it
+// reads as a stream ends for it with the first record that is no member; a whole one ends with its end record.
 bool ArchiveReader::endsInFull() {
-  if (format_ == ContentKind::tar) {
-    return archive_filter_bytes(archive_.get(), 0) > archive_read_header_position(archive_.get());
-  }
+  const la_int64_t read = archive_filter_bytes(archive_.get(), 0);
+  if (format_ == ContentKind::tar) return read > archive_read_header_position(archive_.get());
+  if (format_ == ContentKind::ar) return static_cast<std::uint64_t>(read) == feed_.source().bytesRead();
   if (format_ != ContentKind::zip) return true;
   if (feed_.source().canSeek()) readTail();
   return hasZipEnd(feed_.tail());

@@ -29,8 +29,6 @@ constexpr Sign kSigns[] = {
     {"Rar!\x1A\x07\1"sv, ContentKind::rar5},
     {"xar!\0"sv, ContentKind::xar},
     {"\x1F\x8B\x08"sv, ContentKind::compressed},
-    {"\x1F\x9D"sv, ContentKind::compressed},
-    {"BZh"sv, ContentKind::compressed},
     {"\xFD"
      "7zXZ\0"sv,
      ContentKind::compressed},
@@ -59,10 +57,40 @@ constexpr std::string_view kOpaqueExtensions[] = {
     "txt", "wav",  "webm", "webp", "woff", "woff2", "yaml",  "yml",
 };
 
+// Whether a stream of bzip2 begins with a block or is an empty one.
+bool isBzip2(std::string_view bytes) {
+  if (bytes.size() < 10 || !bytes.starts_with("BZh") || bytes[3] < '1' || bytes[3] > '9') return false;
+  return bytes.substr(4, 6) == "1AY&SY" || bytes.substr(4, 6) == "\x17rE8P\x90"sv;
+}
+
+// Whether a stream of compress begins with codes of 9 to 16 bits.
+bool isCompress(std::string_view bytes) {
+  if (bytes.size() < 3 || !bytes.starts_with("\x1F\x9D"sv)) return false;
+  const unsigned bits = static_cast<unsigned char>(bytes[2]) & 0x7Fu;
+  return bits >= 9 && bits <= 16;
+}
+
+// Whether a cpio archive of 16-bit words, of either byte order, begins with a file of a known type and a name.
+bool isBinaryCpio(std::string_view bytes) {
+  constexpr std::size_t kHeaderBytes = 26;
+  constexpr unsigned kTypes = 0x1556;  // pipe, character device, folder, block device, file, link, socket
+  const bool isLittle = bytes.starts_with("\xC7\x71");
+  if (bytes.size() < kHeaderBytes || !(isLittle || bytes.starts_with("\x71\xC7"))) return false;
+  const auto word = [&](std::size_t at) {
+    const auto first = static_cast<unsigned char>(bytes[at]);
+    const auto second = static_cast<unsigned char>(bytes[at + 1]);
+    return isLittle ? first + 256u * second : 256u * first + second;
+  };
+  const std::string_view name = bytes.substr(kHeaderBytes, word(20));
+  return (kTypes >> (word(6) >> 12) & 1u) != 0 && !name.empty() && name.find('\0') >= name.size() - 1;
+}
+
+bool isZeros(std::string_view bytes) { return bytes.find_first_not_of('\0') == std::string_view::npos; }
+
 // Whether a tar archive can begin like this: behind the name, of 100 bytes, stands the mode in octal digits.
 bool mayBeTarHeader(std::string_view bytes) {
   constexpr std::size_t kModeAt = 100;
-  if (bytes.size() < kSignBytes || bytes[0] == 0) return false;
+  if (bytes.size() < kSignBytes) return false;
   const std::string_view mode = bytes.substr(kModeAt, kSignBytes - kModeAt);
   return mode.find_first_not_of("01234567 \0"sv) == std::string_view::npos;
 }
@@ -71,7 +99,7 @@ bool mayBeTarHeader(std::string_view bytes) {
 bool isTarHeader(std::string_view bytes) {
   constexpr std::size_t kSumAt = 148;
   constexpr std::size_t kSumBytes = 8;
-  if (bytes.size() < kMostSignBytes || !mayBeTarHeader(bytes)) return false;
+  if (bytes.size() < kMostSignBytes || bytes[0] == 0 || !mayBeTarHeader(bytes)) return false;
   unsigned long sum = kSumBytes * ' ';
   for (std::size_t i = 0; i < kMostSignBytes; ++i) {
     if (i < kSumAt || i >= kSumAt + kSumBytes) sum += static_cast<unsigned char>(bytes[i]);
@@ -109,14 +137,14 @@ std::size_t firstNoSpace(std::string_view bytes) {
   return bytes.find_first_not_of(" \t\r\n", bytes.starts_with("\xEF\xBB\xBF") ? 3 : 0);
 }
 
-bool beginsWithMarkup(std::string_view bytes) {
-  const std::size_t first = firstNoSpace(bytes);
-  return first != std::string_view::npos && bytes[first] == '<';
-}
-
 }  // namespace
 
 bool isOpaqueByName(std::string_view name) { return isAmong(kOpaqueExtensions, extensionOf(name)); }
+
+bool beginsWithMarkup(std::string_view beginning) {
+  const std::size_t first = firstNoSpace(beginning);
+  return first != std::string_view::npos && beginning[first] == '<';
+}
 
 std::size_t bytesToTell(std::string_view beginning) {
   const bool isOpen = mayBeTarHeader(beginning) || firstNoSpace(beginning) == std::string_view::npos;
@@ -129,8 +157,13 @@ ContentKind recognise(std::string_view beginning, std::string_view name) {
   for (const Sign& sign : kSigns) {
     if (sign.bytes[0] == beginning[0] && beginning.starts_with(sign.bytes)) return sign.kind;
   }
+  if (isBzip2(beginning) || isCompress(beginning)) return ContentKind::compressed;
+  if (isBinaryCpio(beginning)) return ContentKind::cpio;
   if (isTarHeader(beginning)) return ContentKind::tar;
-  if (isAmong(kXmlExtensions, extensionOf(name)) && beginsWithMarkup(beginning)) return ContentKind::xml;
+  const std::string extension = extensionOf(name);
+  // An empty header is the end of the archive.
+  if (extension == "tar" && beginning.size() == kMostSignBytes && isZeros(beginning)) return ContentKind::tar;
+  if (isAmong(kXmlExtensions, extension) && beginsWithMarkup(beginning)) return ContentKind::xml;
   return ContentKind::other;
 }
 

@@ -23,7 +23,10 @@ std::size_t bytesToTell(std::string_view beginning);
 // looked at: beginning to unpack a member is most of what listing it costs.
 bool isOpaqueByName(std::string_view name);
 
-// XML is what begins with an XML declaration; without one, what begins with markup and has a name that says XML.
+bool beginsWithMarkup(std::string_view beginning);
+
+// An archive without members is recognised by its name where it has no sign. XML is what begins with an XML
+// declaration; without one, what begins with markup and has a name that says XML.
 ContentKind recognise(std::string_view beginning, std::string_view name);
 
 }  // namespace arbtree::tool

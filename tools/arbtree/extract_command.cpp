@@ -26,22 +26,25 @@ class Extraction {
 
   bool enter(ArbForestChild& child) {
     path_ = pathOf(child);
-    if (child.kind == ARB_CHILD_FOREST) {
-      if (options_.pattern.empty()) refuseIf(target_.makeFolder(path_, folderFacts(child)));
-    } else if (isWanted()) {
-      refuseIf(extract(child));
-    }
+    if (!isWanted()) return true;
+    found_ = true;
+    refuseIf(child.kind == ARB_CHILD_FOREST ? target_.makeFolder(path_, folderFacts(child)) : extract(child));
     return true;
   }
   void leave(ArbForest&) {}
 
   void finish() {
+    const bool isWhole = session_.problems.status() == 0;
+    if (!found_ && isWhole && !options_.pattern.empty())
+      session_.problems.member("", "no member matches " + options_.pattern);
     for (const auto& [path, reason] : target_.finish()) session_.problems.member(path, "refused: " + reason);
   }
 
  private:
+  // A pattern for a folder or an archive is one for all that is in it.
   bool isWanted() const {
-    return options_.pattern.empty() || fnmatch(options_.pattern.c_str(), shown(path_).c_str(), FNM_NOESCAPE) == 0;
+    const char* const pattern = options_.pattern.c_str();
+    return *pattern == '\0' || fnmatch(pattern, shown(path_).c_str(), FNM_NOESCAPE | FNM_LEADING_DIR) == 0;
   }
 
   std::string extract(ArbForestChild& child) {
@@ -83,12 +86,15 @@ class Extraction {
   // A limit is told by the producer.
   void refuseIf(const std::string& problem) {
     if (problem.empty() || !session_.document.producer().budget().isWithin()) return;
-    session_.problems.member(path_, "refused: " + problem);
+    const ByteSource* const content = session_.document.producer().fileContent();
+    const bool isDamaged = content && content->error() == problem;
+    session_.problems.member(path_, isDamaged ? problem : "refused: " + problem);
   }
 
   Session& session_;
   const ExtractOptions& options_;
   TargetFolder& target_;
+  bool found_ = false;   // something that is wanted
   std::string path_;     // of the current member
   std::string problem_;  // of the file written last
 };

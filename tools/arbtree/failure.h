@@ -7,7 +7,7 @@
 
 namespace arbtree::tool {
 
-// Lines and columns count from 1. A file that could not be read at all failed at 1:1.
+// Lines and columns count from 1.
 struct Place {
   std::uint64_t line = 1;
   std::uint64_t column = 1;

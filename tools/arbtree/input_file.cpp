@@ -2,7 +2,6 @@
 #include "input_file.h"
 
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -26,14 +25,19 @@ InputFile::InputFile(std::string path) : path_(std::move(path)) {
     fail(std::strerror(errno));
     return;
   }
-  struct stat status;
-  if (fstat(descriptor_, &status) == 0 && S_ISREG(status.st_mode)) size_ = static_cast<std::uint64_t>(status.st_size);
+  examine();
+}
+
+InputFile::InputFile(int descriptor) : descriptor_(descriptor) { examine(); }
+
+void InputFile::examine() {
+  const bool isRegular = fstat(descriptor_, &status_) == 0 && S_ISREG(status_.st_mode);
+  if (isRegular) size_ = static_cast<std::uint64_t>(status_.st_size);
 }
 
 std::unique_ptr<InputFile> InputFile::spool(ByteSource& source, std::string& problem) {
   const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::tmpfile(), std::fclose);
   bool good = file != nullptr;
-  std::uint64_t size = 0;
   while (good) {
     const auto block = source.next();
     if (!block) {
@@ -41,7 +45,6 @@ std::unique_ptr<InputFile> InputFile::spool(ByteSource& source, std::string& pro
       return nullptr;
     }
     if (block->empty()) break;
-    size += block->size();
     good = std::fwrite(block->data(), 1, block->size(), file.get()) == block->size();
   }
   good = good && std::fflush(file.get()) == 0;
@@ -51,7 +54,7 @@ std::unique_ptr<InputFile> InputFile::spool(ByteSource& source, std::string& pro
     if (descriptor >= 0) close(descriptor);
     return nullptr;
   }
-  return std::unique_ptr<InputFile>(new InputFile(descriptor, size));
+  return std::unique_ptr<InputFile>(new InputFile(descriptor));
 }
 
 InputFile::~InputFile() {

@@ -2,6 +2,8 @@
 #ifndef ARBTREE_TOOL_INPUT_FILE_H
 #define ARBTREE_TOOL_INPUT_FILE_H
 
+#include <sys/stat.h>
+
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -27,6 +29,8 @@ class InputFile final : public ByteSource {
   std::string name() const;
   // Nothing when the input is no regular file.
   std::optional<std::uint64_t> size() const { return size_; }
+  // What the system says of a regular file; null for anything else.
+  const struct stat* status() const { return size_ ? &status_ : nullptr; }
 
   bool canSeek() const override { return size_.has_value() && !isStandardInput(); }
   std::int64_t seek(std::int64_t offset, int whence) override;
@@ -38,12 +42,14 @@ class InputFile final : public ByteSource {
   bool pullsInto() const override { return true; }
 
  private:
-  InputFile(int descriptor, std::uint64_t size) : descriptor_(descriptor), size_(size) {}
+  explicit InputFile(int descriptor);
+  void examine();
   bool isStandardInput() const { return path_ == "-"; }
 
   std::string path_;
   int descriptor_ = -1;
   std::optional<std::uint64_t> size_;
+  struct stat status_ = {};
   std::unique_ptr<char[]> block_;
 };
 

@@ -26,8 +26,9 @@ constexpr char kFooter[] =
     "\n"
     "FILE is an XML file or an archive (tar, zip, cpio, ar, 7z, cab, rar, xar; compressed with gzip, bzip2, xz, zstd,\n"
     "lz4, lzip or compress), and so a package, a Java archive, an office document or an e-book; - is standard input.\n"
-    "Archives within archives are opened too. Formats are told by content. A member's path is the way to it through\n"
-    "the archives, as `arbtree ls` prints it: bytes that are no text are shown as \\ooo, a backslash as \\\\.\n"
+    "Archives within archives are opened too. Formats are told by content, but members with the names of plain texts,\n"
+    "programs, pictures, sounds and fonts are not looked into. A member's path is the way to it through the archives,\n"
+    "as `arbtree ls` prints it: bytes that are no text are shown as \\ooo, a backslash as \\\\.\n"
     "\n"
     "Exit status: 0 all went well; 1 the input or the output failed, or a member was refused; 2 the command line was\n"
     "wrong; 3 a limit was passed. What could be read is delivered. Each failure is one line on standard error:\n"
@@ -84,9 +85,9 @@ constexpr char kExtractFooter[] =
     "outside the folder. Refused by name, with exit status 1, while the rest is extracted: names that are absolute or\n"
     "have \"..\", a backslash, a drive letter or an empty part; symbolic links that lead outside, hard links to what "
     "was\n"
-    "not extracted, devices. Set-user-id, set-group-id and sticky bits are dropped. A file takes its name, in place "
-    "of\n"
-    "an earlier file, when it is complete.\n"
+    "not extracted, devices. Set-user-id, set-group-id and sticky bits are dropped; times are restored. A file takes "
+    "its\n"
+    "name, in place of an earlier file, when it is complete.\n"
     "\n"
     "Examples:\n"
     "  arbtree extract -C folder package.deb\n"
@@ -175,7 +176,9 @@ class CommandLine {
     app_.set_help_flag("-h,--help", "print this help and exit");
     app_.require_subcommand(0, 1);
     app_.get_formatter()->label("SUBCOMMAND", "COMMAND");
-    app_.get_formatter()->label("Subcommands", "Commands");
+    app_.get_formatter()->label("Positionals", "Argument");
+    app_.get_formatter()->label("REQUIRED", "(required)");
+    app_.get_formatter()->label("Excludes", "not with");
     app_.footer(kFooter);
     addLs();
     addText();
@@ -192,6 +195,10 @@ class CommandLine {
       app_.parse(argc, argv);
     } catch (const CLI::Success& help) {
       return app_.exit(help);
+    } catch (const CLI::ExtrasError& error) {
+      const std::string first = app_.remaining(true).front();
+      const bool isCommand = app_.get_subcommands().empty() && !first.starts_with('-');
+      return usageError(isCommand ? ("no command is called " + first).c_str() : error.what());
     } catch (const CLI::ParseError& error) {
       return usageError(error.what());
     }
@@ -209,6 +216,7 @@ class CommandLine {
   CLI::App& addCommand(const char* name, const char* meaning, const char* footer, Options& options,
                        int (*command)(const Options&)) {
     CLI::App& added = *app_.add_subcommand(name, meaning);
+    added.group("Commands");
     addCommonOptions(added, options.common);
     added.footer(footer);
     added.callback([this, &options, command] { chosen_ = [&options, command] { return command(options); }; });
@@ -258,7 +266,8 @@ class CommandLine {
         addCommand("extract", "Writes the members of archives below a folder.", kExtractFooter, extract_, runExtract);
     extract.add_option("-C,--directory", extract_.folder, "the folder, which exists")->type_name("DIR")->required();
     extract
-        .add_option("--member", extract_.pattern, "only members whose path matches, as in a shell; * also matches /")
+        .add_option("--member", extract_.pattern,
+                    "only members whose path matches as in a shell, and all below them; * also matches /")
         ->type_name("PATTERN");
     extract.add_flag("--keep-archives", extract_.keepArchives, "write nested archives as files");
     extract.add_flag("--refuse-aliases", extract_.refuseAliases,

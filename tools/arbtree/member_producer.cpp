@@ -75,17 +75,17 @@ bool MemberProducer::isChunkFull() const {
 void MemberProducer::begin() {
   begun_ = true;
   content_.raw = &input_;
-  NewMember member = {input_.name(), toPattern(input_.name()), {}, {}};
-  member.facts.size = input_.size() ? static_cast<std::int64_t>(*input_.size()) : -1;
-  member.facts.mode = AE_IFREG | 0644;
+  const NewMember member = describeInput();
   examine(content_, member.name, wishes_.inputIsXml);
+  if (!input_.error().empty()) return problems_.member("", input_.error());
   if (isArchive(content_.kind)) {
     inputIsArchive_ = true;
     return enterArchive(ArbDocumentRootForest(document_), "", "");
   }
-  if (content_.kind == ContentKind::xml && wishes_.parsesXml) return addTree(member);
-  if (!input_.error().empty()) return problems_.xml("", {{}, input_.error()});
-  addFile(member);
+  if (content_.kind != ContentKind::xml || !wishes_.parsesXml) return addFile(member);
+  const std::string_view beginning = content_.useful().peek(kSignBytes);
+  inputIsNeither_ = !beginning.empty() && !beginsWithMarkup(beginning);
+  addTree(member);
 }
 
 Production MemberProducer::production() const {
@@ -144,6 +144,20 @@ void MemberProducer::checkOn() {
   reportContent();
 }
 
+MemberProducer::NewMember MemberProducer::describeInput() const {
+  NewMember member = {input_.name(), toPattern(input_.name()), {}, {}};
+  MemberFacts& facts = member.facts;
+  facts.size = -1;
+  facts.mode = AE_IFREG | 0644;
+  if (const struct stat* const status = input_.status()) {
+    facts.size = status->st_size;
+    facts.mode = status->st_mode;
+    facts.hasTime = 1;
+    facts.time = status->st_mtime;
+  }
+  return member;
+}
+
 MemberProducer::NewMember MemberProducer::describe(archive_entry& entry) const {
   NewMember member;
   const char* name = archive_entry_pathname(&entry);
@@ -179,7 +193,11 @@ ContentKind MemberProducer::recogniseUnpacked(Content& content, const std::strin
   content.raw->hold();
   content.unpacked = decompress(*content.raw, budget_);
   const ContentKind kind = look(*content.unpacked, withoutLastExtension(name));
-  return kind == ContentKind::other && xmlByDefault ? ContentKind::xml : kind;
+  if (kind != ContentKind::other) return kind;
+  if (xmlByDefault) return ContentKind::xml;  // which tells what is wrong
+  const std::string& problem = content.unpacked->error();
+  if (!problem.empty() && budget_.isWithin()) problems_.member(path_, "cannot be unpacked: " + problem);
+  return kind;
 }
 
 void MemberProducer::settle(Content& content, bool unpacked) {
@@ -269,7 +287,9 @@ void MemberProducer::finishTree() {
   done_.nodes += xml_->nodesMade();
   done_.attributes += xml_->attributesMade();
   const std::string path = inputIsArchive_ ? path_ : "";
-  if (const auto& failure = xml_->failure()) {
+  if (auto failure = xml_->failure()) {
+    const bool atOnce = failure->place.line == 1 && failure->place.column == 1;
+    if (inputIsNeither_ && atOnce) failure->reason = "neither XML nor an archive (" + failure->reason + ")";
     if (budget_.isWithin()) problems_.xml(path, *failure);
   } else if (const OmittedEntities& omitted = xml_->omitted(); omitted.count != 0) {
     problems_.warning(path, omitted.firstPlace,

@@ -95,6 +95,7 @@ class MemberProducer {
   void checkOn();
   void reportContent();
   NewMember describe(archive_entry& entry) const;
+  NewMember describeInput() const;
   void examine(Content& content, const std::string& name, bool xmlByDefault);
   ContentKind recogniseUnpacked(Content& content, const std::string& name, bool xmlByDefault);
   static void settle(Content& content, bool unpacked);
@@ -126,7 +127,8 @@ class MemberProducer {
   bool begun_ = false;
   bool stopped_ = false;
   bool inputIsArchive_ = false;
-  bool checking_ = false;  // the content of a file is being read
+  bool inputIsNeither_ = false;  // archive nor XML, by its beginning; it is parsed all the same
+  bool checking_ = false;        // the content of a file is being read
   bool mustReturn_ = false;
   std::uint64_t bytesAtRunStart_ = 0;
   Production done_;
