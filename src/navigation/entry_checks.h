@@ -15,14 +15,14 @@ inline ArbStatus checkConsumer(const ArbNode& node) {
 
 // Has the processor fetch the node some steps ahead: a walk in document order mostly comes to nodes in the order in
 // which they were made, and so were their cells taken. What stands at that place may be any cell, or what follows the
-// last.
+// last. The node's place is counted as a number, since there may be none and nothing can be added to a null pointer.
 [[gnu::always_inline]] inline void fetchAhead(const ArbNodeRef& cell) {
   constexpr std::size_t kAhead = 32 * sizeof(ArbNodeRef);
   static_assert(sizeof(CellBlock) - sizeof(CellBlock::cells) >= kAhead);
   const auto address = reinterpret_cast<std::uintptr_t>(&cell) + kAhead;
-  const ArbNode* const node = resolve(reinterpret_cast<const ArbNodeRef*>(address));
-  __builtin_prefetch(node);
-  __builtin_prefetch(reinterpret_cast<const char*>(node) + 64);
+  const auto node = reinterpret_cast<std::uintptr_t>(resolve(reinterpret_cast<const ArbNodeRef*>(address)));
+  __builtin_prefetch(reinterpret_cast<const void*>(node));
+  __builtin_prefetch(reinterpret_cast<const void*>(node + 64));
 }
 
 // The node at the end of a link of a live node, which exists as soon as the link does; null for no link.

@@ -70,13 +70,14 @@ class RecordCache {
     Link* next;
   };
 
-  // Has the processor fetch the next one, which may have left its cache since it was given back; null is harmless.
+  // Has the processor fetch the next one, which may have left its cache since it was given back; null is harmless. Where
+  // its second line would be is counted as a number, as nothing can be added to a null pointer.
   void* takeFirst() noexcept {
     Link* const record = first_;
     first_ = record->next;
     --count_;
     __builtin_prefetch(first_, 1);
-    __builtin_prefetch(reinterpret_cast<const char*>(first_) + 64, 1);
+    __builtin_prefetch(reinterpret_cast<const void*>(reinterpret_cast<std::uintptr_t>(first_) + 64), 1);
     return record;
   }
 
