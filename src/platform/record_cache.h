@@ -70,8 +70,8 @@ class RecordCache {
     Link* next;
   };
 
-  // Has the processor fetch the next one, which may have left its cache since it was given back; null is harmless. Where
-  // its second line would be is counted as a number, as nothing can be added to a null pointer.
+  // Has the processor fetch the next one, which may have left its cache since it was given back; null is harmless.
+  // Where its second line would be is counted as a number, as nothing can be added to a null pointer.
   void* takeFirst() noexcept {
     Link* const record = first_;
     first_ = record->next;

@@ -20,25 +20,30 @@ void releaseValue(ArbMetadataEntry& entry) {
   if (needsBlock(entry.size)) heap::release(entry.value.block, entry.size);
 }
 
-// Gives the entry room for a value of `size` bytes. False when there is no memory: the old value is still valid.
-bool makeRoom(ArbMetadataEntry& entry, std::uint32_t size) {
-  if (entry.size == size) return true;
-  std::uint8_t* block = nullptr;
+// A copy of `size` bytes as an entry holds them. False when there is no memory.
+bool copyValue(decltype(ArbMetadataEntry::value)& copy, const void* value, std::uint32_t size) {
+  copy = {};
   if (needsBlock(size)) {
-    block = static_cast<std::uint8_t*>(heap::allocate(size));
-    if (!block) return false;
+    copy.block = static_cast<std::uint8_t*>(heap::allocate(size));
+    if (!copy.block) return false;
   }
-  releaseValue(entry);
-  entry.value = {};
-  if (block) entry.value.block = block;
-  entry.size = size;
+  if (size != 0) std::memcpy(needsBlock(size) ? copy.block : copy.bytes, value, size);
   return true;
 }
 
-void store(ArbMetadataEntry& entry, const void* value) {
-  std::uint8_t* const bytes = needsBlock(entry.size) ? entry.value.block : entry.value.bytes;
-  // The value may be the entry's own.
-  if (entry.size != 0) std::memmove(bytes, value, entry.size);
+// The value may be the entry's own, or a part of it, so the old one goes last. False when there is no memory: the old
+// value is still valid.
+bool replaceValue(ArbMetadataEntry& entry, const void* value, std::uint32_t size) {
+  if (entry.size == size) {
+    if (size != 0) std::memmove(needsBlock(size) ? entry.value.block : entry.value.bytes, value, size);
+    return true;
+  }
+  decltype(entry.value) copy;
+  if (!copyValue(copy, value, size)) return false;
+  releaseValue(entry);
+  entry.value = copy;
+  entry.size = size;
+  return true;
 }
 
 }  // namespace
@@ -49,19 +54,15 @@ const std::uint8_t* valueOf(const ArbMetadataEntry& entry) {
 
 bool set(ArbMetadataEntry*& head, std::uint32_t key, const void* value, std::uint32_t size) {
   if (!value && size != 0) return false;
-  if (ArbMetadataEntry* const entry = find(head, key)) {
-    if (!makeRoom(*entry, size)) return false;
-    store(*entry, value);
-    return true;
-  }
+  if (ArbMetadataEntry* const entry = find(head, key)) return replaceValue(*entry, value, size);
   auto* const entry = heap::allocateRecord<ArbMetadataEntry>();
   if (!entry) return false;
-  if (!makeRoom(*entry, size)) {
+  if (!copyValue(entry->value, value, size)) {
     heap::release(entry, sizeof *entry);
     return false;
   }
   entry->key = key;
-  store(*entry, value);
+  entry->size = size;
   entry->next = head;
   head = entry;
   return true;

@@ -1,4 +1,6 @@
 // Metadata of nodes and child documents: every change of size, every way to read, and what is freed.
+#include "tree/metadata.h"
+
 #include <cstring>
 #include <functional>
 
@@ -77,6 +79,23 @@ TEST(Metadata, Reading) {
     EXPECT_EQ(ARB_OK, owner.get(9, buffer, &size)) << "an empty value is there";
     EXPECT_EQ(0u, size);
   });
+}
+
+TEST(Metadata, AValueMayBeAPartOfTheOldOne) {
+  Host host;
+  ArbNode* const node = rootOf(host.makeTree());
+  for (const std::uint32_t before : {4u, 10u}) {
+    for (const std::uint32_t size : {before, before - 1, 3u, 1u, 0u}) {
+      SCOPED_TRACE(testing::Message() << before << " bytes to " << size);
+      EXPECT_EQ(ARB_OK, ArbNodeSetMetadata(node, 7, kBytes, before));
+      const std::uint32_t skipped = before - size;
+      EXPECT_EQ(ARB_OK, ArbNodeSetMetadata(node, 7, metadata::valueOf(*node->metadata) + skipped, size));
+      std::uint32_t got = size;
+      char buffer[16];
+      EXPECT_EQ(ARB_OK, ArbNodeGetMetadata(node, 7, buffer, &got));
+      EXPECT_EQ(std::string(kBytes + skipped, size), std::string(buffer, got));
+    }
+  }
 }
 
 TEST(Metadata, AFailedAllocationKeepsTheOldValue) {
