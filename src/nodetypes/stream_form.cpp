@@ -48,12 +48,13 @@ ArbStatus writeValue(const ArbNode& node, BaseStream* stream) {
   const ArbTextNode& textNode = asText(node);
   if (textNode.textLength == 0) return ARB_OK;
   const std::size_t unitBytes = unitBufferBytes(textNode.textLength);
-  // The terminator is zeros, and so is what a unit buffer would hold behind an 8-bit value.
   const std::size_t held = valueBytes(node);
+  // Units and their terminator go in one transfer, as they are read.
+  if (held == unitBytes - sizeof(char16_t)) return write(stream, textNode.text, unitBytes);
   if (held != 0) {
     if (const ArbStatus status = write(stream, textNode.text, held)) return status;
   }
-  return writeZeros(stream, unitBytes - held);
+  return writeZeros(stream, unitBytes - held);  // what a unit buffer would hold behind an 8-bit value
 }
 
 ArbStatus readValue(ArbNode& node, BaseStream* stream) {

@@ -1,6 +1,7 @@
 // The six built-in kinds: their records, text values, and the operations of their descriptors with the stream form.
 #include <cstring>
 #include <string>
+#include <vector>
 
 #include "platform/heap.h"
 #include "support/host.h"
@@ -175,6 +176,38 @@ TEST_F(StreamForm, ARecordComesBackAsItWasWithABufferOfItsOwn) {
   ok(reference->nodeType->read(&copy.node, stream));
   EXPECT_EQ(0, std::memcmp(&copy, reference, sizeof copy));
   EXPECT_EQ(0u, drain(stream, &copy, 1));
+}
+
+// A stream may keep what a transfer writes as one piece, and give one piece to a transfer that reads.
+struct Pieces : BaseStream {
+  std::vector<std::uint32_t> written, read;
+};
+std::uint32_t ARB_CALL notePieceRead(BaseStream* stream, void*, std::uint32_t count, std::uint32_t*) {
+  return static_cast<Pieces*>(stream)->read.push_back(count), BASE_IO_OK;
+}
+std::uint32_t ARB_CALL notePieceWritten(BaseStream* stream, void*, std::uint32_t count, std::uint32_t*) {
+  return static_cast<Pieces*>(stream)->written.push_back(count), BASE_IO_OK;
+}
+
+TEST_F(StreamForm, ARecordAndItsValueAreOneTransferEach) {
+  const BaseStreamFunctions functions = {nullptr, notePieceRead, notePieceWritten};
+  for (const std::uint32_t id : {ARB_ELEM_TEXT, ARB_ELEM_ENCODED_BYTES}) {
+    for (const std::u16string value : {u"", u"a", u"some value"}) {
+      SCOPED_TRACE(testing::Message() << id << " with " << value.size() << " units");
+      ArbNode* const node = text(value, id);
+      std::vector<std::uint32_t> expected = {node->size};
+      if (!value.empty()) expected.push_back(static_cast<std::uint32_t>(2 * value.size() + 2));
+      Pieces stream;
+      stream.functions = &functions;
+      EXPECT_EQ(ARB_OK, node->nodeType->write(node, &stream));
+      EXPECT_EQ(expected, stream.written);
+      auto& record = *reinterpret_cast<ArbTextNode*>(node);
+      void* const before = record.text;
+      EXPECT_EQ(ARB_OK, node->nodeType->read(node, &stream));
+      EXPECT_EQ(expected, stream.read);
+      heap::release(before);
+    }
+  }
 }
 
 // Bytes of 8 bits: the text is textLength bytes long, and the stream holds zeros behind them.
