@@ -121,7 +121,7 @@ std::string packed(int format, int filter, const std::vector<std::pair<const cha
 std::vector<std::string> seeds() {
   const std::string document =
       "<?xml version='1.0'?><!DOCTYPE r [<!ATTLIST a d CDATA 'default'>]><r xmlns:n='u'><a id='x' n:k='&#10;&lt;v'>one "
-      "&amp;<![CDATA[<raw>]]></a><!-- c --><?p d?><b>x</b>\xC3\xA4<b>x</b></r>";
+      "&amp;&#13;<![CDATA[<raw>]]></a><!-- c --><?p d?><b>x</b>\xC3\xA4<b>x</b></r>";
   std::vector<std::string> made = {
       document, "<?xml version='1.0' encoding='ISO-8859-1'?><a id='x'>\xE4<b/><b/></a>",
       "<!DOCTYPE r [<!ENTITY e 'text <b>x</b>'><!ENTITY f '&e;&e;'>]><r a='&e;'>&f;<c>&f;</c></r>"};

@@ -1,10 +1,10 @@
 // Runs a fuzz entry where the compiler has no libFuzzer, with as much of its command line as is needed:
 //
-//   fuzz_ENTRY [-runs=N]        N inputs, made by mutating the entry's seeds
-//   fuzz_ENTRY FILE|FOLDER ...  each file as one input
+//   fuzz_ENTRY [-runs=N]          N inputs, made by mutating the entry's seeds
+//   fuzz_ENTRY FILE|FOLDER ...    each file as one input
 //
-// An input that is being tried is in a file, which stays when the program ends there. ARBTREE_SEED=n makes the inputs
-// of a printed seed again.
+// An input that was made is in a file while it is tried, which stays when the program ends there. ARBTREE_SEED=n makes
+// the inputs of a printed seed again.
 #include <chrono>
 #include <filesystem>
 #include <fstream>
@@ -20,28 +20,24 @@ namespace fs = std::filesystem;
 
 void run(const std::string& input) {
   // A block of its own, so that a sanitizer sees every step beyond the input.
-  const std::vector<std::uint8_t> bytes(input.begin(), input.end());
+  const Bytes bytes(input.begin(), input.end());
   LLVMFuzzerTestOneInput(bytes.data(), bytes.size());
 }
 
-void runFile(const fs::path& path) {
-  std::ifstream file(path, std::ios::binary);
-  require(file.good(), ("the input can be read: " + path.string()).c_str());
-  std::fprintf(stderr, "%s\n", path.string().c_str());
-  run({std::istreambuf_iterator<char>(file), {}});
-}
-
 void runPath(const fs::path& path) {
-  if (!fs::is_directory(path)) return runFile(path);
-  for (const auto& entry : fs::recursive_directory_iterator(path)) {
-    if (entry.is_regular_file()) runFile(entry.path());
+  if (fs::is_directory(path)) {
+    for (const auto& entry : fs::directory_iterator(path)) runPath(entry.path());
+    return;
   }
+  std::fprintf(stderr, "%s\n", path.string().c_str());
+  std::ifstream file(path, std::ios::binary);
+  require(file.good(), "an input can be read");
+  run({std::istreambuf_iterator<char>(file), {}});
 }
 
 class Mutator {
  public:
   explicit Mutator(std::uint32_t seed) : random_(seed) {}
-
   std::string next() {
     std::string input = anySeed();
     for (std::size_t changes = below(8); changes > 0; --changes) change(input);
@@ -51,36 +47,36 @@ class Mutator {
  private:
   std::size_t below(std::size_t limit) { return random_() % limit; }
   const std::string& anySeed() { return seeds_[below(seeds_.size())]; }
+  std::string randomBytes(std::size_t count) {
+    std::string bytes(count, '\0');
+    for (char& byte : bytes) byte = static_cast<char>(below(256));
+    return bytes;
+  }
 
   void change(std::string& input) {
     constexpr char kEdges[] = {0, 1, 2, 0x7F, '\x80', '\xFF', '<', '&', '%', '='};
     const std::size_t at = below(input.size() + 1), length = below(below(32) + 1);
-    const std::string part = input.substr(at, length);
-    switch (below(7)) {
+    const std::string& other = anySeed();
+    switch (below(6)) {
       case 0:
         if (at < input.size()) input[at] = static_cast<char>(input[at] ^ 1 << below(8));
         break;
       case 1:
-        if (at < input.size()) input[at] = kEdges[below(sizeof kEdges)];
+        input.replace(at, 1, 1, kEdges[below(sizeof kEdges)]);
         break;
       case 2:
-        for (std::size_t i = 0; i < length; ++i) input.insert(input.begin() + static_cast<std::ptrdiff_t>(at), byte());
+        input.insert(at, randomBytes(length));
         break;
       case 3:
-        input.erase(at, length);
+        input.insert(below(input.size() + 1), input.substr(at, length));
         break;
       case 4:
-        input.insert(below(input.size() + 1), part);
-        break;
-      case 5:
-        input.resize(at);
+        input.erase(at, below(32) == 0 ? std::string::npos : length);
         break;
       default:
-        const std::string& other = anySeed();
-        input.replace(at, length, other.substr(below(other.size() + 1), below(64)));
+        input.replace(at, length, other.substr(below(other.size() + 1), length));
     }
   }
-  char byte() { return static_cast<char>(below(256)); }
 
   std::mt19937 random_;
   const std::vector<std::string> seeds_ = seeds();
@@ -93,18 +89,17 @@ std::uint32_t chosenSeed() {
 }
 
 void runMutations(std::uint64_t count, const std::string& program) {
-  const std::uint32_t seed = chosenSeed();
-  const std::string name = fs::path(program).stem().string() + "." + std::to_string(seed) + ".input";
-  std::fprintf(stderr, "ARBTREE_SEED=%lu\na failing input stays in %s\n", static_cast<unsigned long>(seed),
-               name.c_str());
-  Mutator mutator(seed);
+  const std::string seed = std::to_string(chosenSeed());
+  const std::string name = fs::path(program).stem().string() + "." + seed + ".input";
+  std::fprintf(stderr, "ARBTREE_SEED=%s\na failing input stays in %s\n", seed.c_str(), name.c_str());
+  Mutator mutator(static_cast<std::uint32_t>(std::stoul(seed)));
   for (std::uint64_t i = 0; i < count; ++i) {
     const std::string input = mutator.next();
-    require((std::ofstream(name, std::ios::binary) << input).flush().good(), "the input is kept in a file");
+    require((std::ofstream(name, std::ios::binary) << input).flush().good(), "an input can be kept in a file");
     run(input);
   }
   fs::remove(name);
-  std::fprintf(stderr, "%llu inputs, all well\n", static_cast<unsigned long long>(count));
+  std::fprintf(stderr, "%s inputs, all well\n", std::to_string(count).c_str());
 }
 
 }  // namespace
@@ -112,17 +107,11 @@ void runMutations(std::uint64_t count, const std::string& program) {
 
 int main(int argc, char** argv) {
   using namespace arbtree::fuzz;
-  const std::vector<std::string> arguments(argv + 1, argv + argc);
-  std::uint64_t count = 10000;
-  bool paths = false;
-  for (const std::string& argument : arguments) {
-    if (argument.starts_with("-runs=")) {
-      count = std::strtoull(argument.c_str() + 6, nullptr, 10);
-    } else {
-      runPath(argument);
-      paths = true;
-    }
+  const std::string first = argc > 1 ? argv[1] : "-runs=10000";
+  if (first.starts_with("-runs=")) {
+    runMutations(std::stoull(first.substr(6)), argv[0]);
+  } else {
+    for (int i = 1; i < argc; ++i) runPath(argv[i]);
   }
-  if (!paths) runMutations(count, argv[0]);
   return 0;
 }

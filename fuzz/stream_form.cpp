@@ -76,7 +76,10 @@ void checkCopy(ArbNode& node, const Bytes& bytes) {
 
 std::vector<std::string> seeds() {
   std::vector<std::string> made;
-  for (char kind = 0; kind < 5; ++kind) made.push_back(std::string{kind, '\x05', '\x40'} + std::string(60, kind));
+  for (char kind = 0; kind < 5; ++kind) {
+    for (const char length : {'\x00', '\x01', '\x03', '\x09'})
+      made.push_back(std::string{kind, length, '\x00'} + std::string(60, kind));
+  }
   return made;
 }
 
