@@ -95,6 +95,9 @@ class Calls {
     require(has(node, ARB_NODE_PRODUCER_RELEASED), "the producer has released a freed node");
     require(calls.isProducerOnly_ || has(node, ARB_NODE_CONSUMER_RELEASED), "the consumer has released a freed node");
     require(!resolve(node.firstChildCell), "a freed node has no child");
+    const ArbNode* const parent = resolve(node.parentCell);
+    const bool isLast = parent && parent->lastChildCell == node.cell && !has(*parent, ARB_NODE_CHILDREN_DONE);
+    require(!isLast, "the last child of an open list stays");
     return 0;
   }
 
@@ -197,7 +200,7 @@ class Calls {
     require((status == ARB_OK) == (node != nullptr), "a node is made exactly when the status says so");
     if (!node) return;
     require(!reference || node->cell == reference, "a node made on a reference has its cell");
-    note(node->cell, tree);
+    require(!note(node->cell, tree).isKept || reference, "a kept cell goes to no other node");
     if (input_.below(4) != 0) link(anyNode(), node);
   }
   void append() {

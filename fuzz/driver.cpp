@@ -97,8 +97,8 @@ void runMutations(std::uint64_t count, const std::string& program) {
     const std::string input = mutator.next();
     require((std::ofstream(name, std::ios::binary) << input).flush().good(), "an input can be kept in a file");
     run(input);
+    fs::remove(name);  // a new file each time: some systems write one out when it is emptied and filled again
   }
-  fs::remove(name);
   std::fprintf(stderr, "%s inputs, all well\n", std::to_string(count).c_str());
 }
 

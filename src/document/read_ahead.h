@@ -20,11 +20,11 @@ ArbStatus waitUntil(ArbDocument& document, Condition answered) {
 }
 
 // The same for a question that may be asked about a node which the consumer has released: a run may free it, and that
-// ends the wait. The node is asked only while its cell still leads to it.
+// ends the wait. The node is asked only while it is alive.
 template <typename Condition>
 ArbStatus waitWhileAlive(ArbNode& node, Condition answered) {
-  const ArbNodeRef* const cell = node.cell;
-  return waitUntil(documentOf(node), [&, cell] { return resolve(cell) != &node || answered(); });
+  const NodeWatch watch(node);
+  return waitUntil(documentOf(node), [&] { return !watch.isAlive() || answered(); });
 }
 
 }  // namespace arbtree

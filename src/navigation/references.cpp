@@ -72,8 +72,9 @@ ArbStatus waitIdString(ArbNodeRef* reference, ArbDocument& document, ArbString*&
   if (status != ARB_OK) return status;
   ArbNode* const node = resolve(reference);
   if (!node) return ARB_OK;
-  ArbNodeWaitAttributesDone(node);                             // whatever it answers, the node is asked as it is now
-  if (resolve(reference) == node) answer = idStringOf(*node);  // a run may have freed it
+  const NodeWatch watch(*node);
+  ArbNodeWaitAttributesDone(node);                  // whatever it answers, the node is asked as it is now
+  if (watch.isAlive()) answer = idStringOf(*node);  // a run may have freed it
   return ARB_OK;
 }
 

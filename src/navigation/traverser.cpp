@@ -20,13 +20,13 @@ class Traversal {
   std::uint32_t run() {
     ArbNode* node = &start_;
     while (node) {
-      ArbNodeRef* const cell = node->cell;
+      const NodeWatch watch(*node);
       ArbNodeRef* const parent = node == &start_ ? nullptr : node->parentCell;
       ArbNode* const child = arrive(*node);
       if (result_ == 0) return 0;
       if (child) {
         node = child;
-      } else if (resolve(cell) == node) {
+      } else if (watch.isAlive()) {
         node = leaveUpwards(*node);
       } else if (ArbNode* const above = resolve(parent)) {
         node = leaveUpwards(*above);  // a run has freed the node, which the consumer had released before the walk
@@ -46,9 +46,9 @@ class Traversal {
     }
     result_ = 1;
     if (!call(callbacks_.startElement, node)) return nullptr;
-    const ArbNodeRef* const cell = node.cell;
+    const NodeWatch watch(node);
     const ArbStatus status = ArbNodeWaitAttributesDone(&node);
-    if (resolve(cell) != &node || (status == ARB_OK && !reportAttributes(node))) return nullptr;
+    if (!watch.isAlive() || (status == ARB_OK && !reportAttributes(node))) return nullptr;
     if (callbacks_.enterChildren && callbacks_.enterChildren(&node, elementIdOf(node), userData_) == 0) return nullptr;
     ArbNode* child = nullptr;
     return ArbNodeWaitFirstChild(&node, &child) == ARB_OK ? child : nullptr;

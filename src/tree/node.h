@@ -39,6 +39,19 @@ inline ArbNode* followingInSubtree(ArbNode* node, const ArbNode& start) {
 // bound to such a cell, so it never goes back to the pool.
 inline constexpr std::uint8_t kOnKeptCell = 0x20;
 
+// Tells whether a node that a run may free is still there. Its cell and its record may by then be a later node's, but
+// no two nodes of a document have the same number.
+class NodeWatch {
+ public:
+  explicit NodeWatch(const ArbNode& node) : node_(&node), cell_(node.cell), number_(node.number) {}
+  bool isAlive() const { return resolve(cell_) == node_ && node_->number == number_; }
+
+ private:
+  const ArbNode* node_;
+  const ArbNodeRef* cell_;
+  std::uint32_t number_;
+};
+
 inline bool hasLiveChildren(const ArbNode& node) { return node.freedChildCount < node.childCount; }
 
 }  // namespace arbtree
