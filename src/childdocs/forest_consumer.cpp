@@ -3,6 +3,7 @@
 // A closed list is what turns "not ready" into a definite answer for a forest's count and last child and for the last
 // sibling. The producer may append children and close lists in the middle of a wait.
 #include "childdocs/child_record.h"
+#include "childdocs/forest_release.h"
 #include "document/read_ahead.h"
 #include "tree/node.h"
 
@@ -35,37 +36,12 @@ void releaseNodes(ArbTree& tree) {
   if (root && !has(*root, ARB_NODE_CONSUMER_RELEASED)) ArbNodeConsumerReleaseSubtree(root);
 }
 
-// Releases the forests nested in `start` and their children, children before their forest, without recursion. Releasing
-// a tree runs the producer, so the walk keeps its place in the forests: each nested one keeps the sibling that came
-// after it when the walk entered it.
-ArbStatus releaseNested(ArbForest& start) {
-  ArbStatus firstFailure = ARB_OK;
-  ArbForest* forest = &start;
-  ArbForestChild* child = forest->firstChild;
-  for (;;) {
-    while (child) {
-      ArbForestChild* const next = child->nextSibling;
-      ArbStatus status = ARB_OK;
-      if (child->kind == ARB_CHILD_FOREST) {
-        status = checkConsumer(*child);
-        if (status == ARB_OK) {
-          forest = asForest(child);
-          forest->consumerWalkNext = next;
-          child = forest->firstChild;
-          continue;
-        }
-      } else {
-        status = ArbForestChildConsumerRelease(child);
-      }
-      if (firstFailure == ARB_OK) firstFailure = status;
-      child = next;
-    }
-    ArbForestChildConsumerRelease(&forest->child);
-    if (forest == &start) return firstFailure;
-    child = forest->consumerWalkNext;
-    forest = forest->child.parent;
-  }
-}
+struct ConsumersSide {
+  static bool skips(const ArbForestChild&) { return false; }
+  static ArbStatus check(const ArbForestChild& child) { return checkConsumer(child); }
+  static ArbStatus release(ArbForestChild& child) { return ArbForestChildConsumerRelease(&child); }
+  static ArbForestChild*& resumeAt(ArbForest& forest) { return forest.consumerWalkNext; }
+};
 
 }  // namespace
 }  // namespace arbtree
@@ -173,5 +149,5 @@ ArbStatus ARB_CALL ArbForestChildConsumerRelease(ArbForestChild* child) {
 ArbStatus ARB_CALL ArbForestConsumerReleaseSubtree(ArbForest* forest) {
   if (!forest) return ARB_ERR_BADARG;
   if (const ArbStatus status = checkConsumer(forest->child)) return status;
-  return releaseNested(*forest);
+  return releaseForests<ConsumersSide>(*forest);
 }

@@ -1,5 +1,6 @@
 // The producer's side of forests: appending, closing and releasing child documents.
 #include "childdocs/child_record.h"
+#include "childdocs/forest_release.h"
 #include "document/document.h"
 #include "tree/node.h"
 
@@ -33,33 +34,12 @@ void releaseNodes(ArbTree& tree) {
   if (ArbNode* const root = resolve(tree.rootCell)) ArbNodeProducerReleaseSubtree(root);
 }
 
-// Releases the forests nested in `start` and their children, children before their forest, without recursion. A nested
-// forest keeps the sibling that came after it when the walk entered it, since the children's release may append more.
-ArbStatus releaseNested(ArbForest& start) {
-  ArbStatus firstFailure = ARB_OK;
-  ArbForest* forest = &start;
-  ArbForestChild* child = forest->firstChild;
-  for (;;) {
-    while (child) {
-      ArbForestChild* const next = child->nextSibling;
-      if (!has(*child, ARB_CHILD_PRODUCER_RELEASED) && child->kind == ARB_CHILD_FOREST) {
-        forest = asForest(child);
-        forest->producerWalkNext = next;
-        child = forest->firstChild;
-        continue;
-      }
-      if (!has(*child, ARB_CHILD_PRODUCER_RELEASED)) {
-        const ArbStatus status = ArbForestChildProducerRelease(child);
-        if (firstFailure == ARB_OK) firstFailure = status;
-      }
-      child = next;
-    }
-    ArbForestChildProducerRelease(&forest->child);
-    if (forest == &start) return firstFailure;
-    child = forest->producerWalkNext;
-    forest = forest->child.parent;
-  }
-}
+struct ProducersSide {
+  static bool skips(const ArbForestChild& child) { return has(child, ARB_CHILD_PRODUCER_RELEASED); }
+  static ArbStatus check(const ArbForestChild& child) { return checkProducer(child); }
+  static ArbStatus release(ArbForestChild& child) { return ArbForestChildProducerRelease(&child); }
+  static ArbForestChild*& resumeAt(ArbForest& forest) { return forest.producerWalkNext; }
+};
 
 }  // namespace
 }  // namespace arbtree
@@ -110,5 +90,5 @@ ArbStatus ARB_CALL ArbForestChildProducerRelease(ArbForestChild* child) {
 ArbStatus ARB_CALL ArbForestProducerReleaseSubtree(ArbForest* forest) {
   if (!forest) return ARB_ERR_BADARG;
   if (const ArbStatus status = checkProducer(forest->child)) return status;
-  return releaseNested(*forest);
+  return releaseForests<ProducersSide>(*forest);
 }
