@@ -33,7 +33,8 @@ template <typename Observers>
 void notifyAttached(Observers observers, ArbNode& node) {
   if (has(node, ARB_NODE_IN_TREE)) return;
   enterTree(observers, node);
-  if (node.firstChildCell) notifyDescendantsAttached(node);
+  if (node.firstChildCell) [[unlikely]]
+    notifyDescendantsAttached(node);
 }
 
 }  // namespace arbtree

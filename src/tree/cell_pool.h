@@ -95,7 +95,8 @@ inline void giveBackCell(ArbTree& tree, ArbNodeRef* cell) {
   const auto at = static_cast<std::uint32_t>(cell - block->cells);
   const std::uint32_t bit = 0x80000000u >> (at % 32);
   const std::uint32_t word = block->occupancy[at / 32];
-  if ((word & bit) == 0) return;  // already free
+  if ((word & bit) == 0) [[unlikely]]  // already free
+    return;
   block->occupancy[at / 32] = word & ~bit;
   --block->usedCount;
   if (word == kFullWord) [[unlikely]]

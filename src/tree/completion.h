@@ -12,7 +12,8 @@ inline bool isComplete(const ArbNode& node) { return has(node, ARB_NODE_ATTRIBUT
 // status; ARB_OK when the attributes were done already.
 template <typename Observers>
 ArbStatus completeAttributes(Observers observers, ArbNode& node) {
-  if (has(node, ARB_NODE_ATTRIBUTES_DONE)) return ARB_OK;
+  if (has(node, ARB_NODE_ATTRIBUTES_DONE)) [[unlikely]]
+    return ARB_OK;
   const ArbStatus status = raiseHook(observers, ARB_HOOK_ATTRIBUTES_DONE, node);
   give(node, ARB_NODE_ATTRIBUTES_DONE);
   raiseEvent(observers, ARB_EVENT_ATTRIBUTES_DONE, node);

@@ -8,7 +8,10 @@ namespace arbtree {
 
 // The node at the end of a link or reference, or null: a cell is resolved when its state is ARB_REF_NODE.
 inline ArbNode* resolve(const ArbNodeRef* cell) {
-  return cell && cell->state == ARB_REF_NODE ? reinterpret_cast<ArbNode*>(cell->value) : nullptr;
+  if (!cell) return nullptr;
+  if (cell->state != ARB_REF_NODE) [[unlikely]]
+    return nullptr;
+  return reinterpret_cast<ArbNode*>(cell->value);
 }
 
 inline ArbNode* parentOf(const ArbNode& node) { return resolve(node.parentCell); }

@@ -78,7 +78,8 @@ inline ArbNode* makeTextAtHand(ArbTree& tree, std::uint32_t elementId) {
 
 // All that can fail comes before the first change that outlives the call.
 inline ArbStatus createNode(ArbTree& tree, std::uint32_t elementId, ArbNode** out) {
-  if (isProducerDone(tree)) return ARB_ERR_LOCKED;
+  if (isProducerDone(tree)) [[unlikely]]
+    return ARB_ERR_LOCKED;
   ArbNode* const node = makeRecord(tree, elementId);
   if (!node) return ARB_ERR_NOTFOUND;
   ArbNodeRef* const cell = takeCell(tree);
@@ -114,9 +115,9 @@ ArbStatus createExternalReference(ArbTree& tree, ArbNodeRef* reference, ArbNode*
 [[gnu::noinline]] ArbStatus createAnyNode(ArbTree& tree, std::uint32_t elementId, ArbNodeRef* reference,
                                           ArbNode** out) {
   ArbStatus status = ARB_OK;
-  if (elementId == ARB_ELEM_EXTERNAL_REFERENCE) {
+  if (elementId == ARB_ELEM_EXTERNAL_REFERENCE) [[unlikely]] {
     status = createExternalReference(tree, reference, out);
-  } else if (reference) {
+  } else if (reference) [[unlikely]] {
     status = createReferredNode(tree, elementId, *reference, out);
   } else {
     status = createNode(tree, elementId, out);

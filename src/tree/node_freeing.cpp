@@ -22,7 +22,12 @@ namespace {
 
 // Moving children between nodes leaves the counters of freed children behind, so a node whose counters say that all its
 // children are gone may still have one in its list; that one keeps it.
-bool hasChildren(const ArbNode& node) { return hasLiveChildren(node) || firstChildOf(node); }
+bool hasChildren(const ArbNode& node) {
+  if (hasLiveChildren(node)) return true;
+  if (!node.firstChildCell) [[likely]]
+    return false;
+  return firstChildOf(node) != nullptr;
+}
 
 bool isLastOfOpenList(const ArbNode& node, const ArbNode* parent) {
   return parent && parent->lastChildCell == node.cell && !has(*parent, ARB_NODE_CHILDREN_DONE);
@@ -39,15 +44,20 @@ bool isBeingFreed(const ArbNode& node) { return (node.flags2 & ARB_NODE_FREEING)
 void markFreeing(ArbNode& node) { node.flags2 = static_cast<std::uint8_t>(node.flags2 | ARB_NODE_FREEING); }
 
 void unlinkFromSiblings(ArbNode& node) {
-  ArbNode* const previous = prevSiblingOf(node);
   ArbNode* const next = nextSiblingOf(node);
-  if (previous) previous->nextSiblingCell = cellOf(next);
-  if (next) next->prevSiblingCell = cellOf(previous);
+  ArbNode* previous = nullptr;
+  if (node.prevSiblingCell) [[unlikely]]  // nodes of a stream go from the first on
+    previous = prevSiblingOf(node);
+  if (previous) [[unlikely]]
+    previous->nextSiblingCell = cellOf(next);
+  if (next) [[likely]]
+    next->prevSiblingCell = cellOf(previous);
 }
 
 void unlinkFromParent(ArbNode& node, ArbNode& parent) {
   ++parent.freedChildCount;
-  if (parent.firstChildCell == node.cell) parent.firstChildCell = node.nextSiblingCell;
+  if (parent.firstChildCell == node.cell) [[likely]]
+    parent.firstChildCell = node.nextSiblingCell;
   if (parent.lastChildCell == node.cell) parent.lastChildCell = node.prevSiblingCell;
 }
 
@@ -56,14 +66,16 @@ inline ArbNode* detach(ArbNode& node, ArbNode* parent) {
   unlinkFromSiblings(node);
   if (!parent) return nullptr;
   unlinkFromParent(node, *parent);
-  return freeRuleHolds(*parent) && !isBeingFreed(*parent) ? parent : nullptr;
+  if (freeRuleHolds(*parent) && !isBeingFreed(*parent)) [[unlikely]]
+    return parent;
+  return nullptr;
 }
 
 // The cell tells from now on which node it was; whether it returns to the pool is up to those who may refer to it.
 void settleCell(ArbNode& node) {
   ArbNodeRef* const cell = node.cell;
   if (!cell) return;
-  if (node.idString) {
+  if (node.idString) [[unlikely]] {
     *cell = {ARB_REF_FREED_ID, reinterpret_cast<std::uintptr_t>(node.idString)};
   } else {
     *cell = {ARB_REF_FREED, node.number};
@@ -111,7 +123,9 @@ inline ArbStatus destroy(ArbNode& node) {
 // Settles a node whose children are all freed.
 inline ArbStatus settle(ArbNode& node, ArbNode* parent) {
   ArbNode* const freed = detach(node, parent);
-  return freed ? settleWithAncestors(node, freed) : destroy(node);
+  if (freed) [[unlikely]]
+    return settleWithAncestors(node, freed);
+  return destroy(node);
 }
 
 // Settles all descendants, children before their parents. Every node on the way down is marked, so that no free rule
@@ -141,7 +155,9 @@ inline ArbStatus settle(ArbNode& node, ArbNode* parent) {
   return settle(node, parentOf(node));
 }
 
-// What nearly every node of a stream ends by is the leaf that nobody observes: nothing changes on the way then.
+// What nearly every node of a stream ends by is the leaf that nobody observes: nothing changes on the way then. The
+// likely ways marked here and in what it calls are those of a stream that is consumed from its front, which then runs
+// straight through.
 [[gnu::flatten]] void freeUnlessKept(ArbNode& node) {
   ArbNode* const parent = parentOf(node);
   if (isKept(node, parent)) return;

@@ -21,10 +21,6 @@ inline bool isReleasedByAll(const ArbNode& node) {
 // Frees a node that all have released, unless something keeps it. REQUIRES: the node is alive.
 void freeUnlessKept(ArbNode& node);
 
-inline void applyFreeRule(ArbNode& node) {
-  if (isReleasedByAll(node)) freeUnlessKept(node);
-}
-
 }  // namespace arbtree
 
 #endif

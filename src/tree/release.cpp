@@ -22,7 +22,8 @@ ArbStatus producerRelease(Observers observers, ArbNode& node) {
   completeAttributes(observers, node);
   if (!has(node, ARB_NODE_CHILDREN_DONE)) closeChildren(observers, node);
   give(node, ARB_NODE_PRODUCER_RELEASED);
-  applyFreeRule(node);
+  if (isReleasedByAll(node)) [[unlikely]]  // the consumer mostly comes later
+    freeUnlessKept(node);
   return status;
 }
 
@@ -37,7 +38,8 @@ ArbStatus consumerRelease(Observers observers, ArbNode& node) {
   if (has(node, ARB_NODE_CONSUMER_RELEASED)) return ARB_ERR_RELEASED;
   raiseEvent(observers, ARB_EVENT_CONSUMER_RELEASE, node);
   give(node, ARB_NODE_CONSUMER_RELEASED);
-  applyFreeRule(node);
+  if (isReleasedByAll(node)) [[likely]]
+    freeUnlessKept(node);
   return ARB_OK;
 }
 

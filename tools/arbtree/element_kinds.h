@@ -139,16 +139,13 @@ enum class NodeSort { element, text, comment, instruction };
 
 // REQUIRES: not the root node.
 inline NodeSort sortOf(const ArbNode& node) {
-  switch (node.nodeType->elementId) {
-    case ARB_ELEM_TEXT:
-      return NodeSort::text;
-    case ElementKinds::kFirstNamespace << 14:
-      return NodeSort::comment;
-    case ElementKinds::kFirstNamespace << 14 | 1:
-      return NodeSort::instruction;
-    default:
-      return NodeSort::element;
-  }
+  const std::uint32_t elementId = node.nodeType->elementId;
+  if (elementId == ARB_ELEM_TEXT) return NodeSort::text;
+  if (elementId == ElementKinds::kFirstNamespace << 14) [[unlikely]]
+    return NodeSort::comment;
+  if (elementId == (ElementKinds::kFirstNamespace << 14 | 1)) [[unlikely]]
+    return NodeSort::instruction;
+  return NodeSort::element;
 }
 
 // REQUIRES: a node of one of our kinds.

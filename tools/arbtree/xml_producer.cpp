@@ -22,7 +22,8 @@ struct XmlProducer::Handlers {
   template <typename Work>
   static void guard(void* self, Work work) {
     auto& producer = *static_cast<XmlProducer*>(self);
-    if (producer.failure_) return;
+    if (producer.failure_) [[unlikely]]
+      return;
     try {
       work(producer);
     } catch (const std::bad_alloc&) {
@@ -175,7 +176,9 @@ bool XmlProducer::finish() {
 void XmlProducer::offerBreak() {
   std::uint32_t due = 0;
   ArbDocumentQueryBreak(document_, &due);
-  if (due == 0 || stopping_ || failure_) return;
+  if (due == 0) [[likely]]
+    return;
+  if (stopping_ || failure_) return;
   stopping_ = true;
   XML_StopParser(parser_, XML_TRUE);
 }

@@ -95,7 +95,11 @@ class XmlProducer {
 
   Place here() const;
   void fail(std::string reason, bool isLimit = false);
-  bool check(ArbStatus status) { return status == ARB_OK || refused(status); }
+  bool check(ArbStatus status) {
+    if (status != ARB_OK) [[unlikely]]
+      return refused(status);
+    return true;
+  }
   bool refused(ArbStatus status);
   void failByExpat();
 
