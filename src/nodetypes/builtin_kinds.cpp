@@ -60,9 +60,9 @@ constexpr ArbNodeType rootType() {
 
 constinit const BuiltinKind kBuiltinKinds[kBuiltinKindCount] = {
     {rootType(), sizeof(ArbNode), 0, false},
-    {textType(ARB_ELEM_TEXT), sizeof(ArbTextNode), 1, true},
-    {textType(ARB_ELEM_TEXT_3), sizeof(ArbTextNode), 1, true},
-    {textType(ARB_ELEM_TEXT_4), sizeof(ArbTextNode), 1, true},
+    {textType(ARB_ELEM_TEXT), sizeof(ArbTextNode), kTextCache, true},
+    {textType(ARB_ELEM_TEXT_3), sizeof(ArbTextNode), kTextCache, true},
+    {textType(ARB_ELEM_TEXT_4), sizeof(ArbTextNode), kTextCache, true},
     {encodedBytesType(), sizeof(ArbEncodedBytesNode), 2, true},
     {externalReferenceType(), sizeof(ArbExternalReferenceNode), 3, false},
 };

@@ -24,6 +24,10 @@ struct BuiltinKind {
 inline constexpr std::uint32_t kBuiltinKindCount = 6;
 extern const BuiltinKind kBuiltinKinds[kBuiltinKindCount];
 
+// Where plain text is among the kinds, and the cache of its records.
+inline constexpr std::uint32_t kTextKind = 1;
+inline constexpr std::uint8_t kTextCache = 1;
+
 inline const BuiltinKind* findBuiltinKind(std::uint32_t elementId) {
   const std::uint32_t index = (elementId & 0x3FFF) - 1;
   if (index >= kBuiltinKindCount || kBuiltinKinds[index].type.elementId != elementId) return nullptr;

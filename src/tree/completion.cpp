@@ -28,7 +28,7 @@ using namespace arbtree;
 
 ArbStatus ARB_CALL ArbNodeAttributesDone(ArbNode* node) {
   if (!node) return ARB_ERR_BADARG;
-  return completeAttributes(Observed{}, *node);
+  return observe(*node, [=](auto observers) { return completeAttributes(observers, *node); });
 }
 
 ArbStatus ARB_CALL ArbNodeAllChildrenAttached(ArbNode* node) {

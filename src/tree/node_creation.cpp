@@ -61,17 +61,17 @@ inline void joinNew(ArbTree& tree, ArbNode& node, ArbNodeRef& cell) {
 }
 
 // What nearly every call of a stream makes: a text node whose record and cell are at hand. No function is called and
-// nothing can fail. Null, and nothing is changed, for everything else.
-inline ArbNode* makeTextAtHand(ArbTree& tree, std::uint32_t elementId) {
-  const BuiltinKind* const kind = findBuiltinKind(elementId);
-  if (!kind || kind->size != sizeof(ArbTextNode) || isProducerDone(tree)) return nullptr;
-  RecordCache& records = tree.recordCaches[kind->cache];
-  if (records.isEmpty()) return nullptr;
+// nothing can fail. Null, and nothing is changed, where something is not at hand.
+inline ArbNode* makeTextAtHand(ArbTree& tree) {
+  RecordCache& records = tree.recordCaches[kTextCache];
+  if (isProducerDone(tree) || records.isEmpty()) [[unlikely]]
+    return nullptr;
   ArbNodeRef* const cell = takeCellAtHand(tree);
-  if (!cell) return nullptr;
+  if (!cell) [[unlikely]]
+    return nullptr;
   auto* const node = static_cast<ArbNode*>(records.takeAtHand<sizeof(ArbTextNode)>());
   node->size = sizeof(ArbTextNode);
-  node->nodeType = &kind->type;
+  node->nodeType = &kBuiltinKinds[kTextKind].type;
   joinNew(tree, *node, *cell);
   return node;
 }
@@ -133,8 +133,8 @@ using namespace arbtree;
 
 ArbStatus ARB_CALL ArbTreeCreateNode(ArbTree* tree, uint32_t elementId, ArbNodeRef* cell, ArbNode** node) {
   if (!tree || !node) return ARB_ERR_BADARG;
-  if (!cell && ARB_ELEMENT_NAMESPACE(elementId) == ARB_NAMESPACE_BUILTIN && documentOf(*tree).callbackCount == 0) {
-    if (ArbNode* const text = makeTextAtHand(*tree, elementId)) {
+  if (elementId == ARB_ELEM_TEXT && !cell && documentOf(*tree).callbackCount == 0) {
+    if (ArbNode* const text = makeTextAtHand(*tree)) {
       *node = text;
       return ARB_OK;
     }

@@ -52,8 +52,8 @@ ElementKind& ElementKinds::add(std::string_view name) {
                               kKindsPerNamespace);
   }
   types_.resize(serial + 1);
-  ElementKind& kind = kinds_.emplace_back(
-      ElementKind{std::string(name), elementId, {}, nullptr, 0, ElementKind::kUnpublished, nullptr});
+  ElementKind& kind =
+      kinds_.emplace_back(ElementKind{std::string(name), elementId, {}, nullptr, 0, ElementKind::kUnpublished, {}});
   kindsByName_.emplace(kind.name, &kind);
   return kind;
 }

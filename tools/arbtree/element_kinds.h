@@ -26,6 +26,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "arbtree/arbtree.h"
@@ -54,7 +55,7 @@ struct ElementKind {
   std::unique_ptr<ArbAttributeDef[]> definitions;  // one for each of `attributes`, with room for more
   std::size_t definitionCapacity;
   std::size_t publishedAttributes;  // that the newest descriptor shows; kUnpublished while there is none
-  ElementKind* follower = nullptr;  // of the element that came after the last one of this kind
+  ElementKind* followers[2] = {};   // that last came after an element of this kind, the newer one first
 };
 
 class ElementKinds {
@@ -76,11 +77,14 @@ class ElementKinds {
   ElementKind& comment() { return kinds_[0]; }
   ElementKind& instruction() { return kinds_[1]; }
   // The kind of an element name, made if it is new. Elements mostly come in the order in which they came before, so the
-  // one that came after `before` is looked at first. Throws std::length_error when there is no id left.
+  // ones that came after `before` are looked at first. Throws std::length_error when there is no id left.
   ElementKind& element(const char* name, ElementKind& before) {
-    if (before.follower && std::strcmp(before.follower->name.c_str(), name) == 0) return *before.follower;
-    before.follower = &element(name);
-    return *before.follower;
+    for (ElementKind* const follower : before.followers) {
+      if (follower && std::strcmp(follower->name.c_str(), name) == 0) return *follower;
+    }
+    ElementKind& found = element(name);
+    before.followers[1] = std::exchange(before.followers[0], &found);
+    return found;
   }
   ElementKind& element(std::string_view name);
   std::uint64_t elementNameCount() const { return kinds_.size() - kFixedKinds; }

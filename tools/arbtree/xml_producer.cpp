@@ -186,8 +186,9 @@ void XmlProducer::offerBreak() {
 // --- Events ----------------------------------------------------------------------------------------------------------
 
 void XmlProducer::startElement(const char* name, const char** attributes) {
-  if (!text_.isEmpty()) flushText();
-  if (depth_ == limits_.maxDepth) {
+  if (!text_.isEmpty()) [[likely]]
+    flushText();
+  if (depth_ == limits_.maxDepth) [[unlikely]] {
     return fail("elements are nested more than " + std::to_string(limits_.maxDepth) + " deep (see --max-depth)", true);
   }
   ElementKind& kind = ElementKinds::instance().element(name, *lastKind_);
@@ -195,7 +196,6 @@ void XmlProducer::startElement(const char* name, const char** attributes) {
   collectAttributes(kind, attributes);
   ElementNode* const element = makeElement(kind, awaited_ ? takeAwaited(attributes) : nullptr);
   if (!element || !link(&element->node)) return;
-  attributesMade_ += newAttributes_.size();
   current_ = &element->node;
   ++depth_;
   offerBreak();
@@ -255,13 +255,10 @@ void XmlProducer::entityLeftOut(const char* name) {
 
 void XmlProducer::collectAttributes(ElementKind& kind, const char** attributes) {
   ElementKinds& kinds = ElementKinds::instance();
-  newAttributes_.clear();
-  if (!wishes_.values) {
-    for (; *attributes; attributes += 2) ++attributesMade_;
-    return kinds.publish(kind);
-  }
   std::uint32_t expected = 0;
   for (; *attributes; attributes += 2) {
+    ++attributesMade_;
+    if (!wishes_.values) continue;
     const std::uint32_t index = kinds.attributeIndex(kind, attributes[0], expected);
     newAttributes_.push_back({index, attributes[1]});
     expected = index + 1;
@@ -283,7 +280,9 @@ ElementNode* XmlProducer::makeElement(ElementKind& kind, ArbNodeRef* cell) {
 }
 
 bool XmlProducer::takeAttributes(ElementNode& element) {
-  if (!assignAttributes(element, newAttributes_)) {
+  const bool assigned = assignAttributes(element, newAttributes_);
+  newAttributes_.clear();
+  if (!assigned) {
     ArbNodeDestroy(&element.node);
     return check(ARB_ERR_NOMEMORY);
   }
@@ -292,7 +291,7 @@ bool XmlProducer::takeAttributes(ElementNode& element) {
   return true;
 }
 
-bool XmlProducer::prepareNamespaces(const ElementKind& kind) {
+bool XmlProducer::addNamespaces(const ElementKind& kind) {
   for (; namespacesKnown_ < ElementKinds::namespacesFor(kind); ++namespacesKnown_) {
     if (!check(ArbTreeAddNodeFactory(tree_, ElementKinds::kFirstNamespace + namespacesKnown_))) return false;
   }

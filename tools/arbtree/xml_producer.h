@@ -89,7 +89,10 @@ class XmlProducer {
   void collectAttributes(ElementKind& kind, const char** attributes);
   ElementNode* makeElement(ElementKind& kind, ArbNodeRef* cell = nullptr);
   bool takeAttributes(ElementNode& element);
-  bool prepareNamespaces(const ElementKind& kind);
+  bool prepareNamespaces(const ElementKind& kind) {
+    return namespacesKnown_ >= ElementKinds::namespacesFor(kind) || addNamespaces(kind);
+  }
+  bool addNamespaces(const ElementKind& kind);
   bool link(ArbNode* node);
   void offerBreak();
 
@@ -122,7 +125,7 @@ class XmlProducer {
   bool stopping_ = false;           // a stop has been asked for in this run
   std::size_t attributeBytes_ = 0;  // in this run
   TextCollector text_;
-  std::vector<NewAttribute> newAttributes_;  // of the node being made
+  std::vector<NewAttribute> newAttributes_;  // of the node being made; empty between nodes
 
   std::optional<Failure> failure_;
   OmittedEntities omitted_;
