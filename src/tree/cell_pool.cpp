@@ -86,7 +86,7 @@ CellBlock* makeBlock(ArbDocument& document) {
 }
 
 void giveUpBlock(ArbDocument& document, CellBlock* block) {
-  heap::release(block->pendingSlots);
+  heap::release(block->pending.others);
   if (document.spareCellBlockCount == kMaxSpares) return heap::release(block, sizeof *block);
   block->cells[0].value = reinterpret_cast<std::uintptr_t>(document.spareCellBlocks);
   document.spareCellBlocks = block;

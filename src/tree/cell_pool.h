@@ -21,16 +21,22 @@ inline constexpr std::uint32_t kCellsPerBlock = 4096;
 inline constexpr std::uint32_t kOccupancyWords = kCellsPerBlock / 32;
 inline constexpr std::uint32_t kFullWord = 0xFFFFFFFF;
 
+// Where the cells of a block are in the tree's pendingRefs; see pending_refs.cpp.
+struct PendingSlots {
+  std::uint32_t base[kOccupancyWords];
+  std::uint8_t inStep[kOccupancyWords];
+  std::uint32_t* others;
+};
+
 struct CellBlock {
   ArbNodeRef cells[kCellsPerBlock];
   std::uint32_t occupancy[kOccupancyWords];  // bit 31 of word w is cell 32 w, bit 0 is cell 32 w + 31
   std::uint32_t usedCount;
   std::uint32_t wordHint;  // the word of the last allocation
 
-  // For speed: bit w % 64 of word w / 64 says that occupancy[w] has a free bit; and the slot + 1 that each cell has in
-  // the tree's pendingRefs, made when the block first needs it.
+  // For speed: bit w % 64 of word w / 64 says that occupancy[w] has a free bit.
   std::uint64_t wordsWithRoom[kOccupancyWords / 64];
-  std::uint32_t* pendingSlots;
+  PendingSlots pending;
 };
 
 // The block that holds a cell, or null.

@@ -44,14 +44,14 @@ void join(ArbTree& tree, ArbNode& node, ArbNodeRef& cell) {
 bool isFreed(const ArbNodeRef& cell) { return cell.state == ARB_REF_FREED || cell.state == ARB_REF_FREED_ID; }
 
 // A cell that a reference made ahead brings the number or the ID string that it promised.
-void joinReferred(ArbTree& tree, ArbNode& node, ArbNodeRef& cell) {
+void joinReferred(ArbTree& tree, ArbNode& node, CellBlock* block, ArbNodeRef& cell) {
   const ArbNodeRef promised = cell;
   node.number =
       promised.state == ARB_REF_FLOATING ? static_cast<std::uint32_t>(promised.value) : ++documentOf(tree).nodeCounter;
   node.idString = promised.state == ARB_REF_NAMED ? reinterpret_cast<ArbString*>(promised.value) : nullptr;
   if (isFreed(promised)) node.flags2 = static_cast<std::uint8_t>(node.flags2 | kOnKeptCell);
   join(tree, node, cell);
-  removePendingRef(tree, &cell);
+  removePendingRef(tree, block, &cell);
 }
 
 // A new node in a cell that nobody referred to before.
@@ -95,10 +95,10 @@ inline ArbStatus createNode(ArbTree& tree, std::uint32_t elementId, ArbNode** ou
 
 ArbStatus createReferredNode(ArbTree& tree, std::uint32_t elementId, ArbNodeRef& reference, ArbNode** out) {
   if (isProducerDone(tree)) return ARB_ERR_LOCKED;
-  fetchPendingRef(tree, &reference);
+  CellBlock* const block = fetchPendingRef(tree, &reference);
   ArbNode* const node = makeRecord(tree, elementId);
   if (!node) return ARB_ERR_NOTFOUND;
-  joinReferred(tree, *node, reference);
+  joinReferred(tree, *node, block, reference);
   *out = node;
   return ARB_OK;
 }
