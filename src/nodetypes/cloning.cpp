@@ -80,7 +80,8 @@ ArbStatus cloneNode(ArbNode& source, ArbTree& tree, ArbNode** out) {
 }
 
 // A subtree's copy, made like a recursion: a node is copied, then its children with all that is below them, each linked
-// when it is complete. Until then nothing in a copy tells to which one it belongs, so the way back is kept aside.
+// when it is complete. Until then nothing in a copy tells to which one it belongs, so the way back is kept aside. After
+// a failure nothing made is undone, and nothing unfinished is linked.
 class SubtreeCopy {
  public:
   SubtreeCopy(ArbNode& source, ArbTree& tree) : start_(source), tree_(tree) {}
@@ -93,9 +94,7 @@ class SubtreeCopy {
     if (status != ARB_OK) return status;
     source_ = &start_;
     copy_ = *out;
-    const ArbStatus failure = copyDescendants();
-    if (failure != ARB_OK) linkUnfinished();
-    return failure;
+    return copyDescendants();
   }
 
  private:
@@ -129,12 +128,6 @@ class SubtreeCopy {
     ArbNode* const finished = copy_;
     copy_ = path_[--pathLength_];
     return ArbNodeAppendChild(copy_, finished);
-  }
-
-  // After a failure the copies on the way down are linked as they are: nothing made is undone, and the top copy leads
-  // to all of it.
-  void linkUnfinished() {
-    while (pathLength_ != 0) linkCopy();
   }
 
   ArbNode& start_;

@@ -6,13 +6,19 @@
 
 namespace arbtree {
 
+namespace {
+
+bool isRaw8(const ArbNode& node) {
+  return elementIdOf(node) == ARB_ELEM_ENCODED_BYTES &&
+         reinterpret_cast<const ArbEncodedBytesNode&>(node).encoding == ARB_ENCODING_RAW8;
+}
+
+}  // namespace
+
 std::size_t valueBytes(const ArbNode& node) {
   if (!asText(node).text) return 0;
   const std::size_t length = asText(node).textLength;
-  const bool is8Bit = elementIdOf(node) == ARB_ELEM_ENCODED_BYTES &&
-                      reinterpret_cast<const ArbEncodedBytesNode&>(node).encoding == ARB_ENCODING_RAW8 &&
-                      (node.flags2 & kHoldsUnits) == 0;
-  return is8Bit ? length : 2 * length;
+  return isRaw8(node) && (node.flags2 & kHoldsUnits) == 0 ? length : 2 * length;
 }
 
 std::size_t unitBufferBytes(std::uint32_t length) {
@@ -56,6 +62,6 @@ ArbStatus ARB_CALL ArbAbstractTextNodeSetValue(ArbNode* node, const char16_t* te
   std::memcpy(buffer, text, bytes - sizeof(char16_t));
   buffer[length] = 0;
   adoptValue(*node, buffer, length);
-  node->flags2 |= kHoldsUnits;
+  if (isRaw8(*node)) node->flags2 |= kHoldsUnits;
   return ARB_OK;
 }

@@ -140,6 +140,8 @@ static_assert(offsetof(ArbTree, lastFactory) == at(948, 1368));
 static_assert(offsetof(ArbTree, builtinFactory) == at(960, 1392));
 static_assert(offsetof(ArbTree, defaultNamespace) == at(972, 1416));
 static_assert(offsetof(ArbTree, cellBlocks) == at(976, 1424));
+static_assert(offsetof(ArbTreeHead, child) == 0 && offsetof(ArbTree, child) == 0);
+static_assert(offsetof(ArbTreeHead, rootCell) == offsetof(ArbTree, rootCell));
 static_assert(offsetof(ArbTree, pendingRefs) == at(988, 1440));
 static_assert(offsetof(ArbTree, externalRefCells) == at(1000, 1456));
 static_assert(offsetof(ArbTree, separateStreamCells) == at(1012, 1472));

@@ -61,6 +61,7 @@ class ConsumerWalk {
     for (ArbNode* node = &first; node;) {
       ArbNodeRef* const next = depth_ == 0 ? nullptr : cellOf(nextToVisit(*node));
       ArbNodeRef* const parent = node->parentCell;
+      noteLastVisited(*node, false);
       ArbNodeConsumerRelease(node);  // refused, without effect, for a node that was released before
       if (depth_ == 0) return nullptr;
       if (ArbNode* const sibling = resolve(next)) return sibling;

@@ -11,11 +11,14 @@ static uint32_t ARB_CALL endAtOnce(uint32_t argument1, uint32_t argument2, uint3
 static int runDocument(void) {
   static ArbHostContext context;
   ArbDocument* document;
+  ArbTree* tree;
   context.startEntry = endAtOnce;
   context.continueEntry = endAtOnce;
   if (ArbDocumentCreate(0, &context, NULL, 0, 0, &document) != ARB_OK) return 0;
+  if (ArbDocumentCreateTree(document, NULL, &tree) != ARB_OK) return 0;
+  const int rooted = ArbTreeRootNode(tree)->nodeType->elementId == ARB_ELEM_ROOT && ArbTreeDestroy(tree) == ARB_OK;
   const int ended = ArbDocumentReadAhead(document) == ARB_STATUS_END;
-  return ArbDocumentDestroy(document) == ARB_OK && ended;
+  return ArbDocumentDestroy(document) == ARB_OK && rooted && ended;
 }
 
 static int callStandIns(void) {

@@ -181,7 +181,7 @@ TEST(AllocationFailure, OneMoreEntryInAFullTable) {
   }
 }
 
-// A copy that cannot be finished hangs together, so that destroying its top frees all of it.
+// Copies that cannot be finished are whole nodes, to be destroyed like any other.
 TEST(AllocationFailure, Copies) {
   failEachAllocation(20, [](const auto& arm) {
     Host host;
@@ -201,13 +201,14 @@ TEST(AllocationFailure, Copies) {
       host.append(parent, "r", ARB_ELEM_EXTERNAL_REFERENCE);
     }
     ArbNode* const top = resolve(rootOf(tree)->firstChildCell);
+    MadeNodes copies(other.document);
     arm();
     ArbNode* copy = nullptr;
     if (const ArbStatus status = ArbNodeCloneSubtree(top, target, &copy)) expectRefusal(status);
     heap::testing::stopFailing();
-    if (copy) {
-      other.shape(copy);
-      ok(ArbNodeDestroy(copy));
+    for (ArbNode* const unlinked : copies.takeUnlinked()) {
+      other.shape(unlinked);
+      ok(ArbNodeDestroy(unlinked));
     }
     ok(ArbNodeCloneSubtree(top, target, &copy));
     EXPECT_EQ(1u, ArbNodeIsEqual(top, copy));

@@ -138,10 +138,7 @@ ArbNode* resolve(const ArbNodeRef* cell) {
   return cell && cell->state == ARB_REF_NODE ? reinterpret_cast<ArbNode*>(cell->value) : nullptr;
 }
 
-ArbNode* rootOf(ArbTree* tree) {
-  // The kind-specific word behind a tree's header is the cell of its root.
-  return resolve(*reinterpret_cast<ArbNodeRef**>(reinterpret_cast<ArbForestChild*>(tree) + 1));
-}
+ArbNode* rootOf(ArbTree* tree) { return ArbTreeRootNode(tree); }
 
 ArbForestChild* asChild(void* forestFileOrTree) { return static_cast<ArbForestChild*>(forestFileOrTree); }
 

@@ -24,4 +24,20 @@ std::uint32_t ARB_CALL Recorder::onEvent(ArbDocument*, std::uint32_t event, void
   return 0;
 }
 
+MadeNodes::MadeNodes(ArbDocument* document) {
+  const auto note = [](ArbDocument*, std::uint32_t event, void* node, void* nodes) -> std::uint32_t {
+    if (event == ARB_EVENT_NODE_CREATED && node) {
+      static_cast<std::vector<ArbNode*>*>(nodes)->push_back(static_cast<ArbNode*>(node));
+    }
+    return 0;
+  };
+  ArbDocumentRegisterCallback(document, note, &nodes_);
+}
+
+std::vector<ArbNode*> MadeNodes::takeUnlinked() {
+  std::vector<ArbNode*> made = std::exchange(nodes_, {});
+  std::erase_if(made, [](const ArbNode* node) { return (node->flags & ARB_NODE_LINKED) != 0; });
+  return made;
+}
+
 }  // namespace arbtree::test

@@ -41,6 +41,17 @@ class Recorder {
   Lines lines_;
 };
 
+// Notes the nodes that a document makes from now on. REQUIRES: it lives as long as the document makes any.
+class MadeNodes {
+ public:
+  explicit MadeNodes(ArbDocument* document);
+  // Those made since the last call that are in no list, in the order of their making. REQUIRES: none has been freed.
+  std::vector<ArbNode*> takeUnlinked();
+
+ private:
+  std::vector<ArbNode*> nodes_;
+};
+
 }  // namespace arbtree::test
 
 #endif

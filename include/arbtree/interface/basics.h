@@ -63,7 +63,8 @@ typedef struct ArbHostContext ArbHostContext;     /**< what the host hands to a 
 typedef struct ArbForestChild ArbForestChild;     /**< the header of a child document */
 typedef struct ArbForest ArbForest;               /**< a list of child documents */
 typedef struct ArbFile ArbFile;                   /**< a file that the library does not parse */
-typedef struct ArbTree ArbTree;                   /**< opaque; begins with an ArbForestChild, so it is cast to one */
+typedef struct ArbTree ArbTree;                   /**< a tree: opaque, but for the fields of ArbTreeHead */
+typedef struct ArbTreeHead ArbTreeHead;           /**< the fields that every tree begins with */
 typedef struct ArbNode ArbNode;                   /**< the head of a node */
 typedef struct ArbNodeRef ArbNodeRef;             /**< a node-reference cell */
 typedef struct ArbNodeType ArbNodeType;           /**< the descriptor of a node kind */

@@ -28,7 +28,8 @@ extern "C" {
  * ARB_ERR_BADARG: set *node to null before the call, and a failure is announced with null.
  *
  * \retval ARB_OK *node is in no child list, its attributes and child list open. The producer links it into the tree or
- *   frees it with ArbNodeDestroy; a node never linked does not go with its tree
+ *   frees it with ArbNodeDestroy; a node never linked does not go with its tree. A further ARB_ELEM_ROOT counts as linked
+ *   and in the tree: it can be appended nowhere and is freed by its releases alone
  * \retval ARB_ERR_LOCKED the producer has declared the tree done (ArbForestChildProducerDone)
  * \retval ARB_ERR_NOTFOUND the namespace has no factory, or the factory made no node: an element id that it does not
  *   know, an external reference before the document's first run has ended, or no memory for the record of a built-in

@@ -5,7 +5,7 @@
 #ifndef ARBTREE_INTERFACE_CHILD_DOCUMENTS_H
 #define ARBTREE_INTERFACE_CHILD_DOCUMENTS_H
 
-#include "arbtree/interface/basics.h"
+#include "arbtree/interface/node.h"
 
 #ifdef __cplusplus
 extern "C" {
@@ -68,6 +68,12 @@ struct ArbForest {
   ArbForestChild *consumerWalkNext; /**< the library's own */
 };
 
+/** The fields that every tree begins with. */
+struct ArbTreeHead {
+  ArbForestChild child; /**< the header */
+  ArbNodeRef *rootCell; /**< the cell of the root node */
+};
+
 /** A file: content that the library does not parse. */
 struct ArbFile {
   ArbForestChild child;        /**< the header */
@@ -97,6 +103,22 @@ ARB_API ArbStatus ARB_CALL ArbDocumentCreateForest(ArbDocument *document, const 
  * \retval ARB_ERR_NOTFOUND no memory for the root's record; *tree is null
  */
 ARB_API ArbStatus ARB_CALL ArbDocumentCreateTree(ArbDocument *document, const char16_t *nameTemplate, ArbTree **tree);
+
+/**
+ * The root node of a tree, for its producer: ArbTreeQueryRootNode is the consumer's. Not an exported function: it reads
+ * the fields. REQUIRES: tree is not null.
+ *
+ * \return The node, which is the tree's; null when it has been freed.
+ */
+static inline ArbNode *ArbTreeRootNode(const ArbTree *tree) {
+#ifdef __cplusplus
+  const ArbNodeRef *const cell = reinterpret_cast<const ArbTreeHead *>(tree)->rootCell;
+  return cell && cell->state == ARB_REF_NODE ? reinterpret_cast<ArbNode *>(cell->value) : nullptr;
+#else
+  const ArbNodeRef *const cell = ((const ArbTreeHead *)tree)->rootCell;
+  return cell && cell->state == ARB_REF_NODE ? (ArbNode *)cell->value : 0;
+#endif
+}
 
 /**
  * Makes a file in no forest yet, named from a pattern, which may be null, with the document's next child id and its

@@ -65,8 +65,10 @@ ARB_API ArbStatus ARB_CALL ArbNodeClone(ArbNode *node, ArbTree *tree, ArbNode **
  * ArbTreeCreateNode and ArbNodeAppendChild. The copies' attributes and child lists are left open.
  *
  * A failure ends the copying: *copy is untouched if the top copy could not be made; else it is the top copy with the
- * copies made so far below it, the unfinished ones as they are, to be freed with ArbNodeDestroy (but see ArbNodeClone
- * for a root).
+ * finished copies of its children below it, to be freed with ArbNodeDestroy (but see ArbNodeClone for a root). A copy
+ * further down that was not finished is linked nowhere, and as much the caller's to free: a host that copies what may
+ * fail below the first level notes the nodes of ARB_EVENT_NODE_CREATED meanwhile, and destroys those without
+ * ARB_NODE_LINKED.
  *
  * \retval ARB_OK *copy is the top copy, in no child list (but see ArbNodeClone for a root)
  * \retval ARB_ERR_LOCKED, ARB_ERR_NOTFOUND as for ArbTreeCreateNode

@@ -89,7 +89,7 @@ typedef uint32_t(ARB_CALL *ArbNodeDestroyer)(ArbNode *node);
 /**
  * Registers a namespace, whose factory and destroyer the element-definition library gives: needed before nodes of its
  * kinds can be created in this tree. The low 16 bits name the namespace; that library gets the whole value. Registering
- * it again replaces its two functions.
+ * it again replaces its two functions; while the namespace is the one looked up last, the old two are still used.
  *
  * A tree holds 32 namespaces: one more is not registered, without a status of its own. ArbTreeGetNodeFactory tells.
  *

@@ -82,8 +82,8 @@ ARB_API ArbStatus ARB_CALL ArbNodeRefQueryIdString(ArbNodeRef *reference, ArbStr
 
 /**
  * The ID string as by ArbNodeRefQueryIdString, running the producer until the node is there and its attributes are
- * done; `document` is the one that the reference belongs to. idString may be null; it is cleared. A named reference
- * without a node is answered at once, with its name.
+ * done; `document` is the one that the reference belongs to. idString may be null; it is written when the call returns.
+ * A named reference without a node is answered at once, with its name.
  *
  * \retval ARB_OK *idString is the string; null as by ArbNodeRefQueryIdString, when production ended without the node,
  *   and when it has been freed
