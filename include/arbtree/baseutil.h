@@ -131,8 +131,8 @@ uint32_t ARB_CALL BaseFillPathName(uint32_t fileHandle, BasePathName *record);
 uint32_t ARB_CALL BaseStreamOpenMemory(const void *bytes, uint32_t byteCount, uint32_t limit, BaseStream **stream);
 
 /**
- * Opens a stream on a regular file. The path is zero-terminated UTF-16. Transfers go to the file at once, so each
- * failure is answered by the transfer that met it.
+ * Opens a stream on what the system opens by this path (zero-terminated UTF-16), a device included. Transfers go to it
+ * at once, so each failure is answered by the transfer that met it. A directory is refused here or by the first transfer.
  *
  * \return ARB_OK, ARB_ERR_BADARG (a null argument, an unknown mode, a path that is not well-formed UTF-16), or the
  *   mapped result of opening the file; nothing is stored on failure

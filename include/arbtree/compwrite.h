@@ -65,8 +65,8 @@ uint32_t ARB_CALL CompWriteSetWriter(ArbHostContext *hostContext, CompWriter wri
  * own name; each "/" and each backslash inside a name separates as well. Missing directories are made. Nothing is ever
  * written outside the directory, whatever the names and whatever lies in it. Refused with COMPWRITE_ERR_NAME, on every
  * platform: parts that are empty or only of dots and spaces (so ".." and absolute paths), parts with a colon or a
- * control unit, surrogates that stand alone. Symbolic links below the directory are not followed; one under the file's
- * own name is replaced.
+ * unit below U+0020, surrogates that stand alone. Symbolic links below the directory are not followed; one under the
+ * file's own name is replaced.
  *
  * The content goes to a temporary file beside the target, which takes the target's name, in place of a file of that
  * name, once it is complete. After a failure there is no temporary file, and an earlier file of that name is as it was.

@@ -10,7 +10,7 @@ import unittest
 sys.dont_write_bytecode = True
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "support"))
 from archives import XML, bsdtar, make_old, make_zip, packed, tar, tar_entry, tree_of  # noqa: E402
-from tool import ENVIRONMENT, TIMEOUT, canonical, run, stats  # noqa: E402
+from tool import ENVIRONMENT, TIMEOUT, InFolder, canonical, run, stats  # noqa: E402
 
 FORMATS = {"tar": ("gnutar", []), "tar.gz": ("pax", ["-z"]), "tar.bz2": ("ustar", ["-j"]), "tar.xz": ("pax", ["-J"]),
            "tar.zst": ("pax", ["--zstd"]), "v7.tar": ("v7", []), "cpio": ("newc", []), "odc.cpio": ("odc", []),
@@ -27,25 +27,6 @@ def output(*command, **options):
 
 
 UTF8 = dict(ENVIRONMENT, LC_ALL="C.UTF-8")
-
-
-class InFolder(unittest.TestCase):
-    def setUp(self):
-        keeper = tempfile.TemporaryDirectory()
-        self.addCleanup(keeper.cleanup)
-        self.folder = keeper.name
-
-    def write(self, name, data):
-        path = os.path.join(os.fsencode(self.folder), os.fsencode(name))
-        os.makedirs(os.path.dirname(path), exist_ok=True)
-        with open(path, "wb") as file:
-            file.write(data)
-        return os.fsdecode(path)
-
-    def new_folder(self, name):
-        path = os.path.join(self.folder, name)
-        os.mkdir(path)
-        return path
 
 
 class Formats(InFolder):
@@ -71,6 +52,20 @@ class Formats(InFolder):
                 self.assertEqual(tree_of(theirs), tree_of(ours))
                 figures = stats(archive)
                 self.assertEqual((1, 1, 4), (figures["archives"], figures["documents"], figures["elements"]))
+
+    def test_hard_links_share_their_content_wherever_the_archive_keeps_it(self):
+        names = ["1.xml", "2.xml", "3.xml"]
+        first = self.write("in/1.xml", XML)
+        for name in names[1:]:
+            os.link(first, os.path.join(self.folder, "in", name))
+        for form in ["newc", "odc", "pax"]:
+            with self.subTest(form):
+                archive = bsdtar(self.folder + "/" + form, form, [], self.folder + "/in", names)
+                target = self.new_folder("out-" + form)
+                result = run("extract", "-C", target, archive)
+                self.assertEqual((0, ""), (result.status, result.err))
+                self.assertEqual({name.encode(): XML for name in names},
+                                 {name: item[2] for name, item in tree_of(target).items()})
 
     def test_a_seven_zip_archive_within_another_is_read_back_and_forth(self):
         self.write("in/b.xml", XML)

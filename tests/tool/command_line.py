@@ -19,7 +19,9 @@ SOURCE = os.environ["ARBTREE_SOURCE"]
 class CommandLine(unittest.TestCase):
     def test_usage_errors(self):
         cases = [[], ["nothing"], ["xml"], ["stats"], ["ls", "--tree", "--json", "a"], ["find", "a"], ["dups", "a"],
-                 ["extract", "a"], ["find", "--element", "e", "--attribute", "k", "a"], ["find", "--element", "e", "--limit", "0", "a"], ["xml", "a", "b"], ["xml", "--no-such", "a"], ["--json", "a"],
+                 ["extract", "a"], ["find", "--element", "e", "--attribute", "k", "a"], ["find", "--element", "e", "--limit", "0", "a"],
+                 ["find", "--element", "", "a"], ["text", "--member", "", "a"], ["extract", "-C", ".", "--member", "", "a"],
+                 ["xml", "a", "b"], ["xml", "--no-such", "a"], ["--json", "a"],
                  ["xml", "--json", "a"], ["xml", "--max-depth", "0", "a"], ["xml", "--max-depth", "x", "a"],
                  ["xml", "--max-depth", "-1", "a"],
                  ["xml", "--max-depth", "18446744073709551616", "a"], ["xml", "--max-depth", "1x", "a"], ["stats", "--chunk-bytes", "4294967296", "a"]]

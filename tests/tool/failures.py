@@ -97,7 +97,7 @@ class Outputs(unittest.TestCase):
                               timeout=TIMEOUT, env=ENVIRONMENT)
 
     def test_a_full_device(self):
-        for command in ["xml", "stats"]:
+        for command in ["xml", "stats", "--help"]:
             with self.subTest(command), open("/dev/full", "wb") as full:
                 done = self.run_into(full, command)
                 self.assertEqual((1, b"arbtree: standard output: No space left on device\n"),

@@ -1,20 +1,25 @@
 """Archives that are damaged or meant to do harm: nothing is written outside the folder, limits hold, and what is wrong is
 told by name and by the exit status.
 """
+import fcntl
 import os
 import re
+import resource
 import signal
 import subprocess
 import sys
 import tarfile
 import tempfile
+import termios
+import time
 import unittest
+from array import array
 from concurrent.futures import ThreadPoolExecutor
 
 sys.dont_write_bytecode = True
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "support"))
 from archives import XML, bsdtar, make_zip, packed, tar, tar_entry, tree_of  # noqa: E402
-from tool import ENVIRONMENT, TIMEOUT, TOOL, run  # noqa: E402
+from tool import ENVIRONMENT, TIMEOUT, TOOL, InFolder, run  # noqa: E402
 
 SYMBOLIC, HARD, DEVICE, FIFO = b"2", b"1", b"3", b"6"
 GOOD = ("good", b"good")
@@ -53,25 +58,16 @@ ESCAPES = {
 }
 
 
-class InFolder(unittest.TestCase):
-    def setUp(self):
-        keeper = tempfile.TemporaryDirectory()
-        self.addCleanup(keeper.cleanup)
-        self.folder = keeper.name
-
-    def new_folder(self):
-        return os.path.join(tempfile.mkdtemp(dir=self.folder), "target")
-
+class IntoTarget(InFolder):
     def extract(self, data, *options):
         """Extracts into a folder of its own and answers the result and what is there; around it must be nothing."""
-        target = self.new_folder()
-        os.mkdir(target)
+        target = self.new_folder(os.path.join(tempfile.mkdtemp(dir=self.folder), "target"))
         result = run("extract", "-C", target, *options, "-", data=data)
         self.assertEqual(["target"], os.listdir(os.path.dirname(target)))
         return result, tree_of(target)
 
 
-class Escapes(InFolder):
+class Escapes(IntoTarget):
     def test_nothing_leaves_the_folder_and_the_rest_is_extracted(self):
         for name, (members, refused) in ESCAPES.items():
             with self.subTest(name):
@@ -84,8 +80,7 @@ class Escapes(InFolder):
                 self.assertFalse(os.path.exists("/tmp/arbtree-out"))
 
     def test_links_that_lie_in_the_folder_are_not_followed(self):
-        target, outside = self.new_folder(), tempfile.mkdtemp(dir=self.folder)
-        os.mkdir(target)
+        target, outside = self.new_folder("target"), self.new_folder("outside")
         os.symlink(outside, target + "/d")
         os.symlink(outside + "/f", target + "/f")
         result = run("extract", "-C", target, "-", data=tar([("d/x", b"x"), ("f", b"new")]))
@@ -156,7 +151,7 @@ def bomb_of_holes():
     return tar([(member, b"x")])
 
 
-class Limits(InFolder):
+class Limits(IntoTarget):
     def test_each_limit_ends_with_its_message_and_exit_status_3(self):
         for name, (make, (command, *options), option) in BOMBS.items():
             with self.subTest(name):
@@ -175,13 +170,12 @@ class Limits(InFolder):
         self.assertEqual(3, run("ls", "--max-nesting", "2", "-", data=quine_like(3)).status)
 
     def test_an_archive_that_is_nested_too_deep_is_extracted_as_a_file(self):
-        target = self.new_folder()
-        os.mkdir(target)
+        target = self.new_folder("target")
         self.assertEqual(3, run("extract", "-C", target, "--max-nesting", "2", "-", data=quine_like(3)).status)
         self.assertEqual(quine_like(1), tree_of(target)[b"z.zip/z.zip"][2])
 
 
-class Damage(InFolder):
+class Damage(IntoTarget):
     def made_by_bsdtar(self, name, form, filters=()):
         """A package when it is an ar archive, which has no folders."""
         for file, data in [("debian-binary", b"2.0\n"), ("data.tar.gz", packed("gzip", tar([("r", RANDOM)]))), ("x.xml", XML)]:
@@ -255,8 +249,7 @@ class Damage(InFolder):
         good = make_zip([("a", b"a" * 1000), ("f", os.urandom(1000))])
         broken = bytearray(good)
         broken[good.index(b"PK\3\4", 10) + 500] ^= 0xFF
-        target = self.new_folder()
-        os.mkdir(target)
+        target = self.new_folder("target")
         result = run("extract", "-C", target, "-", data=bytes(broken))
         self.assertEqual(1, result.status)
         self.assertRegex(result.err, r"^arbtree: <stdin>: f: .+\n\Z")
@@ -275,18 +268,45 @@ class Damage(InFolder):
             self.assertIn(f"arbtree: <stdin>: z.zip/{name}: ", result.err)
 
 
-class Interrupts(InFolder):
+class Interrupts(IntoTarget):
     def test_no_part_of_a_file_stays(self):
         data = tar([GOOD, ("large", b"x" * 10_000_000)])
         for number in [signal.SIGINT, signal.SIGTERM]:
-            target = self.new_folder()
-            os.mkdir(target)
+            target = self.new_folder(str(number))
             with subprocess.Popen([TOOL, "extract", "-C", target, "-"], stdin=subprocess.PIPE, env=ENVIRONMENT,
                                   stderr=subprocess.PIPE, bufsize=0) as tool:
                 tool.stdin.write(data[:5_000_000])
                 tool.send_signal(number)
                 self.assertEqual(-number, tool.wait(TIMEOUT))
             self.assertEqual({b"good"}, set(tree_of(target)))
+
+    def test_nothing_stays_of_a_file_larger_than_the_system_allows(self):
+        target = self.new_folder("target")
+        result = run("extract", "-C", target, "-", data=tar([GOOD, ("large", b"x" * 100_000)]),
+                     preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (10_000, 10_000)))
+        self.assertEqual((1, "arbtree: <stdin>: large: refused: File too large\n"), (result.status, result.err))
+        self.assertEqual({b"good"}, set(tree_of(target)))
+
+    def test_a_write_that_nobody_reads_is_ended(self):
+        unread, output = os.pipe()
+        capacity = fcntl.fcntl(output, fcntl.F_SETPIPE_SZ, 4096)  # so that the first write does not fit
+        path = self.write("long.xml", b"<a>" + b"<b/>" * 100_000 + b"</a>")
+        with subprocess.Popen([TOOL, "xml", path], stdout=output, env=ENVIRONMENT, stderr=subprocess.DEVNULL) as tool:
+            while array("i", fcntl.ioctl(unread, termios.FIONREAD, bytes(4)))[0] < capacity:
+                time.sleep(0.01)
+            tool.send_signal(signal.SIGTERM)
+            self.assertEqual(-signal.SIGTERM, tool.wait(TIMEOUT))
+        os.close(unread)
+        os.close(output)
+
+    def test_an_ignored_signal_stays_ignored(self):
+        with subprocess.Popen([TOOL, "stats", "-"], stdin=subprocess.PIPE, stdout=subprocess.PIPE, env=ENVIRONMENT,
+                              preexec_fn=lambda: signal.signal(signal.SIGHUP, signal.SIG_IGN)) as tool:
+            tool.stdin.write(b"<a>")
+            tool.stdin.flush()
+            tool.send_signal(signal.SIGHUP)
+            tool.communicate(b"</a>", TIMEOUT)
+            self.assertEqual(0, tool.returncode)
 
 
 if __name__ == "__main__":

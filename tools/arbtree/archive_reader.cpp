@@ -101,7 +101,9 @@ bool hasZipEnd(std::string_view tail) {
 
 std::string reasonOf(archive* handle) {
   const char* const reason = archive_error_string(handle);
-  return reason ? reason : "cannot be read";
+  std::string line = reason ? reason : "cannot be read";
+  while (line.ends_with('\n')) line.pop_back();
+  return line;
 }
 
 // --- The sources -----------------------------------------------------------------------------------------------------

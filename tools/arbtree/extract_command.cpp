@@ -2,6 +2,10 @@
 // that compwrite has for this host takes the content from the producer, which waits at the file.
 #include <fnmatch.h>
 
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
 #include "arbtree/compwrite.h"
 #include "commands.h"
 #include "member_name.h"
@@ -26,7 +30,7 @@ class Extraction {
 
   bool enter(ArbForestChild& child) {
     path_ = pathOf(child);
-    if (!isWanted()) return true;
+    if (!isWanted(path_)) return true;
     found_ = true;
     refuseIf(child.kind == ARB_CHILD_FOREST ? target_.makeFolder(path_, folderFacts(child)) : extract(child));
     return true;
@@ -36,30 +40,49 @@ class Extraction {
   void finish() {
     const bool isWhole = session_.problems.status() == 0;
     if (!found_ && isWhole && !options_.pattern.empty())
-      session_.problems.member("", "no member matches " + options_.pattern);
+      session_.problems.member("", "no member matches " + shown(options_.pattern));
     for (const auto& [path, reason] : target_.finish()) session_.problems.member(path, "refused: " + reason);
   }
 
  private:
   // A pattern for a folder or an archive is one for all that is in it.
-  bool isWanted() const {
+  bool isWanted(const std::string& path) const {
     const char* const pattern = options_.pattern.c_str();
-    return *pattern == '\0' || fnmatch(pattern, shown(path_).c_str(), FNM_NOESCAPE | FNM_LEADING_DIR) == 0;
+    return *pattern == '\0' || fnmatch(pattern, shown(path).c_str(), FNM_NOESCAPE | FNM_LEADING_DIR) == 0;
   }
 
   std::string extract(ArbForestChild& child) {
     const MemberFacts facts = factsOf(child);
     if (facts.link == LinkKind::symbolic) return target_.linkSymbolic(path_, bytesOf(child, kMemberLink), facts);
-    if (facts.link == LinkKind::hard) return target_.linkHard(path_, hardTarget(child));
+    if (facts.link == LinkKind::hard) return linkHard(hardTarget(child));
     switch (facts.mode & AE_IFMT) {
       case AE_IFDIR:
         return target_.makeFolder(path_, facts);
       case AE_IFREG:
       case 0:
-        return ArbFileWrite(asFile(&child), 0) == ARB_OK ? "" : problem_;
+        if (ArbFileWrite(asFile(&child), 0) != ARB_OK) return problem_;
+        return bytesOf(child, kMemberLink).empty() ? "" : shareContent(hardTarget(child));
       default:
         return "it is a device or another special file";
     }
+  }
+
+  std::string linkHard(const std::string& target) {
+    std::string problem = target_.linkHard(path_, target);
+    if (problem.empty()) linked_[target].push_back(path_);
+    return problem;
+  }
+
+  // The content of a file came with a later one of its names: the target and the links before get it now.
+  std::string shareContent(const std::string& target) {
+    std::vector<std::string> names = std::move(linked_[target]);
+    linked_.erase(target);
+    if (isWanted(target)) names.push_back(target);
+    std::string problem;
+    for (const std::string& name : names) {
+      if (problem.empty() && name != path_) problem = target_.linkHard(name, path_);
+    }
+    return problem;
   }
 
   // Of the folder that stands for an archive: the archive's own, but for the mode of a file.
@@ -94,9 +117,10 @@ class Extraction {
   Session& session_;
   const ExtractOptions& options_;
   TargetFolder& target_;
-  bool found_ = false;   // something that is wanted
-  std::string path_;     // of the current member
-  std::string problem_;  // of the file written last
+  bool found_ = false;                                                // something that is wanted
+  std::string path_;                                                  // of the current member
+  std::unordered_map<std::string, std::vector<std::string>> linked_;  // the hard links made, by their target
+  std::string problem_;                                               // of the file written last
 };
 
 }  // namespace
@@ -110,7 +134,7 @@ int runExtract(const ExtractOptions& options) {
   Session session(options.common, std::move(wishes), false);
   TargetFolder target(options.folder, options.refuseAliases);
   if (!target.error().empty()) {
-    std::fprintf(stderr, "arbtree: %s: %s\n", options.folder.c_str(), target.error().c_str());
+    std::fprintf(stderr, "arbtree: %s: %s\n", shown(options.folder).c_str(), target.error().c_str());
     return kInputFailed;
   }
   Extraction extraction(session, options, target);

@@ -13,11 +13,15 @@ void remember(int signal) { caught = signal; }
 
 }  // namespace
 
-// Without SA_RESTART, so that a read that waits returns.
+// Without SA_RESTART, so that a read or write that waits returns. What the program was started to ignore stays ignored.
 void catchInterrupts() {
   struct sigaction action = {};
   action.sa_handler = remember;
-  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) sigaction(signal, &action, nullptr);
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+    struct sigaction inherited = {};
+    sigaction(signal, nullptr, &inherited);
+    if (inherited.sa_handler != SIG_IGN) sigaction(signal, &action, nullptr);
+  }
 }
 
 bool isInterrupted() { return caught != 0; }

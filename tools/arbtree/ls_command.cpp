@@ -114,7 +114,7 @@ struct Listing {
     std::snprintf(columns, sizeof columns, "%-6s %s %12s %20s ", kindName(child), modeString(facts).c_str(),
                   size.c_str(), timeString(facts).c_str());
     const std::string target = bytesOf(child, kMemberLink);
-    const char* const arrow = facts.link == LinkKind::hard ? " link to " : " -> ";
+    const char* const arrow = facts.link == LinkKind::symbolic ? " -> " : " link to ";
     return columns + shown(pathOf(child)) + (target.empty() ? "" : arrow + shown(target)) + "\n";
   }
 

@@ -1,18 +1,22 @@
 // The command line of the tool: options, help, and which command runs. The exit statuses are those of commands.h.
 #include <CLI/CLI.hpp>
+#include <cerrno>
 #include <charconv>
 #include <clocale>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <exception>
 #include <functional>
+#include <iostream>
 #include <limits>
 #include <string>
 #include <system_error>
 
 #include "commands.h"
 #include "interrupt.h"
+#include "member_name.h"
 #include "problems.h"
 
 namespace arbtree::tool {
@@ -72,7 +76,7 @@ constexpr char kFindFooter[] =
     "One line for each element: PATH:OFFSET, the member and the byte at which the start tag begins in it (for "
     "encodings\n"
     "other than UTF-8, UTF-16, ASCII and Latin-1: in the member converted to UTF-8). With --json one object a line.\n"
-    "With --limit nothing is read beyond the last match.\n"
+    "With --limit nothing is read beyond the chunk of content that holds the last match.\n"
     "\n"
     "Examples:\n"
     "  arbtree find --element title books.zip\n"
@@ -144,6 +148,11 @@ CLI::Validator atLeastOne() {
       "");
 }
 
+// An empty name matches nothing; one comes from a variable of a script that was never set.
+CLI::Validator notEmpty() {
+  return CLI::Validator([](const std::string& text) { return text.empty() ? "it is empty" : ""; }, "");
+}
+
 template <typename Number>
 void addLimit(CLI::App& command, const char* name, Number& limit, const char* meaning) {
   command.add_option(name, limit, meaning)
@@ -194,11 +203,11 @@ class CommandLine {
     try {
       app_.parse(argc, argv);
     } catch (const CLI::Success& help) {
-      return app_.exit(help);
+      return print(help);
     } catch (const CLI::ExtrasError& error) {
       const std::string first = app_.remaining(true).front();
       const bool isCommand = app_.get_subcommands().empty() && !first.starts_with('-');
-      return usageError(isCommand ? ("no command is called " + first).c_str() : error.what());
+      return usageError(isCommand ? "no command is called " + first : error.what());
     } catch (const CLI::ParseError& error) {
       return usageError(error.what());
     }
@@ -207,9 +216,16 @@ class CommandLine {
   }
 
  private:
-  static int usageError(const char* problem) {
-    std::fprintf(stderr, "arbtree: %s\nRun `arbtree --help` for how to use it.\n", problem);
+  static int usageError(const std::string& problem) {
+    std::fprintf(stderr, "arbtree: %s\nRun `arbtree --help` for how to use it.\n", shown(problem).c_str());
     return kUsageError;
+  }
+
+  int print(const CLI::Success& help) {
+    const int status = app_.exit(help);
+    if (std::cout.flush()) return status;
+    std::fprintf(stderr, "arbtree: standard output: %s\n", std::strerror(errno));
+    return kInputFailed;
   }
 
   template <typename Options>
@@ -237,18 +253,25 @@ class CommandLine {
 
   void addText() {
     CLI::App& text = addCommand("text", "Writes the text of XML documents.", kTextFooter, text_, runText);
-    text.add_option("--member", text_.member, "only of the member with this path")->type_name("PATH");
+    text.add_option("--member", text_.member, "only of the member with this path")
+        ->type_name("PATH")
+        ->check(notEmpty());
   }
 
   void addXml() {
     CLI::App& xml = addCommand("xml", "Writes an XML document out again.", kXmlFooter, xml_, runXml);
-    xml.add_option("--member", xml_.member, "the member of an archive to write")->type_name("PATH");
+    xml.add_option("--member", xml_.member, "the member of an archive to write")->type_name("PATH")->check(notEmpty());
   }
 
   void addFind() {
     CLI::App& find = addCommand("find", "Finds elements in XML documents.", kFindFooter, find_, runFind);
-    find.add_option("--element", find_.element, "name of the elements, prefix included")->type_name("NAME")->required();
-    find.add_option("--id", find_.id, "the first in each document whose xml:id or id is this")->type_name("ID");
+    find.add_option("--element", find_.element, "name of the elements, prefix included")
+        ->type_name("NAME")
+        ->required()
+        ->check(notEmpty());
+    find.add_option("--id", find_.id, "the first in each document whose xml:id or id is this")
+        ->type_name("ID")
+        ->check(notEmpty());
     find.add_option("--attribute", find_.attribute, "an attribute that they have")
         ->type_name("NAME=VALUE")
         ->check(CLI::Validator(
@@ -268,7 +291,8 @@ class CommandLine {
     extract
         .add_option("--member", extract_.pattern,
                     "only members whose path matches as in a shell, and all below them; * also matches /")
-        ->type_name("PATTERN");
+        ->type_name("PATTERN")
+        ->check(notEmpty());
     extract.add_flag("--keep-archives", extract_.keepArchives, "write nested archives as files");
     extract.add_flag("--refuse-aliases", extract_.refuseAliases,
                      "refuse names that differ from an earlier one only by case or normal form");
@@ -276,7 +300,10 @@ class CommandLine {
 
   void addDups() {
     CLI::App& dups = addCommand("dups", "Finds equal elements in XML documents.", kDupsFooter, dups_, runDups);
-    dups.add_option("--element", dups_.element, "name of the elements, prefix included")->type_name("NAME")->required();
+    dups.add_option("--element", dups_.element, "name of the elements, prefix included")
+        ->type_name("NAME")
+        ->required()
+        ->check(notEmpty());
     dups.add_flag("--json", dups_.json, "print one JSON array a line");
   }
 
@@ -302,8 +329,9 @@ class CommandLine {
 
 int main(int argc, char** argv) {
   using namespace arbtree::tool;
-  // A reader that goes away shows as a failed write.
+  // A reader that goes away, and a file that may not grow, show as failed writes.
   std::signal(SIGPIPE, SIG_IGN);
+  std::signal(SIGXFSZ, SIG_IGN);
   catchInterrupts();
   // Names of members are UTF-8 or plain bytes, wherever the user is.
   if (!std::setlocale(LC_CTYPE, "C.UTF-8")) std::setlocale(LC_CTYPE, "");

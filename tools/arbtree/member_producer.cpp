@@ -172,7 +172,8 @@ MemberProducer::NewMember MemberProducer::describe(archive_entry& entry) const {
   facts.time = archive_entry_mtime(&entry);
   facts.nanoseconds = static_cast<std::uint32_t>(archive_entry_mtime_nsec(&entry));
   if (const char* const target = archive_entry_hardlink(&entry)) {
-    facts.link = LinkKind::hard;
+    // In some formats the content comes with one of a file's later names, which is no mere link then.
+    if (facts.size <= 0) facts.link = LinkKind::hard;
     member.link = target;
   } else if (archive_entry_filetype(&entry) == AE_IFLNK) {
     facts.link = LinkKind::symbolic;

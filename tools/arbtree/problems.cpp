@@ -32,7 +32,7 @@ void Problems::warning(const std::string& path, const Place& place, const std::s
 void Problems::print(const std::string& path, const std::string& place, const std::string& text) {
   progress_.clear();
   const std::string where = path.empty() ? "" : ": " + shown(path);
-  std::fprintf(stderr, "arbtree: %s%s%s: %s\n", input_.displayName().c_str(), where.c_str(), place.c_str(),
+  std::fprintf(stderr, "arbtree: %s%s%s: %s\n", shown(input_.displayName()).c_str(), where.c_str(), place.c_str(),
                text.c_str());
 }
 

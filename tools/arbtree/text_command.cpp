@@ -1,5 +1,6 @@
 // `arbtree text`: the character data of XML documents.
 #include "commands.h"
+#include "member_name.h"
 #include "node_links.h"
 #include "session.h"
 #include "xml_writer.h"
@@ -42,8 +43,8 @@ int runText(const ContentOptions& options) {
   Session session(options.common, wishesForMember(options.member), true);
   Writing writing{session};
   session.document.walkMembers(writing);
-  if (!options.member.empty() && !writing.found) {
-    session.problems.member("", "no XML member has the path " + options.member);
+  if (!options.member.empty() && !writing.found && session.problems.status() == 0) {
+    session.problems.member("", "no XML member has the path " + shown(options.member));
   }
   return session.finish();
 }

@@ -1,5 +1,6 @@
 // `arbtree xml`: writes an XML document out again.
 #include "commands.h"
+#include "member_name.h"
 #include "node_links.h"
 #include "session.h"
 #include "xml_writer.h"
@@ -40,7 +41,8 @@ int runXml(const ContentOptions& options) {
   Copying copying{session, options.member, XmlWriter(session.out)};
   session.document.walkMembers(copying);
   if (!options.member.empty() && !copying.found) {
-    session.problems.member("", "no XML member has the path " + options.member);
+    if (session.problems.status() == 0)
+      session.problems.member("", "no XML member has the path " + shown(options.member));
   } else if (session.document.producer().inputIsArchive() && options.member.empty()) {
     session.problems.member("", "is an archive: --member says which XML member to write", kUsageError);
   }

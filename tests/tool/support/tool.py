@@ -5,6 +5,8 @@ ARBTREE_TOOL names the program under test. xmllint (package libxml2-utils) is th
 import json
 import os
 import subprocess
+import tempfile
+import unittest
 
 TOOL = os.environ["ARBTREE_TOOL"]
 TIMEOUT = 240
@@ -30,6 +32,27 @@ def run(*arguments, data=None, **options):
     elif "stdin" not in options:
         options["stdin"] = subprocess.DEVNULL
     return Result(subprocess.run(command, capture_output=True, timeout=TIMEOUT, env=ENVIRONMENT, **options))
+
+
+class InFolder(unittest.TestCase):
+    """Tests with a folder of their own, removed after each."""
+
+    def setUp(self):
+        keeper = tempfile.TemporaryDirectory()
+        self.addCleanup(keeper.cleanup)
+        self.folder = keeper.name
+
+    def write(self, name, data):
+        path = os.path.join(os.fsencode(self.folder), os.fsencode(name))
+        os.makedirs(os.path.dirname(path), exist_ok=True)
+        with open(path, "wb") as file:
+            file.write(data)
+        return os.fsdecode(path)
+
+    def new_folder(self, name):
+        path = os.path.join(self.folder, name)
+        os.mkdir(path)
+        return path
 
 
 def stats(*arguments, **options):
