@@ -15,7 +15,8 @@ struct CallbackSlot {
 };
 
 class StringIndex;
-struct CellBlock;  // tree/cell_pool.h
+struct CellBlock;   // tree/cell_pool.h
+struct BlockRange;  // tree/cell_pool.h
 
 // Strings of the document in the order made; index 0 is the root of the search tree laid over them.
 struct StringTable {

@@ -14,53 +14,29 @@ namespace {
 
 constexpr std::uint32_t kFirstBlockCapacity = 16;
 constexpr std::uint32_t kMaxSpares = 33;  // one more than the child documents of a chunk
-constexpr std::uint32_t kNoBlock = 0xFFFFFFFF;
 
-// Blocks are found by address through ranges as long as a block's cells: no two blocks start in one range, and a cell
-// lies in the range its block starts in or in the one after it.
-std::uintptr_t rangeOf(const void* address) {
-  return reinterpret_cast<std::uintptr_t>(address) / sizeof(CellBlock::cells);
+void enterBlock(BlockRange* table, std::uint32_t capacity, CellBlock* block) {
+  const std::uintptr_t range = rangeOf(block->cells);
+  BlockRange& first = findRange(table, capacity, range);
+  first.range = range;
+  first.border = reinterpret_cast<std::uintptr_t>(block->cells);
+  first.blocks[1] = block;
+  BlockRange& second = findRange(table, capacity, range + 1);
+  if (second.range == 0) second.border = ~std::uintptr_t{0};
+  second.range = range + 1;
+  second.blocks[0] = block;
 }
 
-std::uint32_t hashSlot(std::uintptr_t range, std::uint32_t capacity) {
-  return static_cast<std::uint32_t>(range * 2654435761u) & (capacity - 1);
-}
-
-void enterByAddress(ArbTree& tree, std::uint32_t index) {
-  const std::uint32_t mask = tree.blockByAddressCapacity - 1;
-  std::uint32_t slot = hashSlot(rangeOf(tree.cellBlocks[index]), tree.blockByAddressCapacity);
-  while (tree.blockByAddress[slot] != 0) slot = (slot + 1) & mask;
-  tree.blockByAddress[slot] = index + 1;
-}
-
-std::uint32_t blockStartingIn(const ArbTree& tree, std::uintptr_t range) {
-  const std::uint32_t mask = tree.blockByAddressCapacity - 1;
-  for (std::uint32_t slot = hashSlot(range, tree.blockByAddressCapacity); tree.blockByAddress[slot] != 0;
-       slot = (slot + 1) & mask) {
-    const std::uint32_t index = tree.blockByAddress[slot] - 1;
-    if (rangeOf(tree.cellBlocks[index]) == range) return index;
-  }
-  return kNoBlock;
-}
-
-std::uint32_t indexOfBlock(const ArbTree& tree, const ArbNodeRef* cell) {
-  if (tree.cellBlockCount == 0) return kNoBlock;
-  const std::uintptr_t range = rangeOf(cell);
-  std::uint32_t index = blockStartingIn(tree, range);
-  if (index == kNoBlock || !holds(*tree.cellBlocks[index], cell)) index = blockStartingIn(tree, range - 1);
-  return index != kNoBlock && holds(*tree.cellBlocks[index], cell) ? index : kNoBlock;
-}
-
-// Keeps the address table at most half full.
-bool growAddressTable(ArbTree& tree) {
-  const std::uint32_t capacity = 2 * tree.cellBlockCapacity;
-  if (tree.blockByAddressCapacity >= capacity) return true;
-  auto* const grown = heap::allocateArray<std::uint32_t>(capacity);
+// Keeps the table of ranges, two for a block, at most half full.
+bool growRanges(ArbTree& tree) {
+  const std::uint32_t capacity = 4 * tree.cellBlockCapacity;
+  if (tree.blockRangeCapacity >= capacity) return true;
+  auto* const grown = heap::allocateArray<BlockRange>(capacity);
   if (!grown) return false;
-  heap::release(tree.blockByAddress);
-  tree.blockByAddress = grown;
-  tree.blockByAddressCapacity = capacity;
-  for (std::uint32_t i = 0; i < tree.cellBlockCount; ++i) enterByAddress(tree, i);
+  for (std::uint32_t i = 0; i < tree.cellBlockCount; ++i) enterBlock(grown, capacity, tree.cellBlocks[i]);
+  heap::release(tree.blockRanges);
+  tree.blockRanges = grown;
+  tree.blockRangeCapacity = capacity;
   return true;
 }
 
@@ -97,15 +73,15 @@ void giveUpBlock(ArbDocument& document, CellBlock* block) {
 
 [[gnu::noinline]] bool cell_pool::addBlock(ArbTree& tree) {
   if (!reserveOne(tree.cellBlocks, tree.cellBlockCapacity, tree.cellBlockCount, kFirstBlockCapacity) ||
-      !growAddressTable(tree) || !tree.blocksWithRoom.reserve(tree.cellBlockCapacity)) {
+      !growRanges(tree) || !tree.blocksWithRoom.reserve(tree.cellBlockCapacity)) {
     return false;
   }
   CellBlock* const block = makeBlock(documentOf(tree));
   if (!block) return false;
-  const std::uint32_t index = tree.cellBlockCount++;
-  tree.cellBlocks[index] = block;
-  enterByAddress(tree, index);
-  tree.blocksWithRoom.insert(index);
+  block->index = tree.cellBlockCount++;
+  tree.cellBlocks[block->index] = block;
+  enterBlock(tree.blockRanges, tree.blockRangeCapacity, block);
+  tree.blocksWithRoom.insert(block->index);
   if (!tree.blockWithRoom) tree.blockWithRoom = block;
   return true;
 }
@@ -121,7 +97,7 @@ void giveUpBlock(ArbDocument& document, CellBlock* block) {
 [[gnu::noinline]] void cell_pool::noteRoom(ArbTree& tree, CellBlock& block, std::uint32_t w) {
   block.wordsWithRoom[w / 64] |= std::uint64_t{1} << (w % 64);
   if (block.usedCount != kCellsPerBlock - 1) return;
-  tree.blocksWithRoom.insert(indexOfBlock(tree, block.cells));
+  tree.blocksWithRoom.insert(block.index);
   tree.blockWithRoom = tree.cellBlocks[tree.blocksWithRoom.lowest()];
 }
 
@@ -140,15 +116,10 @@ void giveUpBlock(ArbDocument& document, CellBlock* block) {
   return hint;  // not reached while the block has a free cell
 }
 
-[[gnu::noinline]] CellBlock* blockOf(const ArbTree& tree, const ArbNodeRef* cell) {
-  const std::uint32_t index = indexOfBlock(tree, cell);
-  return index == kNoBlock ? nullptr : tree.cellBlocks[index];
-}
-
 void destroyCells(ArbTree& tree) {
   for (std::uint32_t i = 0; i < tree.cellBlockCount; ++i) giveUpBlock(documentOf(tree), tree.cellBlocks[i]);
   heap::release(tree.cellBlocks);
-  heap::release(tree.blockByAddress);
+  heap::release(tree.blockRanges);
   tree.blocksWithRoom.destroy();
 }
 

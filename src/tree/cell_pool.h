@@ -23,8 +23,11 @@ inline constexpr std::uint32_t kFullWord = 0xFFFFFFFF;
 
 // Where the cells of a block are in the tree's pendingRefs; see pending_refs.cpp.
 struct PendingSlots {
-  std::uint32_t base[kOccupancyWords];
-  std::uint8_t inStep[kOccupancyWords];
+  struct Word {
+    std::uint32_t base;
+    std::uint32_t inStep;
+  };
+  Word words[kOccupancyWords];
   std::uint32_t* others;
 };
 
@@ -36,11 +39,41 @@ struct CellBlock {
 
   // For speed: bit w % 64 of word w / 64 says that occupancy[w] has a free bit.
   std::uint64_t wordsWithRoom[kOccupancyWords / 64];
+  std::uint32_t index;  // in the tree's cellBlocks
   PendingSlots pending;
 };
 
-// The block that holds a cell, or null.
-CellBlock* blockOf(const ArbTree& tree, const ArbNodeRef* cell);
+// Blocks are found by address, through ranges as long as the cells of a block. In each range the cells of at most one
+// block go on from the range before, and those of at most one begin; the border is where these begin.
+struct BlockRange {
+  std::uintptr_t range;   // the address divided by the length, or 0: a free entry
+  std::uintptr_t border;  // above all addresses where none begin
+  CellBlock* blocks[2];   // below the border, and from the border on; null where there is none
+};
+
+inline std::uintptr_t rangeOf(const ArbNodeRef* cell) {
+  return reinterpret_cast<std::uintptr_t>(cell) / sizeof(CellBlock::cells);
+}
+
+// The entry of a range, or the free one where it belongs. REQUIRES: the table has a free entry.
+inline BlockRange& findRange(BlockRange* table, std::uint32_t capacity, std::uintptr_t range) {
+  const std::uint32_t mask = capacity - 1;
+  std::uint32_t at = static_cast<std::uint32_t>(range * 2654435761u) & mask;
+  while (table[at].range != range && table[at].range != 0) at = (at + 1) & mask;
+  return table[at];
+}
+
+inline bool holds(const CellBlock& block, const ArbNodeRef* cell) {
+  return reinterpret_cast<std::uintptr_t>(cell) - reinterpret_cast<std::uintptr_t>(block.cells) < sizeof block.cells;
+}
+
+// The block that holds a cell, or null. The side of the border is not branched on, since nothing foretells it.
+inline CellBlock* blockOf(const ArbTree& tree, const ArbNodeRef* cell) {
+  if (!tree.blockRanges) return nullptr;
+  const BlockRange& entry = findRange(tree.blockRanges, tree.blockRangeCapacity, rangeOf(cell));
+  CellBlock* const block = entry.blocks[reinterpret_cast<std::uintptr_t>(cell) >= entry.border];
+  return block && holds(*block, cell) ? block : nullptr;
+}
 
 // Gives up every block, and frees the tables of the pool.
 void destroyCells(ArbTree& tree);
@@ -85,10 +118,6 @@ inline ArbNodeRef* takeCell(ArbTree& tree) {
   if (block.occupancy[w] == kFullWord) [[unlikely]]
     cell_pool::noteFullWord(tree, block, w);
   return cell;
-}
-
-inline bool holds(const CellBlock& block, const ArbNodeRef* cell) {
-  return reinterpret_cast<std::uintptr_t>(cell) - reinterpret_cast<std::uintptr_t>(block.cells) < sizeof block.cells;
 }
 
 // Gives a cell back. A cell that lies in no block of the tree is ignored.

@@ -5,7 +5,7 @@
 //   slot of a cell = base of its word + the cell's place in the word
 //
 // and the table itself tells whether a cell is there. The cells that are out of step are in a table of their own, which
-// the block gets with the first of them. Invariants: inStep[w] counts the cells of word w that are in step; others, if
+// the block gets with the first of them. Invariants: a word's inStep counts its cells that are in step; others, if
 // there, holds the slot + 1 of each cell that is out of step, and 0 for every other cell.
 #include "tree/pending_refs.h"
 
@@ -30,14 +30,16 @@ std::uint32_t indexIn(const CellBlock& block, const ArbNodeRef* cell) {
 }
 
 // The slot that the cell has if it is in step. It wraps around, so that any slot can be told.
-std::uint32_t slotInStep(const PendingSlots& pending, std::uint32_t at) { return pending.base[at / 32] + at % 32; }
+std::uint32_t slotInStep(const PendingSlots& pending, std::uint32_t at) {
+  return pending.words[at / 32].base + at % 32;
+}
 
 // Notes the slot of a cell. False when there is no memory.
 bool noteSlot(PendingSlots& pending, std::uint32_t at, std::uint32_t slot) {
-  const std::uint32_t w = at / 32;
-  if (pending.inStep[w] == 0) pending.base[w] = slot - at % 32;
+  PendingSlots::Word& word = pending.words[at / 32];
+  if (word.inStep == 0) word.base = slot - at % 32;
   if (slotInStep(pending, at) == slot) {
-    ++pending.inStep[w];
+    ++word.inStep;
     return true;
   }
   if (!pending.others) pending.others = heap::allocateArray<std::uint32_t>(kCellsPerBlock);
@@ -52,8 +54,9 @@ std::uint32_t takeSlot(const ArbTree& tree, CellBlock& block, const ArbNodeRef* 
   const std::uint32_t at = indexIn(block, cell);
   if (pending.others && pending.others[at] != 0) return std::exchange(pending.others[at], 0) - 1;
   const std::uint32_t slot = slotInStep(pending, at);
-  if (pending.inStep[at / 32] == 0 || slot >= tree.pendingRefCount || tree.pendingRefs[slot] != cell) return kNoSlot;
-  --pending.inStep[at / 32];
+  PendingSlots::Word& word = pending.words[at / 32];
+  if (word.inStep == 0 || slot >= tree.pendingRefCount || tree.pendingRefs[slot] != cell) return kNoSlot;
+  --word.inStep;
   return slot;
 }
 

@@ -55,10 +55,10 @@ struct ArbTree {
   std::uint32_t cursorDepth;  // pushes not popped yet, also those that found the stack full
 
   // For speed: where the cell pool finds room and the block of a cell (tree/cell_pool.cpp) ...
-  arbtree::LowestSet blocksWithRoom;     // indices of the blocks that have a free cell
-  arbtree::CellBlock* blockWithRoom;     // the first of them, or null when there is none
-  std::uint32_t* blockByAddress;         // hash table: index + 1 of a block by the address range it starts in
-  std::uint32_t blockByAddressCapacity;  // a power of two, or 0
+  arbtree::LowestSet blocksWithRoom;  // indices of the blocks that have a free cell
+  arbtree::CellBlock* blockWithRoom;  // the first of them, or null when there is none
+  arbtree::BlockRange* blockRanges;   // hash table of the address ranges in which cells lie
+  std::uint32_t blockRangeCapacity;   // a power of two, or 0
   // ... the strings that were bound to cells of this tree, so that none points here when the tree is gone ...
   ArbString** boundStrings;
   std::uint32_t boundStringCapacity;
