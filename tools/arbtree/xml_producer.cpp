@@ -15,6 +15,13 @@ namespace {
 // The library counts the records of a chunk's nodes and their text; what their attributes hold is ours to count.
 constexpr std::size_t kAttributeBytesPerRun = std::size_t{128} * 1024;
 
+// Expat gives names and values in turn, and a null behind them.
+std::size_t countAttributes(const char** attributes) {
+  std::size_t count = 0;
+  while (attributes[2 * count]) ++count;
+  return count;
+}
+
 }  // namespace
 
 // Nothing may be thrown through expat, and after a failure nothing more is made.
@@ -39,8 +46,15 @@ struct XmlProducer::Handlers {
   static void XMLCALL endElement(void* self, const char*) {
     guard(self, [](XmlProducer& producer) { producer.endElement(); });
   }
-  static void XMLCALL text(void* self, const char* text, int length) {
+  [[gnu::noinline]] static void XMLCALL text(void* self, const char* text, int length) {
     guard(self, [&](XmlProducer& producer) { producer.text(text, static_cast<std::size_t>(length)); });
+  }
+  // Where no values are wished: most text is only noted, and this is called for each of its lines.
+  static void XMLCALL notedText(void* self, const char* text, int length) {
+    auto& producer = *static_cast<XmlProducer*>(self);
+    const bool noted = !producer.failure_ && producer.text_.noteAll(static_cast<std::size_t>(length));
+    if (!noted) [[unlikely]]
+      Handlers::text(self, text, length);
   }
   static void XMLCALL comment(void* self, const char* text) {
     guard(self, [&](XmlProducer& producer) { producer.leaf(ElementKinds::instance().comment(), text, nullptr); });
@@ -89,7 +103,7 @@ XmlProducer::~XmlProducer() { XML_ParserFree(parser_); }
 void XmlProducer::setHandlers() {
   XML_SetUserData(parser_, this);
   XML_SetElementHandler(parser_, Handlers::startElement, Handlers::endElement);
-  XML_SetCharacterDataHandler(parser_, Handlers::text);
+  XML_SetCharacterDataHandler(parser_, wishes_.values ? Handlers::text : Handlers::notedText);
   XML_SetCommentHandler(parser_, Handlers::comment);
   XML_SetProcessingInstructionHandler(parser_, Handlers::instruction);
   XML_SetDoctypeDeclHandler(parser_, Handlers::startDocumentType, Handlers::endDocumentType);
@@ -191,9 +205,12 @@ void XmlProducer::startElement(const char* name, const char** attributes) {
   if (depth_ == limits_.maxDepth) [[unlikely]] {
     return fail("elements are nested more than " + std::to_string(limits_.maxDepth) + " deep (see --max-depth)", true);
   }
-  ElementKind& kind = ElementKinds::instance().element(name, *lastKind_);
+  ElementKinds& kinds = ElementKinds::instance();
+  ElementKind& kind = kinds.element(name, *lastKind_);
   lastKind_ = &kind;
-  collectAttributes(kind, attributes);
+  attributesMade_ += countAttributes(attributes);
+  if (wishes_.values) collectAttributes(kind, attributes);
+  kinds.publish(kind);
   ElementNode* const element = makeElement(kind, awaited_ ? takeAwaited(attributes) : nullptr);
   if (!element || !link(&element->node)) return;
   current_ = &element->node;
@@ -210,7 +227,6 @@ void XmlProducer::endElement() {
 }
 
 void XmlProducer::text(const char* text, std::size_t length) {
-  if (!wishes_.values && text_.noteAll(length)) return;
   while (length != 0) {
     const std::size_t taken = wishes_.values ? text_.append(text, length) : text_.note(text, length);
     text += taken;
@@ -257,13 +273,10 @@ void XmlProducer::collectAttributes(ElementKind& kind, const char** attributes) 
   ElementKinds& kinds = ElementKinds::instance();
   std::uint32_t expected = 0;
   for (; *attributes; attributes += 2) {
-    ++attributesMade_;
-    if (!wishes_.values) continue;
     const std::uint32_t index = kinds.attributeIndex(kind, attributes[0], expected);
     newAttributes_.push_back({index, attributes[1]});
     expected = index + 1;
   }
-  kinds.publish(kind);
 }
 
 // A new node with the collected attributes, or null after a failure.
