@@ -88,4 +88,4 @@ include(CPack)
 cpack_add_component(library DESCRIPTION "Large documents that are produced while they are consumed: the library, and
  the stand-ins of the libraries that it leaves to the host.")
 cpack_add_component(dev DESCRIPTION "What hosts of the arbtree library are built with.")
-cpack_add_component(tool DESCRIPTION "Streams XML files through the arbtree library.")
+cpack_add_component(tool DESCRIPTION "Streams XML files and archives through the arbtree library.")

@@ -1,6 +1,6 @@
 // What the library calls in the closed libraries of the platform, and all that it relies on there. Each is a shared
 // library of its own; standins/ holds one of ours for each, and a host that owns the real one puts it in its place
-// without rebuilding. Nothing else in src/ knows these libraries.
+// without rebuilding. Of all else in src/ only the guard knows one of them: what rtcore says of exceptions.
 #ifndef ARBTREE_PLATFORM_CLOSED_LIBRARIES_H
 #define ARBTREE_PLATFORM_CLOSED_LIBRARIES_H
 

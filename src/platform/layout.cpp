@@ -63,6 +63,8 @@ static_assert(offsetof(ArbNodeType, isEqual) == at(40, 64));
 static_assert(offsetof(ArbNodeType, write) == at(44, 72));
 static_assert(offsetof(ArbNodeType, read) == at(48, 80));
 static_assert(sizeof(ArbNodeType) == at(52, 88));
+static_assert(offsetof(ArbAttributeDef, attributeId) == 0);
+static_assert(offsetof(ArbAttributeDef, attributeInfo) == 4);
 static_assert(sizeof(ArbAttributeDef) == 8);
 
 static_assert(offsetof(ArbHostContext, startEntry) == at(236, 240));
@@ -97,6 +99,15 @@ static_assert(offsetof(ArbString, greater) == at(8, 16));
 static_assert(offsetof(ArbString, less) == at(12, 20));
 static_assert(offsetof(ArbString, text) == at(16, 24));
 
+static_assert(offsetof(ArbTraverserCallbacks, startElement) == 0);
+static_assert(offsetof(ArbTraverserCallbacks, enterChildren) == sizeof(void*));
+static_assert(offsetof(ArbTraverserCallbacks, endElement) == 2 * sizeof(void*));
+static_assert(offsetof(ArbTraverserCallbacks, startAttributes) == 3 * sizeof(void*));
+static_assert(offsetof(ArbTraverserCallbacks, attribute) == 4 * sizeof(void*));
+static_assert(offsetof(ArbTraverserCallbacks, endAttributes) == 5 * sizeof(void*));
+static_assert(offsetof(ArbTraverserCallbacks, textNode) == 6 * sizeof(void*));
+static_assert(offsetof(ArbTraverserCallbacks, text4Node) == 7 * sizeof(void*));
+static_assert(offsetof(ArbTraverserCallbacks, text3Node) == 8 * sizeof(void*));
 static_assert(sizeof(ArbTraverserCallbacks) == 9 * sizeof(void*));
 
 // What passes between the library and the closed ones.
@@ -133,6 +144,9 @@ static_assert(offsetof(ArbDocument, interface) == at(80, 112));
 static_assert(offsetof(ArbDocument, callbacks) == at(92, 136));
 static_assert(offsetof(ArbDocument, callbackCount) == at(96, 144));
 
+static_assert(offsetof(FactoryEntry, elementNamespace) == 0);
+static_assert(offsetof(FactoryEntry, create) == at(4, 8));
+static_assert(offsetof(FactoryEntry, destroy) == at(8, 16));
 static_assert(sizeof(FactoryEntry) == at(12, 24));
 static_assert(offsetof(ArbTree, factories) == at(560, 592));
 static_assert(offsetof(ArbTree, factoryCount) == at(944, 1360));
@@ -140,11 +154,19 @@ static_assert(offsetof(ArbTree, lastFactory) == at(948, 1368));
 static_assert(offsetof(ArbTree, builtinFactory) == at(960, 1392));
 static_assert(offsetof(ArbTree, defaultNamespace) == at(972, 1416));
 static_assert(offsetof(ArbTree, cellBlocks) == at(976, 1424));
+static_assert(offsetof(ArbTree, cellBlockCapacity) == at(980, 1432));
+static_assert(offsetof(ArbTree, cellBlockCount) == at(984, 1436));
 static_assert(offsetof(ArbTreeHead, child) == 0 && offsetof(ArbTree, child) == 0);
 static_assert(offsetof(ArbTreeHead, rootCell) == offsetof(ArbTree, rootCell));
 static_assert(offsetof(ArbTree, pendingRefs) == at(988, 1440));
+static_assert(offsetof(ArbTree, pendingRefCapacity) == at(992, 1448));
+static_assert(offsetof(ArbTree, pendingRefCount) == at(996, 1452));
 static_assert(offsetof(ArbTree, externalRefCells) == at(1000, 1456));
+static_assert(offsetof(ArbTree, externalRefCapacity) == at(1004, 1464));
+static_assert(offsetof(ArbTree, externalRefCount) == at(1008, 1468));
 static_assert(offsetof(ArbTree, separateStreamCells) == at(1012, 1472));
+static_assert(offsetof(ArbTree, separateStreamCapacity) == at(1016, 1480));
+static_assert(offsetof(ArbTree, separateStreamCount) == at(1020, 1484));
 static_assert(offsetof(ArbTree, hooks) == at(1024, 1488));
 static_assert(offsetof(ArbTree, hookCapacity) == at(1028, 1496));
 static_assert(offsetof(ArbTree, hookCount) == at(1032, 1500));
@@ -154,9 +176,15 @@ static_assert(offsetof(ArbTree, cursorDepth) == at(1548, 2528));
 static_assert(offsetof(CellBlock, occupancy) == kCellsPerBlock * sizeof(ArbNodeRef));
 static_assert(offsetof(CellBlock, usedCount) == offsetof(CellBlock, occupancy) + 512);
 static_assert(offsetof(CellBlock, wordHint) == offsetof(CellBlock, usedCount) + 4);
+static_assert(offsetof(ArbMetadataEntry, key) == 0);
+static_assert(offsetof(ArbMetadataEntry, size) == 4);
 static_assert(offsetof(ArbMetadataEntry, value) == 8);
 static_assert(offsetof(ArbMetadataEntry, next) == at(12, 16));
 static_assert(sizeof(CallbackSlot) == at(8, 16));
+static_assert(offsetof(ProducerNodeHook, event) == 0);
+static_assert(offsetof(ProducerNodeHook, elementId) == 4);
+static_assert(offsetof(ProducerNodeHook, function) == 8);
+static_assert(offsetof(ProducerNodeHook, context) == at(12, 16));
 static_assert(sizeof(ProducerNodeHook) == at(16, 24));
 
 }  // namespace

@@ -1,5 +1,4 @@
-// The document-order walk: all callbacks in whole sequences, stopping and skipping, callbacks that call back, producers
-// that fail, and depth.
+// The document-order walk: all callbacks in whole sequences, stopping and skipping, producers that fail, and depth.
 #include <algorithm>
 #include <functional>
 #include <map>
