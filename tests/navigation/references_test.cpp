@@ -115,6 +115,35 @@ TEST_F(References, AGeneratedStringIsTheHexNumber) {
   ok(ArbNodeRefQueryNode(nullptr, nullptr));
 }
 
+// Once the producer is done with a tree it gets no reference, also where one that exists would be the answer.
+TEST_F(References, NoneInATreeThatIsDone) {
+  ArbString* const name = host.makeString(u"name");
+  ArbString* const bound = host.makeString(u"bound");
+  ok(ArbNodeSetIDString(linked(), bound));
+  ok(ArbForestChildProducerDone(asChild(tree)));
+  const std::uint32_t number = host.document->nodeCounter;
+  ArbNodeRef untouched{};
+  ArbNodeRef* cell = &untouched;
+  EXPECT_EQ(ARB_ERR_LOCKED, ArbTreeCreateFloatingNodeReference(tree, &cell));
+  EXPECT_EQ(ARB_ERR_LOCKED, ArbTreeCreateNamedNodeReference(tree, name, &cell));
+  EXPECT_EQ(ARB_ERR_LOCKED, ArbTreeCreateNamedNodeReference(tree, bound, &cell));
+  EXPECT_EQ(&untouched, cell);
+  EXPECT_EQ(number, host.document->nodeCounter);
+  EXPECT_EQ(0u, tree->pendingRefCount);
+}
+
+// As a factory has it before the node joins its tree.
+TEST_F(References, ANodeWithoutACellGetsNoName) {
+  ArbString* const name = host.makeString(u"name");
+  ArbNode bare{};
+  bare.tree = tree;
+  bare.nodeType = root->nodeType;
+  EXPECT_EQ(ARB_ERR_BADARG, ArbNodeSetIDString(&bare, name));
+  EXPECT_EQ(nullptr, bare.idString);
+  EXPECT_EQ(nullptr, name->boundRef);
+  EXPECT_EQ(0, bare.flags);
+}
+
 struct WaitingForIdStrings : References {
   WaitingForIdStrings() { host.stepsPerRun = 1; }
 };

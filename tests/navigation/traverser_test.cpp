@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/heap.h"
 #include "support/attribute_kinds.h"
 #include "support/bail_out.h"
 #include "support/host.h"
@@ -249,6 +250,77 @@ TEST(Traverser, ABailOutInTheMiddle) {
     EXPECT_EQ(Content::whole(), again.lines) << at;
   }
   EXPECT_EQ(6u, bailOuts) << "seven runs attach a node; two of them are made by one wait";
+}
+
+// What a callback may do in the middle: run the producer to its end, walk, read and mark nodes, save positions.
+TEST(Traverser, CallbacksCallTheLibrary) {
+  struct Row {
+    const char* name;
+    std::function<void(Content&, ArbNode*)> call;
+  };
+  const Row rows[] = {
+      {"reads ahead", [](Content& c, ArbNode*) { ArbDocumentReadAhead(c.host.document); }},
+      {"waits for the end", [](Content& c, ArbNode*) { ok(ArbNodeWaitProducerDone(c.root)); }},
+      {"waits for its own children",
+       [](Content&, ArbNode* node) {
+         std::uint32_t count = 0;
+         if (node) ok(ArbNodeWaitChildCount(node, &count));
+       }},
+      {"goes to its last child and back",
+       [](Content& c, ArbNode* node) {
+         if (!node) return;
+         ArbNode* last = nullptr;
+         ok(ArbTreePushCursor(c.tree, node));
+         ok(ArbNodeWaitLastChild(node, &last));
+         ok(ArbTreePopCursor(c.tree, &last));
+         EXPECT_EQ(node, last);
+       }},
+      {"walks",
+       [](Content& c, ArbNode*) {
+         Walk inner{c.host.events};
+         c.walk(inner);
+         EXPECT_EQ(Content::whole(), inner.lines);
+       }},
+      {"makes nodes and metadata",
+       [](Content& c, ArbNode* node) {
+         if (!node || node == c.root) return;
+         ArbNode* copy = nullptr;
+         ok(ArbNodeClone(node, nullptr, &copy));
+         ok(ArbNodeSetMetadata(copy, 1, "value", 5));
+         ok(ArbNodeDestroy(copy));
+       }},
+      {"makes and releases another tree",
+       [](Content& c, ArbNode*) {
+         ArbNode* const other = rootOf(c.host.makeTree());
+         c.host.append(other, "below");
+         ok(ArbNodeProducerReleaseSubtree(other));
+         ok(ArbNodeConsumerReleaseSubtree(other));
+         EXPECT_EQ(1u, other->freedChildCount);
+       }},
+  };
+  for (const Row& row : rows) {
+    for (const std::uint32_t steps : {1u, 4u}) {
+      SCOPED_TRACE(testing::Message() << row.name << ", " << steps << " steps per run");
+      Content content;
+      content.host.stepsPerRun = steps;
+      Walk walk{content.host.events};
+      walk.during = [&](ArbNode* node) { row.call(content, node); };
+      EXPECT_EQ(100 + Content::whole().size(), content.walk(walk));
+      EXPECT_EQ(Content::whole(), walk.lines);
+    }
+  }
+}
+
+TEST(Traverser, AllocatesNothing) {
+  Content content;
+  Walk first{content.host.events};
+  content.walk(first);
+  heap::testing::failAllocation(1, true);
+  Walk walk{content.host.events};
+  content.walk(walk);
+  heap::testing::stopFailing();
+  EXPECT_FALSE(heap::testing::failureFired());
+  EXPECT_EQ(Content::whole(), walk.lines);
 }
 
 struct Counts {

@@ -2,6 +2,7 @@
 #include <cstring>
 #include <string>
 
+#include "platform/heap.h"
 #include "support/attribute_kinds.h"
 #include "support/host.h"
 #include "support/small_stack.h"
@@ -115,6 +116,53 @@ TEST_F(Cloning, EncodedBytesOfEveryEncoding) {
     }
     ok(ArbNodeDestroy(copy));
   }
+}
+
+// Units in a node whose encoding says bytes are copied as units, and by the copy in its turn.
+TEST_F(Cloning, EncodedBytesThatHoldUnits) {
+  ArbNode* const node = host.append(root, "source", ARB_ELEM_ENCODED_BYTES);
+  ok(ArbEncodedBytesNodeSetValue(node, "x", 1, 0, ARB_ENCODING_RAW8));
+  ok(ArbAbstractTextNodeSetValue(node, u"units", 5));
+  ArbNode* const copy = clone(node, nullptr);
+  ArbNode* const second = clone(copy, nullptr);
+  for (ArbNode* const each : {copy, second}) {
+    const auto& record = *reinterpret_cast<ArbEncodedBytesNode*>(each);
+    EXPECT_EQ(std::u16string(u"units"), std::u16string(record.text, record.textLength));
+    EXPECT_EQ(ARB_ENCODING_RAW8, record.encoding);
+    ok(ArbNodeDestroy(each));
+  }
+}
+
+// A callback meets the copy before it has its content: what it sets does not stay, and the size that it gives bounds
+// what is copied.
+TEST_F(Cloning, ACallbackChangesTheCopyBeforeItsContentComes) {
+  struct Change {
+    static std::uint32_t ARB_CALL byCallback(ArbDocument*, std::uint32_t event, void* made, void* bytes) {
+      auto* const node = static_cast<ArbNode*>(made);
+      if (event != ARB_EVENT_NODE_CREATED) return 0;
+      ok(ArbNodeSetMetadata(node, 3, "of the callback", 15));
+      node->size = static_cast<std::uint16_t>(sizeof(ArbNode) + *static_cast<std::uint32_t*>(bytes));
+      return 0;
+    }
+  };
+  std::uint32_t bytes = 0;
+  ArbNode* const node = sample(plainKind(5));
+  ok(ArbDocumentRegisterCallback(host.document, Change::byCallback, &bytes));
+  const std::uint64_t blocks = heap::testing::liveBlocks();
+  for (bytes = 0; bytes <= 5; ++bytes) {
+    ArbNode* const copy = clone(node, nullptr);
+    EXPECT_EQ(std::string("12345").substr(0, bytes) + std::string(5 - bytes, '\0'),
+              std::string(reinterpret_cast<const char*>(areaOf(copy)), 5));
+    EXPECT_EQ(ARB_ERR_NOTFOUND, ArbNodeGetMetadata(copy, 3, nullptr, nullptr));
+    expectMetadata(copy, 2, "longer value");
+    ok(ArbNodeDestroy(copy));
+    EXPECT_EQ(blocks, heap::testing::liveBlocks());
+  }
+  bytes = 64;
+  node->size = sizeof(ArbNode) + 3;
+  ArbNode* const copy = clone(node, nullptr);
+  EXPECT_EQ(std::string("123\0\0", 5), std::string(reinterpret_cast<const char*>(areaOf(copy)), 5));
+  ok(ArbNodeDestroy(copy));
 }
 
 // Present attributes are set one by one, in order; one whose id has the top byte 0x37 never is. Nothing else is copied.

@@ -83,6 +83,16 @@ TEST_F(Equality, OfAttributesWithFunctions) {
   EXPECT_EQ(0u, ArbNodeAttributesAreEqual(a, b));
 }
 
+// Plain areas are compared over the length of the first node's.
+TEST_F(Equality, OfAreasOfDifferentSizes) {
+  ArbNode* const half = plain(root, "abcdefgh");
+  ArbNode* const whole = plain(root, "abcdefgh");
+  half->size = sizeof(ArbNode) + 4;
+  EXPECT_EQ(1u, ArbNodeAttributesAreEqual(half, whole));
+  EXPECT_EQ(0u, ArbNodeAttributesAreEqual(whole, half)) << "nothing behind the shorter area is looked at";
+  EXPECT_EQ(0u, ArbNodeAttributesAreEqual(plain(root, "abcx"), whole));
+}
+
 TEST_F(Equality, OfChildren) {
   ArbNode* const twice = host.append(root, "bb", plainKind(4));
   std::copy_n("\x01\x02\x03\x04", 4, areaOf(twice));

@@ -48,8 +48,10 @@ TEST_F(ExternalReference, ComparesAndHashesByTargetAndName) {
   ArbNode* const same = make(asChild(tree), u"a");
   EXPECT_EQ(1u, ArbNodeIsEqual(one, same));
   EXPECT_EQ(ArbNodeHashCode(one), ArbNodeHashCode(same));
-  EXPECT_EQ(0u, ArbNodeIsEqual(one, make(asChild(tree), u"b")));
-  EXPECT_EQ(0u, ArbNodeIsEqual(one, make(nullptr, u"a")));
+  for (ArbNode* const other : {make(asChild(tree), u"b"), make(asChild(tree), u"ab"), make(nullptr, u"a")}) {
+    EXPECT_EQ(0u, ArbNodeIsEqual(one, other));
+    EXPECT_NE(ArbNodeHashCode(one), ArbNodeHashCode(other));
+  }
 }
 
 // Whatever is refused, no node is made, none is announced, and the result stays as it was.

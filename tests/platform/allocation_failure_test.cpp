@@ -1,5 +1,6 @@
 // Each allocation fails in turn, once and for ever after. Whatever the calls answered: nothing crashes or leaks, what
 // was refused has changed nothing, and the document can still be used and destroyed.
+#include <cstring>
 #include <functional>
 #include <string>
 
@@ -125,7 +126,12 @@ TEST(AllocationFailure, OneMoreEntryInAFullTable) {
       {"external references", 256, 2, [=](Host&, ArbTree* tree) { return makeNode(tree, ARB_ELEM_EXTERNAL_REFERENCE); },
        [](const Host&, const ArbTree* tree) { return tree->externalRefCount; }},
       {"separate streams", 32, 1,
-       [](Host&, ArbTree* tree) { return ArbNodeSetSeparateStream(resolve(rootOf(tree)->firstChildCell)); },
+       [](Host&, ArbTree* tree) {
+         ArbNode* const first = resolve(rootOf(tree)->firstChildCell);
+         const ArbStatus status = ArbNodeSetSeparateStream(first);
+         if (status == ARB_OK) first->flags2 = 0;  // so that a mark given too early is seen the next time
+         return status;
+       },
        [](const Host&, const ArbTree* tree) { return tree->separateStreamCount; }},
       {"pending references", 256, 2, addReference, countReferences},
       {"no pending references", 0, 2, addReference, countReferences},
@@ -169,15 +175,43 @@ TEST(AllocationFailure, OneMoreEntryInAFullTable) {
       ArbTree* const tree = host.makeTree();
       host.append(rootOf(tree), "first");
       while (table.count(host, tree) < table.full) ASSERT_EQ(ARB_OK, table.add(host, tree));
+      const ArbNode* const first = resolve(rootOf(tree)->firstChildCell);
+      const ArbNode before = *first;
       arm();
       const ArbStatus status = table.add(host, tree);
-      if (status != ARB_OK) expectRefusal(status);
+      if (status != ARB_OK) {
+        expectRefusal(status);
+        EXPECT_EQ(0, std::memcmp(&before, first, sizeof before)) << "the node that was to enter the table";
+      }
       heap::testing::stopFailing();
       EXPECT_EQ(table.full + (status == ARB_OK), table.count(host, tree));
       ok(table.add(host, tree));
       EXPECT_EQ(table.full + 1 + (status == ARB_OK), table.count(host, tree));
       useAndDestroy(host);
     });
+  }
+}
+
+// A copy that was made is answered with ARB_OK, whatever became of its value; it has all of it or none.
+TEST(AllocationFailure, ValuesOfCopies) {
+  for (const std::uint32_t id : {ARB_ELEM_TEXT, ARB_ELEM_TEXT_3, ARB_ELEM_TEXT_4, ARB_ELEM_ENCODED_BYTES}) {
+    SCOPED_TRACE(testing::Message() << std::hex << id);
+    std::uint32_t withoutValue = 0;
+    failEachAllocation(1, [&](const auto& arm) {
+      Host host;
+      ArbNode* const node = host.appendText(rootOf(host.makeTree()), u"value", id);
+      ArbNode* copy = nullptr;
+      arm();
+      const ArbStatus status = ArbNodeClone(node, nullptr, &copy);
+      heap::testing::stopFailing();
+      EXPECT_EQ(status == ARB_OK, copy != nullptr);
+      if (!copy) return expectRefusal(status);
+      const auto& record = *reinterpret_cast<const ArbTextNode*>(copy);
+      EXPECT_EQ(record.text ? 5u : 0u, record.textLength);
+      withoutValue += !record.text;
+      ok(ArbNodeDestroy(copy));
+    });
+    EXPECT_LT(0u, withoutValue);
   }
 }
 

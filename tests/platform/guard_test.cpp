@@ -15,6 +15,8 @@
 #ifdef _WIN32
 #include <float.h>
 #include <windows.h>
+#else
+#include <pthread.h>
 #endif
 
 namespace {
@@ -118,6 +120,27 @@ TEST(Guard, ACppProducerThatCatchesInItsOwnModule) {
   expectTranslated(RT_CODE_CPP_EXCEPTION, [] { throw std::runtime_error("x"); });
   expectTranslated(RT_CODE_CPP_EXCEPTION, [] { throw 5; });
 }
+
+#if defined(__GLIBC__)
+// The forced unwinding of a cancelled thread is not the producer's doing and passes through the run.
+TEST(Guard, AThreadCancelledInItsRun) {
+  Raiser cancelled([] {
+    pthread_cancel(pthread_self());
+    pthread_testcancel();
+  });
+  pthread_t thread;
+  const auto readAhead = [](void* document) -> void* {
+    ArbDocumentReadAhead(static_cast<ArbDocument*>(document));
+    return nullptr;
+  };
+  ASSERT_EQ(0, pthread_create(&thread, nullptr, readAhead, cancelled.document));
+  void* result = nullptr;
+  ASSERT_EQ(0, pthread_join(thread, &result));
+  EXPECT_EQ(PTHREAD_CANCELED, result);
+  EXPECT_EQ("t", cancelled.state());
+  EXPECT_EQ(ARB_OK, cancelled.head().producerError);
+}
+#endif
 
 // ---------------------------------------------------------------------------------------------------------------------
 // One document's wait inside the producer of another
