@@ -82,7 +82,7 @@ class PlainTree {
   ArbNodeRef& at(Place place) { return cells[place.block][place.index]; }
   PlainNode* nodeAt(Place place);
 
-  // Production has ended, so a Wait is answered from what exists.
+  // A Wait is over when the answer is known or production has ended, so it is answered from what exists.
   Answer step(Relative which, bool wait, const PlainNode* from) const;
   Answer search(Relative first, Relative next, bool wait, const PlainNode* from, std::uint32_t id) const;
   // The Get calls: only the producer's release of the node itself is in their way.

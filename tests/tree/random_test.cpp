@@ -1,9 +1,12 @@
 // Random sequences of calls on one tree, compared call by call with a plain model of nodes, releases, events, cells,
 // references, IDs and metadata. Functions of the host come and go meanwhile, so that the calls' observed and unobserved
-// ways have to agree with the same model.
+// ways have to agree with the same model. In some sequences production is still open: then waits run a producer, whose
+// runs are random calls in their turn, and no wait may run it for an answer that exists, or give up before it has
+// ended.
 //
 // ARBTREE_SEQUENCES says how many sequences each test runs; ARBTREE_SEED=n runs a printed sequence first.
 #include <bit>
+#include <functional>
 #include <iterator>
 #include <random>
 #include <sstream>
@@ -75,7 +78,11 @@ class Sequence {
  public:
   Sequence(std::uint32_t seed, std::uint32_t mode, Length length)
       : random_(seed), length_(length), host_(mode), model_(mode == 1) {
-    EXPECT_EQ(ARB_STATUS_END, ArbDocumentReadAhead(host_.document));
+    host_.stepsPerRun = 1;
+    if (random_() % 2) runsToCome_ = static_cast<std::uint32_t>(random_() % 12);
+    host_.then([] { return ARB_OK; });  // nodes of all kinds can be made after the first run
+    for (std::uint32_t i = 0; i < runsToCome_; ++i) host_.then([this] { return produce(); });
+    EXPECT_EQ(hasEnded() ? ARB_STATUS_END : ARB_OK, ArbDocumentReadAhead(host_.document));
     for (const char16_t* const text : {u"a", u"b", u"c"}) {
       names_.push_back(nullptr);
       ok(ArbDocumentCreateString(host_.document, text, &names_.back()));
@@ -110,12 +117,16 @@ class Sequence {
     const char* name;
     std::uint32_t weight;
     Call call;
+    bool inRuns = false;  // runs make the call as well; they free nothing that a wait is about
   };
   static const WeightedCall kCalls[];
-  static const std::vector<const WeightedCall*>& drawn();
+  using Drawn = std::vector<const WeightedCall*>;
+  static Drawn drawn(bool inRuns);
 
-  void call() {
-    const WeightedCall& chosen = *drawn()[random_() % drawn().size()];
+  void call(bool inRun = false) {
+    static const Drawn lists[] = {drawn(false), drawn(true)};
+    const Drawn& list = lists[inRun];
+    const WeightedCall& chosen = *list[random_() % list.size()];
     PlainNode* const a = model_.nodes[random_() % model_.nodes.size()].get();
     PlainNode* const b = model_.nodes[random_() % model_.nodes.size()].get();
     log_.push_back({chosen.name, a->number, b->number});
@@ -125,6 +136,44 @@ class Sequence {
     expect("bytes in the chunk", model_.chunkBytes == host_.document->chunkBytes);
     happened.clear();
     model_.happened.clear();
+  }
+
+  // --- the producer
+  bool hasEnded() const { return runsToCome_ == 0; }
+  ArbStatus produce() {
+    expect("a run that was asked for", !isAnswered_ || !isAnswered_());
+    model_.chunkNodes = model_.chunkBytes = 0;
+    for (std::uint32_t calls = static_cast<std::uint32_t>(random_() % 4); calls > 0; --calls) call(true);
+    --runsToCome_;  // the last one ends production
+    return ARB_OK;
+  }
+  // The status of a wait for something that a run may bring.
+  template <typename Answered, typename Wait>
+  ArbStatus waitFor(Answered isAnswered, Wait wait) {
+    isAnswered_ = isAnswered;
+    const ArbStatus status = wait();
+    isAnswered_ = nullptr;
+    expect("an answer", hasEnded() || isAnswered());
+    return status;
+  }
+  void readAhead(PlainNode*, PlainNode*) {
+    const std::uint32_t before = runsToCome_;
+    const ArbStatus status = ArbDocumentReadAhead(host_.document);
+    expect("one run", runsToCome_ + 1 == before || before == 0);
+    expectStatus(hasEnded() ? ARB_STATUS_END : ARB_OK, status);
+  }
+  void waitForMarks(PlainNode* a, PlainNode*) {
+    struct Row {
+      ArbStatus(ARB_CALL* call)(ArbNode*);
+      std::uint32_t marks;
+    };
+    for (const Row& row : {Row{ArbNodeWaitAttributesDone, ARB_NODE_ATTRIBUTES_DONE},
+                           Row{ArbNodeWaitAllChildrenAttached, ARB_NODE_CHILDREN_DONE},
+                           Row{ArbNodeWaitProducerDone, ARB_NODE_ATTRIBUTES_DONE | ARB_NODE_CHILDREN_DONE}}) {
+      const auto isAnswered = [&] { return model_.producerOnly || (a->flags & row.marks) == row.marks; };
+      const ArbStatus status = waitFor(isAnswered, [&] { return row.call(a->real); });
+      expectStatus(model_.producerOnly ? ARB_ERR_MODE : ARB_OK, status);
+    }
   }
 
   void expect(const char* what, bool holds) {
@@ -197,6 +246,11 @@ class Sequence {
     ArbNode* const real = a->real;
     expectStatus((model_.*Model)(a), Library(real));
   }
+  // The model does it in one go, as only an ended production lets it be done.
+  void consumerReleaseSubtree(PlainNode* a, PlainNode* b) {
+    if (!hasEnded() && !model_.producerOnly) return;
+    simple<&PlainTree::consumerReleaseSubtree, ArbNodeConsumerReleaseSubtree>(a, b);
+  }
   void markSeparate(PlainNode* a, PlainNode*) {
     const ArbStatus status = model_.mark(a, ARB_NODE_SEPARATE_STREAM);
     expectStatus(status, ArbNodeSetSeparateStream(a->real));
@@ -246,11 +300,14 @@ class Sequence {
     if (held_.empty()) return;
     ArbNodeRef* const cell = held_[random_() % held_.size()];
     const Place place = placeOf(*tree_, cell);
-    PlainNode* const node = model_.nodeAt(place);
+    PlainNode* node = model_.nodeAt(place);
     ArbNode* read = nullptr;
     expectStatus(node ? ARB_OK : ARB_ERR_NOTREADY, ArbNodeRefQueryNode(cell, &read));
     expect("a reference's node", read == (node ? node->real : nullptr));
-    expectStatus(model_.producerOnly ? ARB_ERR_MODE : ARB_OK, ArbNodeRefWaitNode(cell, host_.document, &read));
+    const ArbStatus waited = waitFor([&] { return model_.producerOnly || model_.nodeAt(place); },
+                                     [&] { return ArbNodeRefWaitNode(cell, host_.document, &read); });
+    expectStatus(model_.producerOnly ? ARB_ERR_MODE : ARB_OK, waited);
+    node = model_.nodeAt(place);
     expect("a reference's node", read == (node && !model_.producerOnly ? node->real : nullptr));
     ArbString* name = nullptr;
     const ArbStatus status = ArbNodeRefQueryIdString(cell, &name);
@@ -273,6 +330,11 @@ class Sequence {
   // --- the consumer's steps
   using Step = ArbStatus(ARB_CALL*)(ArbNode*, ArbNode**);
   using Search = ArbStatus(ARB_CALL*)(ArbNode*, std::uint32_t, ArbNode**);
+  // Nothing that production may still bring changes the answer.
+  bool isSettled(Relative to, const PlainNode* from) const {
+    return to == Relative::kParent || to == Relative::kPrevSibling ||
+           model_.step(to, false, from).status != ARB_ERR_NOTREADY;
+  }
   void navigate(PlainNode* a, PlainNode*) {
     using R = Relative;
     struct Row {
@@ -287,13 +349,17 @@ class Sequence {
         {ArbNodeWaitPrevSibling, R::kPrevSibling, true},   {ArbNodeWaitParent, R::kParent, true}};
     for (const Row& row : rows) {
       ArbNode* result = untouchedNode();
-      const ArbStatus status = row.call(a->real, &result);
+      const auto isAnswered = [&] { return !row.wait || isSettled(row.to, a); };
+      const ArbStatus status = waitFor(isAnswered, [&] { return row.call(a->real, &result); });
       expectAnswer(model_.step(row.to, row.wait, a), status, result);
     }
     for (const bool wait : {false, true}) {
       std::uint32_t count = 77;
+      const auto isAnswered = [&] { return !wait || isSettled(R::kLastChild, a); };
+      const auto call = wait ? ArbNodeWaitChildCount : ArbNodeQueryChildCount;
+      const ArbStatus answer = waitFor(isAnswered, [&] { return call(a->real, &count); });
       const ArbStatus status = model_.step(R::kLastChild, wait, a).status;
-      expectStatus(status, (wait ? ArbNodeWaitChildCount : ArbNodeQueryChildCount)(a->real, &count));
+      expectStatus(status, answer);
       const bool counted =
           wait ? a->has(ARB_NODE_CHILDREN_DONE) && status == ARB_OK : status == ARB_OK || status == ARB_ERR_NOTREADY;
       expect("child count", count == (counted ? a->count : 0));
@@ -333,11 +399,15 @@ class Sequence {
     const std::uint32_t id =
         random_() % 4 ? kKinds[random_() % std::size(kKinds)] : kOtherIds[random_() % std::size(kOtherIds)];
     for (const Row& row : rows) {
+      ArbNode* result = untouchedNode();
+      const auto isAnswered = [&] {
+        return row.form != 'w' || row.first == R::kParent ||
+               model_.search(row.first, row.next, false, a, id).status != ARB_ERR_NOTREADY;
+      };
+      const ArbStatus status = waitFor(isAnswered, [&] { return row.call(a->real, id, &result); });
       Answer answer = row.form == 'g' ? PlainTree::get(row.first, row.next, a, id)
                                       : model_.search(row.first, row.next, row.form == 'w', a, id);
       if (row.call == ArbNodeWaitAncestorByElementId) answer.written = true;
-      ArbNode* result = untouchedNode();
-      const ArbStatus status = row.call(a->real, id, &result);
       expectAnswer(answer, status, result);
     }
   }
@@ -434,53 +504,55 @@ class Sequence {
   std::vector<ArbNodeRef*> held_;     // cells that a host may still look at
   std::vector<Entry> log_;
   std::uint32_t separateStreams_ = 0;
+  std::uint32_t runsToCome_ = 0;
+  std::function<bool()> isAnswered_;  // of the wait in progress
   bool same_ = true;
   std::ostringstream what_;
 };
 
 const Sequence::WeightedCall Sequence::kCalls[] = {
-    {"create", 2, &Sequence::createNode},
-    {"create and append", 8, &Sequence::createAndAppend},
-    {"set text", 1, &Sequence::setText},
-    {"append", 3, &Sequence::append},
+    {"create", 2, &Sequence::createNode, true},
+    {"create and append", 8, &Sequence::createAndAppend, true},
+    {"set text", 1, &Sequence::setText, true},
+    {"append", 3, &Sequence::append, true},
     {"insert", 3, &Sequence::insert},
     {"link foreign", 1, &Sequence::linkForeign},
     {"remove", 2, &Sequence::remove},
     {"transfer", 2, &Sequence::transfer},
     {"destroy", 1, &Sequence::simple<&PlainTree::destroy, ArbNodeDestroy>},
-    {"attributes done", 1, &Sequence::simple<&PlainTree::attributesDone, ArbNodeAttributesDone>},
-    {"children attached", 1, &Sequence::simple<&PlainTree::allChildrenAttached, ArbNodeAllChildrenAttached>},
-    {"producer done", 1, &Sequence::simple<&PlainTree::producerDone, ArbNodeProducerDone>},
-    {"producer done subtree", 1, &Sequence::simple<&PlainTree::producerDoneSubtree, ArbNodeProducerDoneSubtree>},
+    {"attributes done", 1, &Sequence::simple<&PlainTree::attributesDone, ArbNodeAttributesDone>, true},
+    {"children attached", 1, &Sequence::simple<&PlainTree::allChildrenAttached, ArbNodeAllChildrenAttached>, true},
+    {"producer done", 1, &Sequence::simple<&PlainTree::producerDone, ArbNodeProducerDone>, true},
+    {"producer done subtree", 1, &Sequence::simple<&PlainTree::producerDoneSubtree, ArbNodeProducerDoneSubtree>, true},
     {"producer release", 3, &Sequence::simple<&PlainTree::producerRelease, ArbNodeProducerRelease>},
     {"producer release subtree", 1,
      &Sequence::simple<&PlainTree::producerReleaseSubtree, ArbNodeProducerReleaseSubtree>},
     {"consumer release", 3, &Sequence::simple<&PlainTree::consumerRelease, ArbNodeConsumerRelease>},
-    {"consumer release subtree", 1,
-     &Sequence::simple<&PlainTree::consumerReleaseSubtree, ArbNodeConsumerReleaseSubtree>},
-    {"mark separate", 1, &Sequence::markSeparate},
-    {"mark skip", 1, &Sequence::markSkip},
-    {"metadata", 2, &Sequence::setMetadata},
-    {"create reference", 2, &Sequence::createReference},
-    {"create ID", 1, &Sequence::createId},
-    {"set ID string", 1, &Sequence::setIdString},
+    {"consumer release subtree", 1, &Sequence::consumerReleaseSubtree},
+    {"mark separate", 1, &Sequence::markSeparate, true},
+    {"mark skip", 1, &Sequence::markSkip, true},
+    {"metadata", 2, &Sequence::setMetadata, true},
+    {"create reference", 2, &Sequence::createReference, true},
+    {"create ID", 1, &Sequence::createId, true},
+    {"set ID string", 1, &Sequence::setIdString, true},
     {"read reference", 2, &Sequence::readReference},
     {"navigate", 2, &Sequence::navigate},
     {"search", 2, &Sequence::search},
     {"push cursors", 1, &Sequence::pushCursors},
     {"pop cursors", 1, &Sequence::popCursors},
+    {"read ahead", 1, &Sequence::readAhead},
+    {"wait for marks", 1, &Sequence::waitForMarks},
     {"toggle callback", 1, &Sequence::toggleCallback},
     {"toggle hooks", 1, &Sequence::toggleHooks},
 };
 
 // Each call as often as its weight says.
-const std::vector<const Sequence::WeightedCall*>& Sequence::drawn() {
-  static const std::vector<const WeightedCall*> all = [] {
-    std::vector<const WeightedCall*> list;
-    for (const WeightedCall& call : kCalls) list.insert(list.end(), call.weight, &call);
-    return list;
-  }();
-  return all;
+Sequence::Drawn Sequence::drawn(bool inRuns) {
+  Drawn list;
+  for (const WeightedCall& call : kCalls) {
+    if (call.inRuns || !inRuns) list.insert(list.end(), call.weight, &call);
+  }
+  return list;
 }
 
 void runSequences(std::uint32_t mode) {
