@@ -30,7 +30,8 @@ extern "C" {
 #define RT_STATUS_EXCEPTION 3401u /**< the status of every code that has no translation */
 
 /* The codes under which C++ exceptions are reported that carry none; structured ones of Windows have their own. */
-#define RT_CODE_CPP_EXCEPTION 0xE0000001u /**< any C++ exception but the next one and RtCodedException */
+/** any C++ exception but the next one and RtCodedException; on Windows also abort() in a producer */
+#define RT_CODE_CPP_EXCEPTION 0xE0000001u
 #define RT_CODE_NOMEMORY 0xE0000002u      /**< std::bad_alloc */
 
 /* ------------------------------------------------------------------------------------------------------------------
@@ -88,9 +89,10 @@ inline uint32_t RtCodeOfException() {
 
 /**
  * A producer entry around another one, with the same outcome, that lets no C++ exception out: startEntry =
- * RtProducer<produce>. arbtree's own guard sees the C++ exceptions of producers that share its C++ runtime; the modules
- * of a Windows program usually have one each, and there an exception that reaches the end of its module ends the
- * process. This one is compiled into the producer's module and catches there.
+ * RtProducer<produce>. arbtree's own guard sees the C++ exceptions of producers that share its C++ runtime. The modules
+ * of a Windows program usually have one each; there an exception that leaves its module is a call of abort() to the
+ * guard, which has the code RT_CODE_CPP_EXCEPTION whatever was thrown, and destroys nothing on its way. This one is
+ * compiled into the producer's module, so that it catches there and the code is known.
  */
 template <ArbProducerEntry Entry>
 uint32_t ARB_CALL RtProducer(uint32_t argument1, uint32_t argument2, uint32_t argument3) {

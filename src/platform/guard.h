@@ -1,9 +1,10 @@
 // The guard around the producer: nothing that the producer raises leaves a run except as a status.
 //
 // A caught exception gives a 32-bit code that rtcore turns into a status. C++ exceptions are caught everywhere
-// (RtCodedException has its own code, any other a fixed one), as far as producer and library share one C++ runtime. On
-// Windows structured exceptions are caught as well, under their own codes, also those of other modules and compilers.
-// The forced unwinding of thread cancellation is not the producer's doing and passes through.
+// (RtCodedException has its own code, any other a fixed one). On Windows structured exceptions are caught as well,
+// under their own codes, also those of other modules and compilers; and a C++ exception of a module with a runtime of
+// its own, whose code cannot be told there, is caught where it would end the process, by the fixed code and as abort()
+// is. The forced unwinding of thread cancellation is not the producer's doing and passes through.
 #ifndef ARBTREE_PLATFORM_GUARD_H
 #define ARBTREE_PLATFORM_GUARD_H
 

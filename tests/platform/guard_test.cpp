@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <csetjmp>
+#include <csignal>
+#include <cstdlib>
 #include <new>
 #include <stdexcept>
 #include <string>
@@ -26,9 +28,9 @@ using Raise = void (*)();
 // A document whose every run appends a text to the root and then raises something.
 class Raiser {
  public:
-  explicit Raiser(Raise raise) : raise_(raise) {
-    context_.startEntry = RtProducer<start>;
-    context_.continueEntry = RtProducer<continueOn>;
+  explicit Raiser(Raise raise, bool catches = true) : raise_(raise) {
+    context_.startEntry = catches ? RtProducer<start> : start;
+    context_.continueEntry = catches ? RtProducer<continueOn> : continueOn;
     raisers().push_back(this);
     context_.producerArg1 = static_cast<std::uint32_t>(raisers().size() - 1);
     EXPECT_EQ(ARB_OK, ArbDocumentCreate(0, &context_, u"doc", context_.producerArg1, 0, &document));
@@ -86,8 +88,12 @@ class Raiser {
   ArbHostContext context_{};
 };
 
+#ifdef _WIN32
+void onHostsAbort(int) {}
+#endif
+
 // Two runs of a producer that raises a code, for every kind of status that the code may be translated to.
-void expectTranslated(std::uint32_t code, Raise raise) {
+void expectTranslated(std::uint32_t code, Raise raise, bool catches = true) {
   struct Row {
     std::uint32_t translated, first, second;
     const char* runs;
@@ -97,8 +103,9 @@ void expectTranslated(std::uint32_t code, Raise raise) {
                          Row{ARB_STATUS_END, 452, 452, "s", "t"}, Row{4321, 4321, 4321, "s", "t"}}) {
     SCOPED_TRACE(row.translated);
     ASSERT_EQ(ARB_OK, RtSetTranslation(code, row.translated));
-    Raiser raiser(raise);
+    Raiser raiser(raise, catches);
 #ifdef _WIN32
+    std::signal(SIGABRT, onHostsAbort);
     const unsigned long chain = __readfsdword(0);
     const unsigned floatControl = _controlfp(0, 0);
 #endif
@@ -106,6 +113,7 @@ void expectTranslated(std::uint32_t code, Raise raise) {
     EXPECT_EQ(row.second, ArbDocumentReadAhead(raiser.document));
 #ifdef _WIN32
     EXPECT_EQ(chain, __readfsdword(0));
+    EXPECT_EQ(onHostsAbort, std::signal(SIGABRT, SIG_DFL)) << "the host has its handler again";
     _controlfp(floatControl, _MCW_EM);  // what the producer has set remains set
 #endif
     EXPECT_EQ(row.runs, raiser.runs);
@@ -119,6 +127,15 @@ TEST(Guard, ACppProducerThatCatchesInItsOwnModule) {
   expectTranslated(RT_CODE_NOMEMORY, [] { throw std::bad_alloc(); });
   expectTranslated(RT_CODE_CPP_EXCEPTION, [] { throw std::runtime_error("x"); });
   expectTranslated(RT_CODE_CPP_EXCEPTION, [] { throw 5; });
+}
+
+// Its code is that of any C++ exception where it cannot be looked at from another module.
+TEST(Guard, ACppProducerThatCatchesNothing) {
+  expectTranslated(
+      RT_CODE_CPP_EXCEPTION, [] { throw std::runtime_error("x"); }, false);
+#ifdef _WIN32
+  expectTranslated(RT_CODE_CPP_EXCEPTION, std::abort, false);
+#endif
 }
 
 #if defined(__GLIBC__)
@@ -267,6 +284,7 @@ TEST(Guard, ALongjmpPastARunTakesItsFrameOffTheChain) {
   }
   EXPECT_EQ(chain, __readfsdword(0));
   EXPECT_EQ("t running", left.state());
+  EXPECT_EQ(SIG_DFL, std::signal(SIGABRT, SIG_DFL)) << "and its handler of aborts away";
   expectTranslated(0xE0001237, raiseCode<0xE0001237>);
 }
 
