@@ -52,6 +52,8 @@ if(TARGET arbtree_tool)
   install(TARGETS arbtree_tool RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT tool)
   file(GLOB manuals1 CONFIGURE_DEPENDS docs/*.1)
   install(FILES ${manuals1} DESTINATION "${CMAKE_INSTALL_MANDIR}/man1" COMPONENT tool)
+  install(FILES tools/arbtree/completion/arbtree
+    DESTINATION "${CMAKE_INSTALL_DATADIR}/bash-completion/completions" COMPONENT tool)
 endif()
 
 set(CPACK_PACKAGE_NAME arbtree)
