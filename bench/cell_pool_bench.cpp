@@ -1,5 +1,6 @@
-// Taking a cell from a tree's pool and giving it back, with 10 thousand and with 10 million cells alive. The two pools
-// are measured in turns: ns is the large one, base_ns the small one, ratio what the same work costs more in the large.
+// Taking a cell from a tree's pool and giving it back, with few and with many cells alive: 10 thousand and 10 million,
+// or a thousand and a million. The two pools are measured in turns: ns is the large one, base_ns the small one, ratio
+// what the same work costs more in the large.
 //
 // A larger pool has a larger footprint, and waiting for memory is not the pool's doing. So the same cells are also
 // touched without the pool, together with their places in the books of their blocks and in the same order: the ratio of
@@ -17,10 +18,8 @@
 namespace arbtree::bench {
 namespace {
 
-constexpr std::int64_t kFew = 10'000;
-constexpr std::int64_t kMany = 10'000'000;
-constexpr std::size_t kBatch = 1024;
-constexpr int kBatchesPerSample = 256;
+constexpr std::size_t kBatch = 500;
+constexpr int kBatchesPerSample = 512;
 constexpr double kUnits = 1.0 * kBatch * kBatchesPerSample;
 
 // A pool of a tree record without a tree around it.
@@ -112,9 +111,9 @@ class Pool {
 
 void BM_CellPool(benchmark::State& state) {
   const bool shuffled = state.range(0) != 0;
-  Pool few(kFew, shuffled);
+  Pool few(state.range(1), shuffled);
   const Memory memory;
-  Pool many(kMany, shuffled);
+  Pool many(state.range(2), shuffled);
   memory.report(state);
   few.prepareTouches();
   many.prepareTouches();
@@ -133,7 +132,12 @@ void BM_CellPool(benchmark::State& state) {
   state.counters["beyond_memory"] = pool.ratio() / touches.ratio();
 }
 
-BENCHMARK(BM_CellPool)->ArgName("shuffled")->Arg(0)->Arg(1)->UseManualTime()->Iterations(50);
+BENCHMARK(BM_CellPool)
+    ->ArgNames({"shuffled", "few", "many"})
+    ->ArgsProduct({{0, 1}, {10'000}, {10'000'000}})
+    ->ArgsProduct({{0, 1}, {1'000}, {1'000'000}})
+    ->UseManualTime()
+    ->Iterations(50);
 
 }  // namespace
 }  // namespace arbtree::bench
