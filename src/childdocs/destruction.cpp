@@ -8,9 +8,12 @@
 namespace arbtree {
 namespace {
 
-ArbStatus destroyLeaf(ArbForestChild& child) {
-  if (child.kind == ARB_CHILD_TREE) return ArbTreeDestroy(asTree(&child));
-  return ArbFileDestroy(reinterpret_cast<ArbFile*>(&child));
+void destroyLeaf(ArbForestChild& child) {
+  if (child.kind == ARB_CHILD_TREE) {
+    ArbTreeDestroy(asTree(&child));
+  } else {
+    ArbFileDestroy(reinterpret_cast<ArbFile*>(&child));
+  }
 }
 
 void destroyEmptied(ArbForest& forest) {
@@ -19,8 +22,8 @@ void destroyEmptied(ArbForest& forest) {
 }
 
 // Depth first, without recursion: the way back from a nested forest is its parent, the way on its next sibling. No
-// destructor of a child that exists can fail, so the status of the last one is always ARB_OK.
-ArbStatus destroyForest(ArbForest& start) {
+// destructor of a child that exists can fail.
+void destroyForest(ArbForest& start) {
   ArbForest* forest = &start;
   metadata::clear(forest->child.metadata);
   ArbForestChild* child = forest->firstChild;
@@ -40,7 +43,7 @@ ArbStatus destroyForest(ArbForest& start) {
     ArbForest* const parent = forest->child.parent;
     child = forest->child.nextSibling;
     destroyEmptied(*forest);
-    if (finished) return ARB_OK;
+    if (finished) return;
     forest = parent;
   }
 }
@@ -52,7 +55,8 @@ using namespace arbtree;
 
 ArbStatus ARB_CALL ArbForestDestroy(ArbForest* forest) {
   if (!forest) return ARB_ERR_BADARG;
-  return destroyForest(*forest);
+  destroyForest(*forest);
+  return ARB_OK;
 }
 
 ArbStatus ARB_CALL ArbFileDestroy(ArbFile* file) {

@@ -1,7 +1,8 @@
-// The producer's side of forests: appending, closing and releasing child documents.
+// The producer's side of forests: making them; appending, closing and releasing child documents.
 #include "childdocs/child_record.h"
 #include "childdocs/forest_release.h"
 #include "document/document.h"
+#include "platform/heap.h"
 #include "tree/node.h"
 
 namespace arbtree {
@@ -45,6 +46,16 @@ struct ProducersSide {
 }  // namespace arbtree
 
 using namespace arbtree;
+
+ArbStatus ARB_CALL ArbDocumentCreateForest(ArbDocument* document, const char16_t* nameTemplate, ArbForest** forest) {
+  if (!document || !forest) return ARB_ERR_BADARG;
+  auto* const created = heap::allocateRecord<ArbForest>();
+  if (!created) return ARB_ERR_NOMEMORY;
+  created->archiveType = 1;
+  initChild(created->child, *document, ARB_CHILD_FOREST, kForestFormat, nameTemplate);
+  *forest = created;
+  return ARB_OK;
+}
 
 ArbStatus ARB_CALL ArbForestAppendChild(ArbForest* forest, ArbForestChild* child) {
   if (!forest || !child) return ARB_ERR_BADARG;

@@ -1,9 +1,8 @@
-// Creating and destroying documents and their forests' records; the source-access slots.
+// Creating and destroying documents; the source-access slots.
 #include "document/document.h"
 
 #include <cstddef>
 
-#include "childdocs/child_record.h"
 #include "nodetypes/strings.h"
 #include "platform/heap.h"
 #include "tree/cell_pool.h"
@@ -61,16 +60,6 @@ ArbStatus ARB_CALL ArbDocumentCreate(uint32_t source, ArbHostContext* hostContex
     return status;
   }
   *document = created;
-  return ARB_OK;
-}
-
-ArbStatus ARB_CALL ArbDocumentCreateForest(ArbDocument* document, const char16_t* nameTemplate, ArbForest** forest) {
-  if (!document || !forest) return ARB_ERR_BADARG;
-  auto* const created = heap::allocateRecord<ArbForest>();
-  if (!created) return ARB_ERR_NOMEMORY;
-  created->archiveType = 1;
-  initChild(created->child, *document, ARB_CHILD_FOREST, kForestFormat, nameTemplate);
-  *forest = created;
   return ARB_OK;
 }
 

@@ -24,9 +24,6 @@ inline const ArbTextNode& asText(const ArbNode& node) { return reinterpret_cast<
 // value.
 std::size_t valueBytes(const ArbNode& node);
 
-// In flags2, beyond the public marks: the value was set as units although the encoding says that it is 8-bit.
-inline constexpr std::uint8_t kHoldsUnits = 0x40;
-
 // Bytes that a buffer of `length` units and its terminator takes; 0 when that does not fit in a size_t.
 std::size_t unitBufferBytes(std::uint32_t length);
 

@@ -13,8 +13,6 @@
 namespace arbtree {
 namespace {
 
-constexpr std::uint8_t kLastVisited = 0x80;  // in flags2, beyond the public marks
-
 void noteLastVisited(ArbNode& node, bool last) {
   node.flags2 = static_cast<std::uint8_t>(last ? node.flags2 | kLastVisited : node.flags2 & ~kLastVisited);
 }

@@ -38,9 +38,13 @@ inline ArbNode* followingInSubtree(ArbNode* node, const ArbNode& start) {
   return nullptr;
 }
 
-// In flags2, beyond the public marks: made on the cell of a freed node for which the cell had been kept. Names may be
-// bound to such a cell, so it never goes back to the pool.
-inline constexpr std::uint8_t kOnKeptCell = 0x20;
+// In flags2, beyond the public marks.
+inline constexpr std::uint8_t kOnKeptCell = 0x20;  // made on the cell of a freed node for which the cell had been kept;
+                                                   // names may be bound to it, so it never goes back to the pool
+inline constexpr std::uint8_t kHoldsUnits = 0x40;  // a value set as units although the encoding says that it is 8-bit
+inline constexpr std::uint8_t kLastVisited = 0x80;  // the last child that a walk visits (consumer_subtree_release.cpp)
+static_assert(((ARB_NODE_SEPARATE_STREAM | ARB_NODE_SKIP_IF_EMPTY | ARB_NODE_FREEING) &
+               (kOnKeptCell | kHoldsUnits | kLastVisited)) == 0);
 
 // Tells whether a node that a run may free is still there. Its cell and its record may by then be a later node's, but
 // no two nodes of a document have the same number.

@@ -78,8 +78,6 @@ inline ArbNode* makeTextAtHand(ArbTree& tree) {
 
 // All that can fail comes before the first change that outlives the call.
 inline ArbStatus createNode(ArbTree& tree, std::uint32_t elementId, ArbNode** out) {
-  if (isProducerDone(tree)) [[unlikely]]
-    return ARB_ERR_LOCKED;
   ArbNode* const node = makeRecord(tree, elementId);
   if (!node) return ARB_ERR_NOTFOUND;
   ArbNodeRef* const cell = takeCell(tree);
@@ -94,7 +92,6 @@ inline ArbStatus createNode(ArbTree& tree, std::uint32_t elementId, ArbNode** ou
 }
 
 ArbStatus createReferredNode(ArbTree& tree, std::uint32_t elementId, ArbNodeRef& reference, ArbNode** out) {
-  if (isProducerDone(tree)) return ARB_ERR_LOCKED;
   CellBlock* const block = fetchPendingRef(tree, &reference);
   ArbNode* const node = makeRecord(tree, elementId);
   if (!node) return ARB_ERR_NOTFOUND;
@@ -104,7 +101,6 @@ ArbStatus createReferredNode(ArbTree& tree, std::uint32_t elementId, ArbNodeRef&
 }
 
 ArbStatus createExternalReference(ArbTree& tree, ArbNodeRef* reference, ArbNode** out) {
-  if (isProducerDone(tree)) return ARB_ERR_LOCKED;
   if (!reserveExternalRef(tree)) return ARB_ERR_NOMEMORY;
   const ArbStatus status = reference ? createReferredNode(tree, ARB_ELEM_EXTERNAL_REFERENCE, *reference, out)
                                      : createNode(tree, ARB_ELEM_EXTERNAL_REFERENCE, out);
@@ -115,7 +111,9 @@ ArbStatus createExternalReference(ArbTree& tree, ArbNodeRef* reference, ArbNode*
 [[gnu::noinline]] ArbStatus createAnyNode(ArbTree& tree, std::uint32_t elementId, ArbNodeRef* reference,
                                           ArbNode** out) {
   ArbStatus status = ARB_OK;
-  if (elementId == ARB_ELEM_EXTERNAL_REFERENCE) [[unlikely]] {
+  if (isProducerDone(tree)) [[unlikely]] {
+    status = ARB_ERR_LOCKED;
+  } else if (elementId == ARB_ELEM_EXTERNAL_REFERENCE) [[unlikely]] {
     status = createExternalReference(tree, reference, out);
   } else if (reference) [[unlikely]] {
     status = createReferredNode(tree, elementId, *reference, out);
