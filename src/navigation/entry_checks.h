@@ -19,8 +19,8 @@ inline ArbStatus checkConsumer(const ArbNode& node) {
 [[gnu::always_inline]] inline void fetchAhead(const ArbNodeRef& cell) {
   constexpr std::size_t kAhead = 32 * sizeof(ArbNodeRef);
   static_assert(sizeof(CellBlock) - sizeof(CellBlock::cells) >= kAhead);
-  const auto address = reinterpret_cast<std::uintptr_t>(&cell) + kAhead;
-  const auto node = reinterpret_cast<std::uintptr_t>(resolve(reinterpret_cast<const ArbNodeRef*>(address)));
+  const auto& ahead = *reinterpret_cast<const ArbNodeRef*>(reinterpret_cast<std::uintptr_t>(&cell) + kAhead);
+  const auto node = ahead.state == ARB_REF_NODE ? ahead.value : 0;
   __builtin_prefetch(reinterpret_cast<const void*>(node));
   __builtin_prefetch(reinterpret_cast<const void*>(node + 64));
 }

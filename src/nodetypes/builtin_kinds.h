@@ -34,10 +34,9 @@ inline const BuiltinKind* findBuiltinKind(std::uint32_t elementId) {
   return &kBuiltinKinds[index];
 }
 
-// The kind whose descriptor this is, or null.
-inline const BuiltinKind* builtinKindOf(const ArbNodeType* type) {
-  const auto distance = reinterpret_cast<std::uintptr_t>(type) - reinterpret_cast<std::uintptr_t>(kBuiltinKinds);
-  return distance < sizeof kBuiltinKinds ? reinterpret_cast<const BuiltinKind*>(type) : nullptr;
+inline bool isBuiltin(const ArbNodeType* type) {
+  return reinterpret_cast<std::uintptr_t>(type) - reinterpret_cast<std::uintptr_t>(kBuiltinKinds) <
+         sizeof kBuiltinKinds;
 }
 
 // A node of namespace 2 without a cell; null for an unknown element id or without memory. An external reference is made
@@ -57,10 +56,10 @@ inline ArbNode* makeBuiltinNode(ArbTree& tree, std::uint32_t elementId) {
 // Destroys a node of the tree and keeps its record for the tree's next node of that size. False, and nothing is done,
 // when the node does not have a built-in descriptor.
 inline bool recycleBuiltinNode(ArbTree& tree, ArbNode& node) {
-  const BuiltinKind* const kind = builtinKindOf(node.nodeType);
-  if (!kind) return false;
-  if (kind->bearsText && asText(node).text) dropValue(node);
-  tree.recordCaches[kind->cache].giveBack(&node, kind->size);
+  if (!isBuiltin(node.nodeType)) return false;
+  const auto& kind = *reinterpret_cast<const BuiltinKind*>(node.nodeType);
+  if (kind.bearsText && asText(node).text) dropValue(node);
+  tree.recordCaches[kind.cache].giveBack(&node, kind.size);
   return true;
 }
 

@@ -63,9 +63,12 @@ inline BlockRange& findRange(BlockRange* table, std::uint32_t capacity, std::uin
   return table[at];
 }
 
-inline bool holds(const CellBlock& block, const ArbNodeRef* cell) {
-  return reinterpret_cast<std::uintptr_t>(cell) - reinterpret_cast<std::uintptr_t>(block.cells) < sizeof block.cells;
+// In bytes; of a cell elsewhere, more than the cells of a block take.
+inline std::size_t offsetIn(const CellBlock& block, const ArbNodeRef* cell) {
+  return reinterpret_cast<std::uintptr_t>(cell) - reinterpret_cast<std::uintptr_t>(block.cells);
 }
+
+inline bool holds(const CellBlock& block, const ArbNodeRef* cell) { return offsetIn(block, cell) < sizeof block.cells; }
 
 // The block that holds a cell, or null. The side of the border is not branched on, since nothing foretells it.
 inline CellBlock* blockOf(const ArbTree& tree, const ArbNodeRef* cell) {
@@ -127,7 +130,7 @@ inline void giveBackCell(ArbTree& tree, ArbNodeRef* cell) {
   if (!block || !holds(*block, cell)) [[unlikely]]
     block = blockOf(tree, cell);
   if (!block) return;
-  const auto at = static_cast<std::uint32_t>(cell - block->cells);
+  const auto at = static_cast<std::uint32_t>(offsetIn(*block, cell) / sizeof *cell);
   const std::uint32_t bit = 0x80000000u >> (at % 32);
   const std::uint32_t word = block->occupancy[at / 32];
   if ((word & bit) == 0) [[unlikely]]  // already free

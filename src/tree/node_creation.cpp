@@ -91,7 +91,8 @@ inline ArbStatus createNode(ArbTree& tree, std::uint32_t elementId, ArbNode** ou
   return ARB_OK;
 }
 
-ArbStatus createReferredNode(ArbTree& tree, std::uint32_t elementId, ArbNodeRef& reference, ArbNode** out) {
+[[gnu::noinline]] ArbStatus createReferredNode(ArbTree& tree, std::uint32_t elementId, ArbNodeRef& reference,
+                                               ArbNode** out) {
   CellBlock* const block = fetchPendingRef(tree, &reference);
   ArbNode* const node = makeRecord(tree, elementId);
   if (!node) return ARB_ERR_NOTFOUND;
@@ -100,7 +101,7 @@ ArbStatus createReferredNode(ArbTree& tree, std::uint32_t elementId, ArbNodeRef&
   return ARB_OK;
 }
 
-ArbStatus createExternalReference(ArbTree& tree, ArbNodeRef* reference, ArbNode** out) {
+[[gnu::noinline]] ArbStatus createExternalReference(ArbTree& tree, ArbNodeRef* reference, ArbNode** out) {
   if (!reserveExternalRef(tree)) return ARB_ERR_NOMEMORY;
   const ArbStatus status = reference ? createReferredNode(tree, ARB_ELEM_EXTERNAL_REFERENCE, *reference, out)
                                      : createNode(tree, ARB_ELEM_EXTERNAL_REFERENCE, out);

@@ -37,7 +37,10 @@ bool isKept(const ArbNode& node, const ArbNode* parent) {
   return hasChildren(node) || node.cell == node.tree->rootCell || isLastOfOpenList(node, parent);
 }
 
-bool freeRuleHolds(const ArbNode& node) { return isReleasedByAll(node) && !isKept(node, parentOf(node)); }
+bool freeRuleHolds(const ArbNode& node) {
+  if (hasLiveChildren(node)) return false;
+  return isReleasedByAll(node) && !isKept(node, parentOf(node));
+}
 
 bool isBeingFreed(const ArbNode& node) { return (node.flags2 & ARB_NODE_FREEING) != 0; }
 
@@ -87,16 +90,19 @@ void settleCell(ArbNode& node) {
   giveBackCell(*node.tree, cell);
 }
 
-// Second half: the cell, the metadata and the record.
-inline ArbStatus destroy(ArbNode& node) {
-  settleCell(node);
-  if (node.metadata) [[unlikely]]
-    metadata::clear(node.metadata);
+inline ArbStatus destroyRecord(ArbNode& node) {
   if (recycleBuiltinNode(*node.tree, node)) return ARB_OK;
   const FactoryEntry* const entry = findFactory(*node.tree, ARB_ELEMENT_NAMESPACE(elementIdOf(node)));
   if (!entry) return ARB_ERR_NOTFOUND;
   entry->destroy(&node);
   return ARB_OK;
+}
+
+// Second half: the cell, the metadata and the record.
+ArbStatus destroy(ArbNode& node) {
+  settleCell(node);
+  metadata::clear(node.metadata);
+  return destroyRecord(node);
 }
 
 // Settles the ancestors that go because of a node that has been detached, then the node.
@@ -121,10 +127,8 @@ inline ArbStatus destroy(ArbNode& node) {
 }
 
 // Settles a node whose children are all freed.
-inline ArbStatus settle(ArbNode& node, ArbNode* parent) {
-  ArbNode* const freed = detach(node, parent);
-  if (freed) [[unlikely]]
-    return settleWithAncestors(node, freed);
+ArbStatus settle(ArbNode& node, ArbNode* parent) {
+  if (ArbNode* const freed = detach(node, parent)) return settleWithAncestors(node, freed);
   return destroy(node);
 }
 
@@ -144,6 +148,12 @@ inline ArbStatus settle(ArbNode& node, ArbNode* parent) {
   }
 }
 
+// What nearly every node of a stream is when it goes: a leaf with nothing attached to it, of which nobody is told.
+bool isPlainLeaf(const ArbNode& node) {
+  const bool bare = !node.firstChildCell && !node.idString && !node.metadata;
+  return bare && node.flags2 == 0 && !has(node, ARB_NODE_HAS_ID) && documentOf(node).callbackCount == 0;
+}
+
 }  // namespace
 
 [[gnu::noinline]] ArbStatus freeNode(ArbNode& node) {
@@ -155,19 +165,24 @@ inline ArbStatus settle(ArbNode& node, ArbNode* parent) {
   return settle(node, parentOf(node));
 }
 
-// What nearly every node of a stream ends by is the leaf that nobody observes: nothing changes on the way then. The
-// likely ways marked here and in what it calls are those of a stream that is consumed from its front, which then runs
-// straight through.
-[[gnu::flatten]] void freeUnlessKept(ArbNode& node) {
+// The likely ways marked here and in what it calls are those of a stream that is consumed from its front, which then
+// runs straight through.
+[[gnu::flatten]] ArbStatus freeUnlessKept(ArbNode& node) {
   ArbNode* const parent = parentOf(node);
-  if (isKept(node, parent)) return;
-  if (node.firstChildCell || documentOf(node).callbackCount != 0) [[unlikely]] {
+  if (isKept(node, parent)) return ARB_OK;
+  if (!parent || !isPlainLeaf(node)) [[unlikely]] {
     freeNode(node);
-    return;
+    return ARB_OK;
   }
-  if (isBeingFreed(node)) return;
   markFreeing(node);
-  settle(node, parent);
+  if (ArbNode* const freed = detach(node, parent)) [[unlikely]] {
+    settleWithAncestors(node, freed);
+    return ARB_OK;
+  }
+  *node.cell = {ARB_REF_FREED, node.number};
+  giveBackCell(*node.tree, node.cell);
+  destroyRecord(node);
+  return ARB_OK;
 }
 
 }  // namespace arbtree

@@ -18,8 +18,9 @@ inline bool isReleasedByAll(const ArbNode& node) {
          (has(node, ARB_NODE_CONSUMER_RELEASED) || isProducerOnly(documentOf(node)));
 }
 
-// Frees a node that all have released, unless something keeps it. REQUIRES: the node is alive.
-void freeUnlessKept(ArbNode& node);
+// Frees a node that all have released, unless something keeps it. Always ARB_OK, so that a caller may end by it.
+// REQUIRES: the node is alive.
+ArbStatus freeUnlessKept(ArbNode& node);
 
 }  // namespace arbtree
 

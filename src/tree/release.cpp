@@ -22,9 +22,10 @@ ArbStatus producerRelease(Observers observers, ArbNode& node) {
   completeAttributes(observers, node);
   if (!has(node, ARB_NODE_CHILDREN_DONE)) closeChildren(observers, node);
   give(node, ARB_NODE_PRODUCER_RELEASED);
-  if (isReleasedByAll(node)) [[unlikely]]  // the consumer mostly comes later
-    freeUnlessKept(node);
-  return status;
+  if (!isReleasedByAll(node)) [[likely]]  // the consumer mostly comes later
+    return status;
+  const ArbStatus freed = freeUnlessKept(node);
+  return status == ARB_OK ? freed : status;
 }
 
 struct ProducerReleasing {
@@ -39,7 +40,7 @@ ArbStatus consumerRelease(Observers observers, ArbNode& node) {
   raiseEvent(observers, ARB_EVENT_CONSUMER_RELEASE, node);
   give(node, ARB_NODE_CONSUMER_RELEASED);
   if (isReleasedByAll(node)) [[likely]]
-    freeUnlessKept(node);
+    return freeUnlessKept(node);
   return ARB_OK;
 }
 

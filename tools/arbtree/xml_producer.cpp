@@ -57,10 +57,10 @@ struct XmlProducer::Handlers {
       Handlers::text(self, text, length);
   }
   static void XMLCALL comment(void* self, const char* text) {
-    guard(self, [&](XmlProducer& producer) { producer.leaf(ElementKinds::instance().comment(), text, nullptr); });
+    guard(self, [&](XmlProducer& producer) { producer.leaf(producer.kinds_.comment(), text, nullptr); });
   }
   static void XMLCALL instruction(void* self, const char* target, const char* data) {
-    guard(self, [&](XmlProducer& producer) { producer.leaf(ElementKinds::instance().instruction(), target, data); });
+    guard(self, [&](XmlProducer& producer) { producer.leaf(producer.kinds_.instruction(), target, data); });
   }
   // Expat then gives up; what the input says of its encoding is known.
   static int XMLCALL unknownEncoding(void* self, const char* name, XML_Encoding*) {
@@ -93,7 +93,8 @@ XmlProducer::XmlProducer(ByteSource& input, const Limits& limits, ArbTree* tree,
       feed_(input, parser_),
       tree_(tree),
       document_(asChild(tree)->document),
-      lastKind_(&ElementKinds::instance().comment()) {
+      kinds_(ElementKinds::instance()),
+      lastKind_(&kinds_.comment()) {
   if (!parser_) throw std::bad_alloc();
   setHandlers();
 }
@@ -135,7 +136,7 @@ bool XmlProducer::run() {
 }
 
 bool XmlProducer::begin() {
-  if (!check(ArbTreeQueryRootNode(tree_, &current_)) || !prepareNamespaces(ElementKinds::instance().comment())) {
+  if (!check(ArbTreeQueryRootNode(tree_, &current_)) || !prepareNamespaces(kinds_.comment())) {
     return false;
   }
   if (!wishes_.id.empty() && !referToId()) return false;
@@ -187,11 +188,7 @@ bool XmlProducer::finish() {
   return true;
 }
 
-void XmlProducer::offerBreak() {
-  std::uint32_t due = 0;
-  ArbDocumentQueryBreak(document_, &due);
-  if (due == 0) [[likely]]
-    return;
+void XmlProducer::stopForBreak() {
   if (stopping_ || failure_) return;
   stopping_ = true;
   XML_StopParser(parser_, XML_TRUE);
@@ -202,15 +199,13 @@ void XmlProducer::offerBreak() {
 void XmlProducer::startElement(const char* name, const char** attributes) {
   if (!text_.isEmpty()) [[likely]]
     flushText();
-  if (depth_ == limits_.maxDepth) [[unlikely]] {
-    return fail("elements are nested more than " + std::to_string(limits_.maxDepth) + " deep (see --max-depth)", true);
-  }
-  ElementKinds& kinds = ElementKinds::instance();
-  ElementKind& kind = kinds.element(name, *lastKind_);
+  if (depth_ == limits_.maxDepth) [[unlikely]]
+    return failByDepth();
+  ElementKind& kind = kinds_.element(name, *lastKind_);
   lastKind_ = &kind;
   attributesMade_ += countAttributes(attributes);
   if (wishes_.values) collectAttributes(kind, attributes);
-  kinds.publish(kind);
+  kinds_.publish(kind);
   ElementNode* const element = makeElement(kind, awaited_ ? takeAwaited(attributes) : nullptr);
   if (!element || !link(&element->node)) return;
   current_ = &element->node;
@@ -270,10 +265,9 @@ void XmlProducer::entityLeftOut(const char* name) {
 // --- Nodes -----------------------------------------------------------------------------------------------------------
 
 void XmlProducer::collectAttributes(ElementKind& kind, const char** attributes) {
-  ElementKinds& kinds = ElementKinds::instance();
   std::uint32_t expected = 0;
   for (; *attributes; attributes += 2) {
-    const std::uint32_t index = kinds.attributeIndex(kind, attributes[0], expected);
+    const std::uint32_t index = kinds_.attributeIndex(kind, attributes[0], expected);
     newAttributes_.push_back({index, attributes[1]});
     expected = index + 1;
   }
@@ -336,6 +330,10 @@ void XmlProducer::fail(std::string reason, bool isLimit) {
 bool XmlProducer::refused(ArbStatus status) {
   fail(status == ARB_ERR_NOMEMORY ? "out of memory" : "the tree refused a change, status " + std::to_string(status));
   return false;
+}
+
+[[gnu::noinline]] void XmlProducer::failByDepth() {
+  fail("elements are nested more than " + std::to_string(limits_.maxDepth) + " deep (see --max-depth)", true);
 }
 
 // Expat's own words, but for inputs that just end: there it says "no element found" also inside an element.

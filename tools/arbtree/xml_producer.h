@@ -94,7 +94,14 @@ class XmlProducer {
   }
   bool addNamespaces(const ElementKind& kind);
   bool link(ArbNode* node);
-  void offerBreak();
+  // Has expat stop when the chunk is full.
+  void offerBreak() {
+    std::uint32_t due = 0;
+    ArbDocumentQueryBreak(document_, &due);
+    if (due != 0) [[unlikely]]
+      stopForBreak();
+  }
+  void stopForBreak();
 
   Place here() const;
   void fail(std::string reason, bool isLimit = false);
@@ -104,6 +111,7 @@ class XmlProducer {
     return true;
   }
   bool refused(ArbStatus status);
+  void failByDepth();
   void failByExpat();
 
   ByteSource& input_;
@@ -115,7 +123,8 @@ class XmlProducer {
 
   ArbTree* const tree_;
   ArbDocument* const document_;
-  ArbNode* current_ = nullptr;     // the open element, or the root node
+  ArbNode* current_ = nullptr;  // the open element, or the root node
+  ElementKinds& kinds_;
   ElementKind* lastKind_;          // of the element made last
   ArbNodeRef* awaited_ = nullptr;  // the reference to the element with the ID, until it is there
   std::uint32_t namespacesKnown_ = 0;
