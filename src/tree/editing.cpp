@@ -114,8 +114,9 @@ using namespace arbtree;
 }
 
 ArbStatus ARB_CALL ArbNodeInsertSiblingBefore(ArbNode* reference, ArbNode* node) {
-  if (!reference || !node) return ARB_ERR_BADARG;
+  if (!reference) return ARB_ERR_BADARG;
   if (!isProducerOnly(documentOf(*reference))) return ARB_ERR_MODE;
+  if (!node) return ARB_ERR_BADARG;
   if (const ArbStatus status = checkLinking(*node, *reference, *reference)) return status;
   ArbNode* const parent = parentOf(*reference);
   if (!parent) return ARB_ERR_DETACHED;

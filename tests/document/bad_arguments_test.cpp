@@ -50,7 +50,7 @@ TEST(BadArguments, OtherNulls) {
           ArbNodeQueryNextSibling, ArbNodeWaitNextSibling, ArbNodeWaitPrevSibling, ArbNodeWaitParent}) {
       EXPECT_EQ(ARB_ERR_BADARG, step(root, nullptr));
     }
-    for (const auto edit : {ArbNodeAppendChild, ArbNodeInsertSiblingBefore, ArbNodeTransferChildren}) {
+    for (const auto edit : {ArbNodeAppendChild, ArbNodeTransferChildren}) {
       EXPECT_EQ(ARB_ERR_BADARG, edit(root, nullptr));
     }
     ArbNode* node = nullptr;
@@ -88,11 +88,13 @@ TEST(BadArguments, OtherNulls) {
   }
 }
 
-// The sibling calls of child documents test the mode before their out-parameter.
-TEST(BadArguments, SiblingOutParameterComesAfterTheMode) {
+// The sibling calls of child documents test the mode before their out-parameter, and so does inserting a node.
+TEST(BadArguments, SecondArgumentsThatComeAfterTheMode) {
   for (const std::uint32_t mode : {0u, 1u}) {
     Host host(mode);
-    ArbForestChild* const child = asChild(host.makeTree());
+    ArbTree* const tree = host.makeTree();
+    EXPECT_EQ(mode ? ARB_ERR_BADARG : ARB_ERR_MODE, ArbNodeInsertSiblingBefore(rootOf(tree), nullptr)) << mode;
+    ArbForestChild* const child = asChild(tree);
     for (const auto call :
          {ArbForestChildQueryNextSibling, ArbForestChildWaitNextSibling, ArbForestChildWaitPrevSibling}) {
       EXPECT_EQ(mode ? ARB_ERR_MODE : ARB_ERR_BADARG, call(child, nullptr)) << mode;
