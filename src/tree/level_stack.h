@@ -2,7 +2,7 @@
 // and ordinary depths take none.
 //
 // Without memory for a level the walk goes on with what the level's node says when it is left instead of when it was
-// entered; the two differ only where a callback completed that very node meanwhile.
+// entered; the two differ only where a callback completed that very node or linked one behind it meanwhile.
 #ifndef ARBTREE_TREE_LEVEL_STACK_H
 #define ARBTREE_TREE_LEVEL_STACK_H
 

@@ -3,7 +3,8 @@
 // It behaves like a recursion that, for each child, reads the next sibling before it enters the child, and that notes
 // on entering a node whether there is anything left to do to it. It keeps its place by the nodes' own links; what it
 // does to a node may free it, together with those of its ancestors to which nothing is left to do, so the place to go
-// on at is found before.
+// on at is found before. Of the next sibling only that there is one is noted on entering, and which one it is is read on
+// leaving: a node that a callback has meanwhile inserted there is visited too, and one that it has taken out is not.
 #ifndef ARBTREE_TREE_PRODUCER_WALK_H
 #define ARBTREE_TREE_PRODUCER_WALK_H
 
