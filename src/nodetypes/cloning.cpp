@@ -80,33 +80,38 @@ ArbStatus cloneNode(ArbNode& source, ArbTree& tree, ArbNode** out) {
 }
 
 // A subtree's copy, made like a recursion: a node is copied, then its children with all that is below them, each linked
-// when it is complete. Until then nothing in a copy tells to which one it belongs, so the way back is kept aside. After
-// a failure nothing made is undone, and nothing unfinished is linked.
+// when it is complete. Until then nothing in a copy tells to which one it belongs, so the way back is kept aside; and
+// that of the sources as well, which callbacks may unlink meanwhile. After a failure nothing made is undone, and
+// nothing unfinished is linked.
 class SubtreeCopy {
  public:
-  SubtreeCopy(ArbNode& source, ArbTree& tree) : start_(source), tree_(tree) {}
+  SubtreeCopy(ArbNode& source, ArbTree& tree) : tree_(tree), current_{&source, nullptr} {}
   ~SubtreeCopy() { heap::release(path_); }
   SubtreeCopy(const SubtreeCopy&) = delete;
   SubtreeCopy& operator=(const SubtreeCopy&) = delete;
 
   ArbStatus run(ArbNode** out) {
-    const ArbStatus status = cloneNode(start_, tree_, out);
+    const ArbStatus status = cloneNode(*current_.source, tree_, out);
     if (status != ARB_OK) return status;
-    source_ = &start_;
-    copy_ = *out;
+    current_.copy = *out;
     return copyDescendants();
   }
 
  private:
+  struct Level {
+    ArbNode* source;
+    ArbNode* copy;
+  };
+
   ArbStatus copyDescendants() {
-    ArbNode* next = firstChildOf(start_);
+    ArbNode* next = firstChildOf(*current_.source);
     while (next) {
       if (const ArbStatus status = descend(*next)) return status;
-      next = firstChildOf(*source_);
-      while (!next && source_ != &start_) {
+      next = firstChildOf(*current_.source);
+      while (!next && pathLength_ != 0) {
+        const ArbNode& copied = *current_.source;
         if (const ArbStatus status = linkCopy()) return status;
-        next = nextSiblingOf(*source_);
-        source_ = parentOf(*source_);
+        next = nextSiblingOf(copied);
       }
     }
     return ARB_OK;
@@ -117,25 +122,22 @@ class SubtreeCopy {
     ArbNode* made = nullptr;
     const ArbStatus status = cloneNode(source, tree_, &made);
     if (status != ARB_OK) return status;
-    path_[pathLength_++] = copy_;
-    source_ = &source;
-    copy_ = made;
+    path_[pathLength_++] = current_;
+    current_ = {&source, made};
     return ARB_OK;
   }
 
   // Links the current copy under the one it belongs to, which becomes the current one.
   ArbStatus linkCopy() {
-    ArbNode* const finished = copy_;
-    copy_ = path_[--pathLength_];
-    return ArbNodeAppendChild(copy_, finished);
+    ArbNode* const finished = current_.copy;
+    current_ = path_[--pathLength_];
+    return ArbNodeAppendChild(current_.copy, finished);
   }
 
-  ArbNode& start_;
   ArbTree& tree_;
-  ArbNode* source_ = nullptr;
-  ArbNode* copy_ = nullptr;
-  // The unfinished copies above copy_, the top one first.
-  ArbNode** path_ = nullptr;
+  Level current_;
+  // The unfinished levels above the current one, the top one first.
+  Level* path_ = nullptr;
   std::uint32_t pathCapacity_ = 0;
   std::uint32_t pathLength_ = 0;
 };

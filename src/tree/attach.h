@@ -25,6 +25,7 @@ void enterTree(Observers observers, ArbNode& node) {
   raiseEvent(observers, ARB_EVENT_NODE_IN_TREE, node);
 }
 
+// Those of a node that has just entered the tree.
 void notifyDescendantsAttached(ArbNode& start);
 
 // Marks the node and its subtree as in the tree, a node before its children; counts each node's bytes against the chunk
@@ -32,7 +33,9 @@ void notifyDescendantsAttached(ArbNode& start);
 template <typename Observers>
 void notifyAttached(Observers observers, ArbNode& node) {
   if (has(node, ARB_NODE_IN_TREE)) return;
+  const NodeWatch watch(node);
   enterTree(observers, node);
+  if (isObserved(observers) && !watch.isAlive()) return;
   if (node.firstChildCell) [[unlikely]]
     notifyDescendantsAttached(node);
 }

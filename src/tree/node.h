@@ -46,17 +46,22 @@ inline constexpr std::uint8_t kLastVisited = 0x80;  // the last child that a wal
 static_assert(((ARB_NODE_SEPARATE_STREAM | ARB_NODE_SKIP_IF_EMPTY | ARB_NODE_FREEING) &
                (kOnKeptCell | kHoldsUnits | kLastVisited)) == 0);
 
-// Tells whether a node that a run may free is still there. Its cell and its record may by then be a later node's, but
+// Finds a node again that callbacks or a run may have freed. Its cell and its record may by then be a later node's, but
 // no two nodes of a document have the same number.
 class NodeWatch {
  public:
-  explicit NodeWatch(const ArbNode& node) : node_(&node), cell_(node.cell), number_(node.number) {}
-  bool isAlive() const { return resolve(cell_) == node_ && node_->number == number_; }
+  NodeWatch() = default;  // watches nothing
+  explicit NodeWatch(const ArbNode& node) : cell_(node.cell), number_(node.number) {}
+  // Null when the node is gone.
+  ArbNode* get() const {
+    ArbNode* const node = resolve(cell_);
+    return node && node->number == number_ ? node : nullptr;
+  }
+  bool isAlive() const { return get() != nullptr; }
 
  private:
-  const ArbNode* node_;
-  const ArbNodeRef* cell_;
-  std::uint32_t number_;
+  const ArbNodeRef* cell_ = nullptr;
+  std::uint32_t number_ = 0;
 };
 
 inline bool hasLiveChildren(const ArbNode& node) { return node.freedChildCount < node.childCount; }

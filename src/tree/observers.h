@@ -15,6 +15,9 @@ namespace arbtree {
 struct Observed {};
 struct Unobserved {};
 
+constexpr bool isObserved(Observed) { return true; }
+constexpr bool isObserved(Unobserved) { return false; }
+
 inline void raiseEvent(Observed, std::uint32_t event, ArbNode& node) { raiseEvent(documentOf(node), event, &node); }
 inline void raiseEvent(Unobserved, std::uint32_t, ArbNode&) {}
 

@@ -1,34 +1,29 @@
 // The producer's walk over a subtree: something is done to every node, children before their parent.
 //
-// It behaves like a recursion that, for each child, reads the next sibling before it enters the child, and that notes
-// on entering a node whether there is anything left to do to it. It keeps its place by the nodes' own links; what it
-// does to a node may free it, together with those of its ancestors to which nothing is left to do, so the place to go
-// on at is found before. Of the next sibling only that there is one is noted on entering, and which one it is is read on
-// leaving: a node that a callback has meanwhile inserted there is visited too, and one that it has taken out is not.
+// It is a recursion without the stack. For each child the cell of the next sibling is read before the child is entered,
+// and resolved when the child is left; on entering a node it is noted whether there is anything left to do to it. What
+// is done to a node may free it, together with ancestors to which nothing is left to do, and callbacks may edit the
+// lists meanwhile.
 #ifndef ARBTREE_TREE_PRODUCER_WALK_H
 #define ARBTREE_TREE_PRODUCER_WALK_H
 
-#include "tree/level_stack.h"
-#include "tree/node.h"
+#include "tree/walk_path.h"
 
 namespace arbtree {
 
-// Operation: `bool isDone(const ArbNode&)`, `bool mayBeFreed(const ArbNode&)` (only by what is done to a descendant),
-// and `void finish(ArbNode&)`.
+// The same walk by the nodes' own links alone, for what lies deeper than there is memory for. It is not the same where
+// a callback edits the lists or completes nodes on the path: it then goes where the links lead when a node is left, but
+// never above `start`.
 template <typename Operation>
-class ProducerWalk {
+class LinkWalk {
  public:
-  explicit ProducerWalk(ArbNode& start) : start_(start) {}
+  explicit LinkWalk(ArbNode& start) : start_(start) {}
 
   void run() {
-    ArbNode* node = &start_;
-    while (node) {
-      enter(*node);
-      if (ArbNode* const child = firstChildOf(*node)) {
-        node = child;
-      } else {
-        node = leaveUpwards(*node);
-      }
+    for (ArbNode* node = &start_; node;) {
+      ArbNode* const child = firstChildOf(*node);
+      if (child) ++depth_;
+      node = child ? child : leaveUpwards(*node);
     }
   }
 
@@ -39,38 +34,74 @@ class ProducerWalk {
     ArbNodeRef* parent;
   };
 
-  static Level levelOf(const ArbNode& node) { return {nextSiblingOf(node) != nullptr, Operation::isDone(node)}; }
-
-  void enter(const ArbNode& node) { levels_.push(levelOf(node)); }
-
   // Finishes the node and each ancestor whose last child is thereby done. Gives the next node to enter, or null.
   ArbNode* leaveUpwards(ArbNode& first) {
-    ArbNode* node = &first;
-    while (node) {
-      const bool wasDone = levels_.top(levelOf(*node)).wasDone;
+    for (ArbNode* node = &first; node;) {
+      const bool wasDone = Operation::isDone(*node);
       const Place place = placeAfter(*node);
       if (!wasDone) Operation::finish(*node);
       if (ArbNode* const next = resolve(place.sibling)) return next;
+      if (place.sibling) --depth_;  // finishing the node has freed it
       node = resolve(place.parent);
     }
     return nullptr;
   }
 
-  // Leaves the node's level, and that of every ancestor that needs no finishing and may be freed with the node.
+  // Found before the node is finished. Leaves the levels of ancestors that need no finishing and may go with the node.
   Place placeAfter(const ArbNode& node) {
-    for (const ArbNode* at = &node;;) {
-      const bool hadNext = levels_.top(levelOf(*at)).hadNext;
-      levels_.pop();
-      if (at == &start_) return {nullptr, nullptr};
+    for (const ArbNode* at = &node; depth_ != 0;) {
+      if (nextSiblingOf(*at)) return {at->nextSiblingCell, at->parentCell};
+      --depth_;
       const ArbNode* const parent = parentOf(*at);
-      if (hadNext) return {at->nextSiblingCell, at->parentCell};
       if (!parent || !Operation::mayBeFreed(*parent)) return {nullptr, at->parentCell};
       at = parent;
     }
+    return {nullptr, nullptr};
   }
 
   ArbNode& start_;
-  LevelStack levels_;
+  std::uint64_t depth_ = 0;  // levels below the start
+};
+
+// Operation: `bool isDone(const ArbNode&)`, `bool mayBeFreed(const ArbNode&)` (only by what is done to a descendant),
+// and `void finish(ArbNode&)`.
+template <typename Operation>
+class ProducerWalk {
+ public:
+  explicit ProducerWalk(ArbNode& start) : start_(start) {}
+
+  void run() {
+    for (ArbNode* node = &start_; node;) {
+      const WalkPath::Level level = {NodeWatch(*node), node->nextSiblingCell, Operation::isDone(*node)};
+      if (path_.push(level)) {
+        ArbNode* const child = firstChildOf(*node);
+        node = child ? child : leaveUpwards();
+      } else {
+        LinkWalk<Operation>(*node).run();
+        ArbNode* const next = nextAfter(level);
+        node = next ? next : leaveUpwards();
+      }
+    }
+  }
+
+ private:
+  // Finishes the innermost node and each ancestor whose last child is thereby done. Gives the next node to enter, or
+  // null.
+  ArbNode* leaveUpwards() {
+    while (!path_.isEmpty()) {
+      const WalkPath::Level level = path_.pop();
+      ArbNode* const node = level.node.get();
+      if (node && !level.wasDone) Operation::finish(*node);
+      if (ArbNode* const next = nextAfter(level)) return next;
+    }
+    return nullptr;
+  }
+
+  // The start's own siblings are none of the walk's. REQUIRES: the path ends above the level.
+  ArbNode* nextAfter(const WalkPath::Level& level) const { return path_.isEmpty() ? nullptr : resolve(level.next); }
+
+  ArbNode& start_;
+  WalkPath path_;
 };
 
 }  // namespace arbtree
