@@ -22,6 +22,7 @@ TEST(Document, OnlyModeOneHasNoConsumer) {
     EXPECT_EQ(row.root, ArbTreeQueryRootNode(tree, nullptr));
     EXPECT_EQ(row.root == ARB_OK ? rootOf(tree) : nullptr, root);
     EXPECT_TRUE(host.runs.empty());
+    EXPECT_EQ(131072u, host.document->chunkBreakSize);
   }
 }
 

@@ -88,6 +88,7 @@ TEST(ReadAhead, ChildBudgetIsFullAtThe33rdChild) {
   });
   host.then(findsDue(host, 0));
   ok(ArbDocumentReadAhead(host.document));
+  EXPECT_EQ(1u, breakDue(host)) << "until the next run begins";
   ok(ArbDocumentReadAhead(host.document));
 }
 
@@ -176,7 +177,7 @@ TEST(StatusCallback, IsAskedOnceAfterEveryRunThatAttachedANode) {
   EXPECT_EQ(before, answer.contexts().size());
   ok(ArbDocumentReadAhead(host.document));
   EXPECT_EQ(before + 1, answer.contexts().size());
-  EXPECT_EQ(host.document->statusContext, answer.contexts().back());
+  EXPECT_EQ(host.statusContext(), answer.contexts().back());
   EXPECT_EQ(ARB_ERR_NOMEMORY, ArbDocumentReadAhead(host.document));
   EXPECT_EQ(before + 2, answer.contexts().size());
   EXPECT_EQ(ARB_ERR_NOMEMORY, ArbDocumentReadAhead(host.document));

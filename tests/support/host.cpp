@@ -23,7 +23,7 @@ Host::Host(std::uint32_t mode, std::uint32_t source, const char16_t* nameTemplat
   context.producerArg1 = handle_;
   context.producerArg2 = kArgument2;
   context.producerArg3 = kArgument3;
-  ok(ArbDocumentCreate(source, &context, nameTemplate, handle_, mode, &document));
+  ok(ArbDocumentCreate(source, &context, nameTemplate, statusContext(), mode, &document));
 }
 
 Host::~Host() {

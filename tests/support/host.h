@@ -43,6 +43,9 @@ class Host {
 
   Host& then(Step step);
 
+  // The one that the document was made with.
+  std::uint32_t statusContext() const { return 0x5700 + handle_; }
+
   // Registers the recorder for events; `kinds` makes factory and destroyer of the test namespace write to it as well.
   void record(bool kinds = false);
 

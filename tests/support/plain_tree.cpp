@@ -206,13 +206,17 @@ ArbStatus PlainTree::consumerReleaseSubtree(PlainNode* node) {
   return status;
 }
 
+void PlainTree::note(std::uint32_t what, const PlainNode& node) {
+  happened.push_back({what, node.number, node.flags, node.parent ? node.parent->number : 0, chunkBytes});
+}
+
 void PlainTree::tell(std::uint32_t event, const PlainNode& node) {
-  if (callback) happened.push_back({event, node.number});
+  if (callback) note(event, node);
 }
 
 void PlainTree::tellHook(std::uint32_t hook, const PlainNode& node) {
   const bool has = std::find(hooked.begin(), hooked.end(), node.kind) != hooked.end();
-  if (has) happened.push_back({hook, node.number});
+  if (has) note(hook, node);
 }
 
 void PlainTree::tellKind(std::uint32_t what, const PlainNode& node) {

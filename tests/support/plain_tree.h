@@ -16,10 +16,11 @@
 
 namespace arbtree::test {
 
-// An event, or one of these, with the number of the node that it is about.
+// An event, or one of these, with the number of the node that it is about, and how things are at that moment: the
+// node's flags, its parent's number or 0, and the bytes in the chunk.
 constexpr std::uint32_t kMade = 100, kDestroyed = 101, kAttributesHook = 102, kReleaseHook = 103;
 struct Happening {
-  std::uint32_t what, number;
+  std::uint32_t what, number, flags = 0, parent = 0, bytes = 0;
   bool operator==(const Happening&) const = default;
 };
 
@@ -121,6 +122,7 @@ class PlainTree {
   ArbStatus consumerReleaseSubtree(PlainNode* node);
 
  private:
+  void note(std::uint32_t what, const PlainNode& node);
   void tell(std::uint32_t event, const PlainNode& node);
   void tellHook(std::uint32_t hook, const PlainNode& node);
   // Factory and destroyer of the test's own kind; a node has no number yet when its factory runs.

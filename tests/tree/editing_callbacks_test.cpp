@@ -20,8 +20,8 @@ class Document {
     root = rootOf(host.makeTree());
     const struct {
       const char *parent, *name;
-    } rows[] = {{"root", "g"}, {"g", "q"}, {"root", "p"}, {"p", "a"}, {"a", "c"}, {"a", "d"},
-                {"p", "b"},    {"b", "e"}, {"p", "f"},    {"root", "z"}};
+    } rows[] = {{"root", "g"}, {"g", "q"}, {"root", "p"}, {"p", "a"}, {"a", "c"},
+                {"a", "d"},    {"p", "b"}, {"b", "e"},    {"p", "f"}, {"root", "z"}};
     nodes["root"] = root;
     for (const auto& row : rows) nodes[row.name] = host.append(nodes[row.parent], row.name);
     nodes["x"] = host.make(root->tree, "x");
@@ -51,7 +51,8 @@ class Document {
  private:
   static std::uint32_t ARB_CALL onEvent(ArbDocument*, std::uint32_t event, void* node, void* self) {
     auto& document = *static_cast<Document*>(self);
-    if (document.edit && event == document.event && node == document.about) std::exchange(document.edit, nullptr)(document);
+    if (document.edit && event == document.event && node == document.about)
+      std::exchange(document.edit, nullptr)(document);
     return 0;
   }
 };
@@ -73,8 +74,7 @@ struct SubtreeCall {
   void (*recursion)(ArbNode*);
 };
 const SubtreeCall kSubtreeCalls[] = {
-    {ArbNodeProducerDoneSubtree,
-     recursively<ARB_NODE_ATTRIBUTES_DONE | ARB_NODE_CHILDREN_DONE, ArbNodeProducerDone>},
+    {ArbNodeProducerDoneSubtree, recursively<ARB_NODE_ATTRIBUTES_DONE | ARB_NODE_CHILDREN_DONE, ArbNodeProducerDone>},
     {ArbNodeProducerReleaseSubtree, recursively<ARB_NODE_PRODUCER_RELEASED, ArbNodeProducerRelease>},
 };
 

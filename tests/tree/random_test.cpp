@@ -48,18 +48,25 @@ std::uint32_t ARB_CALL make(ArbTree*, std::uint32_t id, ArbNode** node) {
   (*node)->nodeType = &type;
   return ARB_OK;
 }
+void note(std::uint32_t what, const ArbNode& node) {
+  const ArbNode* const parent = resolve(node.parentCell);
+  const std::uint32_t bytes = node.tree->child.document->chunkBytes;
+  happened.push_back({what, node.number, node.flags, parent ? parent->number : 0, bytes});
+}
 std::uint32_t ARB_CALL destroy(ArbNode* node) {
+  std::uint32_t count = 0;
+  EXPECT_EQ(ARB_OK, ElemDefsGetElementCount(node->tree->child.document->elemDefs, kNamespace, &count));
   happened.push_back({kDestroyed, node->number});
   heap::release(node, sizeof(ArbNode));
   return ARB_OK;
 }
 std::uint32_t ARB_CALL onEvent(ArbDocument*, std::uint32_t event, void* node, void*) {
-  happened.push_back({event, static_cast<ArbNode*>(node)->number});
+  note(event, *static_cast<ArbNode*>(node));
   return 0;
 }
 template <std::uint32_t Hook>
 std::uint32_t ARB_CALL onHook(std::uintptr_t node, void*) {
-  happened.push_back({Hook, reinterpret_cast<ArbNode*>(node)->number});
+  note(Hook, *reinterpret_cast<ArbNode*>(node));
   return 13;  // nobody may look at it
 }
 
