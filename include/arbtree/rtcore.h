@@ -95,7 +95,11 @@ inline uint32_t RtCodeOfException() {
  * compiled into the producer's module, so that it catches there and the code is known.
  */
 template <ArbProducerEntry Entry>
-uint32_t ARB_CALL RtProducer(uint32_t argument1, uint32_t argument2, uint32_t argument3) {
+#if defined(__GNUC__)
+__attribute__((no_sanitize("null"))) /* a forced unwinding has no object for the reference that catches it */
+#endif
+uint32_t ARB_CALL
+RtProducer(uint32_t argument1, uint32_t argument2, uint32_t argument3) {
   try {
     return Entry(argument1, argument2, argument3);
 #if defined(__GLIBCXX__)

@@ -1,8 +1,8 @@
 // Linking nodes into child lists, and, in a producer-only document, rearranging them.
 //
-// Invariants that every call keeps: a linked node has a parentCell; the children of a node run from firstChildCell
-// along nextSiblingCell to lastChildCell, with prevSiblingCell pointing back; every ancestor of a node in the tree is
-// in the tree, except below a node that was removed.
+// Invariants that every call keeps: a linked node has a parentCell, but for the root; the children of a node run from
+// firstChildCell along nextSiblingCell to lastChildCell, with prevSiblingCell pointing back; every ancestor of a node
+// in the tree is in the tree, except below a node that was removed or that children were transferred to.
 #include "tree/attach.h"
 
 namespace arbtree {

@@ -24,7 +24,7 @@ ArbStatus producerRelease(Observers observers, ArbNode& node) {
   give(node, ARB_NODE_PRODUCER_RELEASED);
   if (!isReleasedByAll(node)) [[likely]]  // the consumer mostly comes later
     return status;
-  const ArbStatus freed = freeUnlessKept(node);
+  const ArbStatus freed = freeUnlessKept(node);  // ARB_OK, and in the unobserved way the call's last step
   return status == ARB_OK ? freed : status;
 }
 

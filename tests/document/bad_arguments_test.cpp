@@ -62,6 +62,7 @@ TEST(BadArguments, OtherNulls) {
     const char16_t* text = nullptr;
     EXPECT_EQ(ARB_ERR_BADARG, ArbDocumentCreate(0, &host.context, nullptr, 0, mode, nullptr));
     EXPECT_EQ(ARB_ERR_BADARG, ArbDocumentQueryBreak(document, nullptr));
+    EXPECT_EQ(ARB_ERR_BADARG, ArbDocumentRegisterCallback(document, nullptr, nullptr));
     EXPECT_EQ(ARB_ERR_BADARG, ArbDocumentCreateForest(document, nullptr, nullptr));
     EXPECT_EQ(ARB_ERR_BADARG, ArbDocumentCreateTree(document, nullptr, nullptr));
     EXPECT_EQ(ARB_ERR_BADARG, ArbDocumentGetInterface(nullptr, 0, &slot));
@@ -85,6 +86,18 @@ TEST(BadArguments, OtherNulls) {
     EXPECT_EQ("root", host.shape(root));
     EXPECT_EQ(1u, document->rootForest->childCount);
     EXPECT_TRUE(host.runs.empty());
+  }
+}
+
+// Runs answer that there is nothing to run, and go on answering it.
+TEST(BadArguments, NoProducer) {
+  ArbHostContext noEntries{};
+  for (ArbHostContext* const context : {static_cast<ArbHostContext*>(nullptr), &noEntries}) {
+    ArbDocument* document = nullptr;
+    ok(ArbDocumentCreate(0, context, nullptr, 0, 0, &document));
+    for (int run = 0; run < 2; ++run) EXPECT_EQ(ARB_ERR_BADARG, ArbDocumentReadAhead(document));
+    EXPECT_EQ(ARB_ERR_BADARG, ArbForestWaitAllChildrenAttached(document->rootForest));
+    ok(ArbDocumentDestroy(document));
   }
 }
 

@@ -130,6 +130,19 @@ TEST(ReadAhead, AForcedBreakHoldsToTheEndOfTheRun) {
   ok(ArbDocumentReadAhead(host.document));
 }
 
+TEST(ReadAhead, ByteBudgetStaysFullBeyondItsCounter) {
+  Host host;
+  ArbNode* const root = rootOf(host.makeTree());
+  host.then([&] {
+    host.document->chunkBytes = 0xFFFFFFFFu - 1;
+    host.append(root, "a");
+    EXPECT_EQ(0xFFFFFFFFu, host.document->chunkBytes);
+    EXPECT_EQ(1u, breakDue(host));
+    return kPause;
+  });
+  ok(ArbDocumentReadAhead(host.document));
+}
+
 TEST(ReadAhead, AnExceptionOfTheProducerIsARunWithItsTranslatedStatus) {
   struct Row {
     const char* name;
@@ -154,9 +167,11 @@ TEST(ReadAhead, AnExceptionOfTheProducerIsARunWithItsTranslatedStatus) {
     SCOPED_TRACE(row.name);
     Host host;
     ArbNode* const root = rootOf(host.makeTree());
-    host.then([&] { return host.append(root, "a"), ARB_OK; }).then(row.raise).then([] { return kPause; });
+    host.then([&] { return host.append(root, "a"), ArbDocumentForceBreak(host.document); });
+    host.then(row.raise).then([] { return kPause; });
     EXPECT_EQ(row.answer, ArbDocumentReadAhead(host.document));
     EXPECT_EQ(0u, host.document->flags & ARB_DOC_RUNNING);
+    EXPECT_EQ(0u, breakDue(host)) << "the request ends with the run";
     EXPECT_EQ(1u, host.document->runCount);
     EXPECT_EQ("root(a)", host.shape(root));
     EXPECT_EQ(row.answer, ArbDocumentReadAhead(host.document));
@@ -165,23 +180,26 @@ TEST(ReadAhead, AnExceptionOfTheProducerIsARunWithItsTranslatedStatus) {
 }
 
 TEST(StatusCallback, IsAskedOnceAfterEveryRunThatAttachedANode) {
-  StatusAnswer answer(0);
-  Host host;
-  ArbTree* const tree = host.makeTree();
-  ArbNode* const root = rootOf(tree);
-  const std::size_t before = answer.contexts().size();
-  host.then([&] { return ArbNodeDestroy(host.make(tree, "not attached")), kPause; });
-  host.then([&] { return host.append(root, "a"), host.append(root, "b"), kPause; });
-  host.then([&] { return host.append(root, "c"), ARB_ERR_NOMEMORY; });
-  ok(ArbDocumentReadAhead(host.document));
-  EXPECT_EQ(before, answer.contexts().size());
-  ok(ArbDocumentReadAhead(host.document));
-  EXPECT_EQ(before + 1, answer.contexts().size());
-  EXPECT_EQ(host.statusContext(), answer.contexts().back());
-  EXPECT_EQ(ARB_ERR_NOMEMORY, ArbDocumentReadAhead(host.document));
-  EXPECT_EQ(before + 2, answer.contexts().size());
-  EXPECT_EQ(ARB_ERR_NOMEMORY, ArbDocumentReadAhead(host.document));
-  EXPECT_EQ(before + 2, answer.contexts().size()) << "no run, no question";
+  for (const ArbStatus last : {ArbStatus{ARB_ERR_NOMEMORY}, ArbStatus{ARB_STATUS_END}}) {
+    SCOPED_TRACE(last);
+    StatusAnswer answer(0);
+    Host host;
+    ArbTree* const tree = host.makeTree();
+    ArbNode* const root = rootOf(tree);
+    const std::size_t before = answer.contexts().size();
+    host.then([&] { return ArbNodeDestroy(host.make(tree, "not attached")), kPause; });
+    host.then([&] { return host.append(root, "a"), host.append(root, "b"), kPause; });
+    host.then([&] { return host.append(root, "c"), last; });
+    ok(ArbDocumentReadAhead(host.document));
+    EXPECT_EQ(before, answer.contexts().size());
+    ok(ArbDocumentReadAhead(host.document));
+    EXPECT_EQ(before + 1, answer.contexts().size());
+    EXPECT_EQ(host.statusContext(), answer.contexts().back());
+    EXPECT_EQ(last, ArbDocumentReadAhead(host.document));
+    EXPECT_EQ(before + 2, answer.contexts().size());
+    EXPECT_EQ(last, ArbDocumentReadAhead(host.document));
+    EXPECT_EQ(before + 2, answer.contexts().size()) << "no run, no question";
+  }
 }
 
 TEST(StatusCallback, OnlyTwentyAndThirtyTwoAbandonAndNothingIsLost) {

@@ -67,10 +67,10 @@ TEST_F(CellPool, AnyOrderOfTakingAndGivingBack) {
   std::mt19937 random(testSeed());
   PlainPool model;
   std::vector<std::pair<ArbNodeRef*, Place>> live;
-  // Phases that grow, hold and shrink, so that blocks fill, empty and fill again.
-  for (const std::uint32_t takePercent : {95u, 50u, 10u, 80u, 45u, 98u, 5u, 60u}) {
+  // Phases that grow, hold, shrink and empty the pool, so that blocks fill, empty and fill again.
+  for (const std::uint32_t takePercent : {95u, 50u, 10u, 80u, 45u, 98u, 0u, 60u, 98u, 5u, 60u}) {
     for (int i = 0; i < 20000; ++i) {
-      if (live.empty() || random() % 100 < takePercent) {
+      if (takePercent == 0 ? i == 0 : live.empty() || random() % 100 < takePercent) {
         ArbNodeRef* const cell = take();
         const Place expected = model.take();
         ASSERT_EQ(expected.block, placeOf(cell).block);

@@ -174,13 +174,13 @@ class Sequence {
       ArbStatus(ARB_CALL* call)(ArbNode*);
       std::uint32_t marks;
     };
-    for (const Row& row : {Row{ArbNodeWaitAttributesDone, ARB_NODE_ATTRIBUTES_DONE},
-                           Row{ArbNodeWaitAllChildrenAttached, ARB_NODE_CHILDREN_DONE},
-                           Row{ArbNodeWaitProducerDone, ARB_NODE_ATTRIBUTES_DONE | ARB_NODE_CHILDREN_DONE}}) {
-      const auto isAnswered = [&] { return model_.producerOnly || (a->flags & row.marks) == row.marks; };
-      const ArbStatus status = waitFor(isAnswered, [&] { return row.call(a->real); });
-      expectStatus(model_.producerOnly ? ARB_ERR_MODE : ARB_OK, status);
-    }
+    static const Row rows[] = {{ArbNodeWaitAttributesDone, ARB_NODE_ATTRIBUTES_DONE},
+                               {ArbNodeWaitAllChildrenAttached, ARB_NODE_CHILDREN_DONE},
+                               {ArbNodeWaitProducerDone, ARB_NODE_ATTRIBUTES_DONE | ARB_NODE_CHILDREN_DONE}};
+    const Row& row = rows[random_() % std::size(rows)];
+    const auto isAnswered = [&] { return model_.producerOnly || (a->flags & row.marks) == row.marks; };
+    const ArbStatus status = waitFor(isAnswered, [&] { return row.call(a->real); });
+    expectStatus(model_.producerOnly ? ARB_ERR_MODE : ARB_OK, status);
   }
 
   void expect(const char* what, bool holds) {
@@ -548,7 +548,7 @@ const Sequence::WeightedCall Sequence::kCalls[] = {
     {"push cursors", 1, &Sequence::pushCursors},
     {"pop cursors", 1, &Sequence::popCursors},
     {"read ahead", 1, &Sequence::readAhead},
-    {"wait for marks", 1, &Sequence::waitForMarks},
+    {"wait for marks", 2, &Sequence::waitForMarks},
     {"toggle callback", 1, &Sequence::toggleCallback},
     {"toggle hooks", 1, &Sequence::toggleHooks},
 };

@@ -93,8 +93,8 @@ ARB_API ArbStatus ARB_CALL ArbNodeRemoveFromTree(ArbNode *node);
 /**
  * Moves all children of one node, in order, to the end of another's child list. No event is raised and nothing is
  * counted: the children stay in or out of the tree as they were. The two must belong to one tree, and `to` must not be
- * a descendant of `from`. Children of `from` that were freed move in childCount but not in freedChildCount, so that
- * releases no longer free `to`.
+ * a descendant of `from`. Children of `from` that were freed move in childCount but not in freedChildCount: releases no
+ * longer free `to`, and children that `from` gets later keep it although its counts say that all have been freed.
  *
  * \retval ARB_OK the children are moved
  * \retval ARB_ERR_LOCKED the attributes of `from` are done

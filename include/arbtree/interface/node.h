@@ -57,7 +57,7 @@ struct ArbNode {
   ArbNodeRef *prevSiblingCell; /**< null if there is none */
   ArbNodeRef *nextSiblingCell; /**< null if there is none yet */
   uint32_t childCount;         /**< children linked, freed ones included */
-  uint32_t freedChildCount;    /**< of them freed */
+  uint32_t freedChildCount;    /**< of them freed; see also ArbNodeTransferChildren */
   ArbNodeRef *firstChildCell;  /**< first child alive, or null */
   ArbNodeRef *lastChildCell;   /**< last child alive, or null */
   uint16_t size;               /**< bytes of the whole record; set by the factory */
