@@ -35,6 +35,7 @@ TEST_F(ExternalReference, CarriesTargetAndName) {
       ok(ArbNodeAppendChild(root, node));
     }
   }
+  EXPECT_EQ(256u, tree->externalRefCapacity);
 }
 
 TEST_F(ExternalReference, ComparesAndHashesByTargetAndName) {

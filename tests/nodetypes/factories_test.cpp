@@ -26,6 +26,9 @@ class Factories : public testing::Test {
     EXPECT_EQ(status == ARB_OK, factory != nullptr);
     EXPECT_EQ(status == ARB_OK, destroyer != nullptr);
     EXPECT_EQ(status == ARB_OK && ns != ARB_NAMESPACE_BUILTIN, destroyer == destroyElement);
+    if (destroyer == destroyElement) {
+      EXPECT_EQ(ns, tree->lastFactory.elementNamespace) << "found without a search next time";
+    }
     return status == ARB_OK;
   }
   bool makes(std::uint32_t ns) {

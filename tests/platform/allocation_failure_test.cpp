@@ -91,6 +91,25 @@ TEST(AllocationFailure, Documents) {
   });
 }
 
+// What a caller's variable holds afterwards: what it held, when the record itself could not be had; else null.
+TEST(AllocationFailure, ResultsOfCallsThatMakeMoreThanARecord) {
+  Host host;
+  ArbHostContext context{};
+  for (const std::uint64_t n : {1u, 2u}) {
+    SCOPED_TRACE(n);
+    ArbDocument* document = host.document;
+    heap::testing::failAllocation(n, false);
+    EXPECT_EQ(ARB_ERR_NOMEMORY, ArbDocumentCreate(0, &context, u"name", 0, 0, &document));
+    EXPECT_EQ(n == 1 ? host.document : nullptr, document);
+    ArbTree* const untouched = reinterpret_cast<ArbTree*>(&context);
+    ArbTree* tree = untouched;
+    heap::testing::failAllocation(n, false);
+    expectRefusal(ArbDocumentCreateTree(host.document, u"name", &tree));
+    EXPECT_EQ(n == 1 ? untouched : nullptr, tree);
+    heap::testing::stopFailing();
+  }
+}
+
 #ifndef _WIN32
 TEST(AllocationFailure, TheElementDefinitionsOfADocument) {
   const std::uint64_t blocks = heap::testing::liveBlocks();
@@ -286,7 +305,7 @@ TEST(AllocationFailure, WalksNeedNoMemory) {
       ArbTree* const tree = host.makeTree();
       ArbNode* const top = host.make(tree, "top");
       ArbNode* parent = top;
-      for (int depth = 0; depth < 5000; ++depth) {
+      for (int depth = 0; depth < 1000; ++depth) {
         host.append(parent, "leaf");
         parent = host.append(parent, "deep");
         host.append(parent, "leaf");

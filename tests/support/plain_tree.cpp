@@ -207,7 +207,7 @@ ArbStatus PlainTree::consumerReleaseSubtree(PlainNode* node) {
 }
 
 void PlainTree::note(std::uint32_t what, const PlainNode& node) {
-  happened.push_back({what, node.number, node.flags, node.parent ? node.parent->number : 0, chunkBytes});
+  happened.push_back({what, node.number, node.flags, node.parent ? node.parent->number : 0, chunkBytes, chunkNodes});
 }
 
 void PlainTree::tell(std::uint32_t event, const PlainNode& node) {

@@ -17,10 +17,10 @@
 namespace arbtree::test {
 
 // An event, or one of these, with the number of the node that it is about, and how things are at that moment: the
-// node's flags, its parent's number or 0, and the bytes in the chunk.
+// node's flags, its parent's number or 0, and the bytes and nodes in the chunk.
 constexpr std::uint32_t kMade = 100, kDestroyed = 101, kAttributesHook = 102, kReleaseHook = 103;
 struct Happening {
-  std::uint32_t what, number, flags = 0, parent = 0, bytes = 0;
+  std::uint32_t what, number, flags = 0, parent = 0, bytes = 0, nodes = 0;
   bool operator==(const Happening&) const = default;
 };
 

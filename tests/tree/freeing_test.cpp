@@ -41,6 +41,23 @@ TEST(FreeingOrder, ATreeGoesFromItsRootAndLeavesWhatWasNeverLinked) {
   EXPECT_EQ(1u, host.document->rootForest->childCount);
 }
 
+// The callback that is told of it frees the node once more.
+TEST(FreeingOrder, FreeingWithinFreeing) {
+  Host host;
+  ArbTree* const tree = host.makeTree();
+  ArbNode* const top = host.make(tree, "top");
+  host.append(top, "a");
+  host.record(true);
+  const auto again = [](ArbDocument*, std::uint32_t event, void* node, void*) -> std::uint32_t {
+    if (event == ARB_EVENT_NODE_FREED) ok(ArbNodeDestroy(static_cast<ArbNode*>(node)));
+    return 0;
+  };
+  ok(ArbDocumentRegisterCallback(host.document, again, nullptr));
+  ok(ArbNodeDestroy(top));
+  EXPECT_EQ((Lines{"freed top", "destroy a", "destroy top"}), host.events.take());
+  ok(ArbDocumentUnregisterCallback(host.document, again));
+}
+
 // A node whose destroyer cannot be found is settled like any other, but its record stays.
 TEST(FreeingOrder, ANodeWithoutDestroyerKeepsItsRecord) {
   Host host;

@@ -45,6 +45,22 @@ void expectValue(const Owner& owner, std::uint32_t key, const char* bytes, std::
   EXPECT_EQ('#', buffer[size]);
 }
 
+// Up to four bytes are kept in the entry; a value of the same size takes the place of the old one.
+TEST(Metadata, WhatTakesMemory) {
+  for (const std::uint32_t size : {0u, 4u, 5u, 20u}) {
+    SCOPED_TRACE(size);
+    forEachOwner([size](const Owner& owner) {
+      const std::uint64_t blocks = heap::testing::liveBlocks();
+      ok(owner.set(1, kBytes, size));
+      EXPECT_EQ(blocks + (size > 4 ? 2 : 1), heap::testing::liveBlocks());
+      heap::testing::failAllocation(1, true);
+      ok(owner.set(1, kBytes + 3, size));
+      heap::testing::stopFailing();
+      expectValue(owner, 1, kBytes + 3, size);
+    });
+  }
+}
+
 TEST(Metadata, Reading) {
   forEachOwner([](const Owner& owner) {
     char buffer[8] = "#######";

@@ -50,8 +50,9 @@ std::uint32_t ARB_CALL make(ArbTree*, std::uint32_t id, ArbNode** node) {
 }
 void note(std::uint32_t what, const ArbNode& node) {
   const ArbNode* const parent = resolve(node.parentCell);
-  const std::uint32_t bytes = node.tree->child.document->chunkBytes;
-  happened.push_back({what, node.number, node.flags, parent ? parent->number : 0, bytes});
+  const ArbDocument& document = *node.tree->child.document;
+  happened.push_back(
+      {what, node.number, node.flags, parent ? parent->number : 0, document.chunkBytes, document.chunkNodes});
 }
 std::uint32_t ARB_CALL destroy(ArbNode* node) {
   std::uint32_t count = 0;
