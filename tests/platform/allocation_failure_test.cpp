@@ -306,9 +306,10 @@ TEST(AllocationFailure, WalksNeedNoMemory) {
       ArbNode* const top = host.make(tree, "top");
       ArbNode* parent = top;
       for (int depth = 0; depth < 1000; ++depth) {
-        host.append(parent, "leaf");
-        parent = host.append(parent, "deep");
-        host.append(parent, "leaf");
+        ArbNode* const above = parent;
+        host.append(above, "leaf");
+        parent = host.append(above, "deep");
+        host.append(above, "leaf");
       }
       ArbNode* const loose = host.make(tree, "loose");
       host.append(host.append(loose, "below"), "lowest");

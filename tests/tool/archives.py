@@ -246,6 +246,34 @@ class Names(InFolder):
                     with open(path, "rb") as file:
                         self.assertEqual(b"content", file.read())
 
+    # A name and its decomposed form are two; bytes that are no UTF-8 may stand where an archive says that there is UTF-8.
+    TWINS = {"caf\u00e9": b"composed", "cafe\u0301": b"decomposed"}
+
+    def test_names_in_utf8_are_kept_to_the_byte(self):
+        twins = list(self.TWINS.items())
+        damaged = make_zip([("caf\u00e9", b"1"), ("z\u00e9", b"2")]).replace("\u00e9".encode(), b"\xe9\xe8")
+        for form, data in [("pax", tar(twins)), ("zip", make_zip(twins)), ("in tar", tar([("z.zip", make_zip(twins))]))]:
+            with self.subTest(form):
+                folder = tempfile.mkdtemp(dir=self.folder)
+                path = self.write(form, data)
+                for source, given in [(path, None), ("-", data)]:
+                    names = [line.rpartition("/")[2] for line in run("ls", source, data=given).out.decode().splitlines()]
+                    self.assertEqual(list(self.TWINS), names[-2:])
+                self.assertEqual(0, run("extract", "-C", folder, path).status)
+                found = {os.path.basename(name).decode(): what[-1] for name, what in tree_of(folder).items()}
+                self.assertEqual(self.TWINS, {name: found[name] for name in self.TWINS})
+        self.assertEqual(b"caf\\351\\350\nz\\351\\350\n", run("ls", "-", data=damaged).out)
+
+    def test_members_that_do_not_say_what_they_are_are_files(self):
+        for name, data in [("x.xml", XML), ("plain", b"plain")]:
+            self.write(name, data)
+        subprocess.run(["ar", "rcD", "a.ar", "x.xml", "plain"], cwd=self.folder, check=True)
+        archive = self.folder + "/a.ar"
+        self.assertEqual(1, stats(archive)["documents"])
+        self.assertEqual(0, run("extract", "-C", self.new_folder("out"), archive).status)
+        with open(self.folder + "/out/plain", "rb") as file:
+            self.assertEqual(b"plain", file.read())
+
 
 class Searching(InFolder):
     def test_places_of_elements(self):

@@ -2,6 +2,7 @@
 told by name and by the exit status.
 """
 import fcntl
+import io
 import os
 import re
 import resource
@@ -13,13 +14,14 @@ import tempfile
 import termios
 import time
 import unittest
+import zipfile
 from array import array
 from concurrent.futures import ThreadPoolExecutor
 
 sys.dont_write_bytecode = True
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "support"))
 from archives import XML, bsdtar, make_zip, packed, tar, tar_entry, tree_of  # noqa: E402
-from tool import ENVIRONMENT, TIMEOUT, TOOL, InFolder, run  # noqa: E402
+from tool import ENVIRONMENT, TIMEOUT, TOOL, InFolder, run, stats  # noqa: E402
 
 SYMBOLIC, HARD, DEVICE, FIFO = b"2", b"1", b"3", b"6"
 GOOD = ("good", b"good")
@@ -244,6 +246,44 @@ class Damage(IntoTarget):
         self.assertIn("arbtree: <stdin>: bad.xml:1:30: mismatched tag", result.err)
         self.assertIn("arbtree: <stdin>: z.zip/", result.err)
         self.assertLessEqual(2, result.out.count(b"x & "))
+
+    def test_a_damaged_header_leaves_out_its_member_alone(self):
+        data = tar([("a", b"1"), ("b", b"2"), ("c", b"3")], form=0)
+        for at in [0, 100, 124, 148, 156, 257, 400]:  # name, mode, size, check sum, kind, sign, padding
+            broken = bytearray(data)
+            broken[1024 + at] ^= 1
+            with self.subTest(at):
+                result = run("ls", "-", data=bytes(broken))
+                self.assertEqual((1, b"a\nc\n"), (result.status, result.out))
+                self.assertIn("a damaged member is left out", result.err)
+
+    def test_every_damage_that_gzip_notices_is_noticed(self):
+        packed_xml = packed("gzip", XML)
+        for at in range(10, len(packed_xml)):
+            broken = bytearray(packed_xml)
+            broken[at] ^= 4
+            gzip = subprocess.run(["gzip", "-t"], input=bytes(broken), stderr=subprocess.DEVNULL, check=False)
+            result = run("stats", "-", data=bytes(broken))
+            self.assertEqual(gzip.returncode != 0, result.status != 0, at)
+        for data, status in [(packed_xml + bytes(100), 0), (packed_xml + b"more", 1), (packed_xml[:-1], 1)]:
+            self.assertEqual(status, run("stats", "-", data=data).status)
+        halves = packed("gzip", XML[:50]) + packed("gzip", XML[50:])
+        self.assertEqual(XML.count(b"<e "), stats("-", data=halves)["elements"] - 1)
+
+    def test_an_archive_stored_in_one_that_is_cut_is_not_taken_for_the_whole(self):
+        inner = make_zip([("a.xml", XML)])
+        out = io.BytesIO()
+        with zipfile.ZipFile(out, "w", zipfile.ZIP_STORED) as archive:
+            archive.writestr("in.zip", inner)
+            archive.writestr("b", b"b" * 1000)
+        whole = out.getvalue()
+        self.assertEqual(0, run("ls", self.write("whole.zip", whole)).status)
+        end_of_inner = whole.index(inner) + len(inner)
+        for size in [end_of_inner, end_of_inner + 10, end_of_inner + 200]:
+            path = self.write("cut.zip", whole[:size])
+            for source, data in [(path, None), ("-", whole[:size])]:
+                with self.subTest(source=source, size=size):
+                    self.assertEqual(1, run("ls", source, data=data).status)
 
     def test_a_file_that_fails_is_not_extracted(self):
         good = make_zip([("a", b"a" * 1000), ("f", os.urandom(1000))])

@@ -25,6 +25,7 @@ class Document {
     nodes["root"] = root;
     for (const auto& row : rows) nodes[row.name] = host.append(nodes[row.parent], row.name);
     nodes["x"] = host.make(root->tree, "x");
+    for (const auto& [name, node] : nodes) cells[name] = node->cell;
     host.record();
     ok(ArbDocumentRegisterCallback(host.document, onEvent, this));
   }
@@ -39,11 +40,15 @@ class Document {
   ~Document() {
     edit = nullptr;
     ok(ArbDocumentUnregisterCallback(host.document, onEvent));
+    for (const auto& [name, node] : nodes) {
+      if (resolve(cells[name]) == node && !(node->flags & ARB_NODE_LINKED)) ok(ArbNodeDestroy(node));
+    }
   }
 
   Host host{1};
   ArbNode* root;
   std::map<std::string, ArbNode*> nodes;
+  std::map<std::string, const ArbNodeRef*> cells;
   std::uint32_t event = 0;
   const ArbNode* about = nullptr;
   Edit edit = nullptr;

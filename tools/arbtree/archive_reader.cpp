@@ -6,7 +6,9 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <clocale>
 #include <cstdio>
+#include <cstring>
 #include <new>
 #include <utility>
 
@@ -87,17 +89,53 @@ void supportFormat(archive* handle, ContentKind format) {
 constexpr std::size_t kZipEndBytes = 22;
 constexpr std::size_t kZipTailBytes = kZipEndBytes + 0xFFFF;
 
-bool hasZipEnd(std::string_view tail) {
+std::uint32_t littleEndian16(std::string_view bytes, std::size_t at) {
+  return static_cast<unsigned char>(bytes[at]) + 256u * static_cast<unsigned char>(bytes[at + 1]);
+}
+
+std::uint64_t littleEndian32(std::string_view bytes, std::size_t at) {
+  return littleEndian16(bytes, at) | littleEndian16(bytes, at + 2) << 16;
+}
+
+// Whether the record at `at` of the tail is the end of an archive that begins with the stream, and not of one that is
+// stored in it: the directory, which it places, is right before it. (Large archives have another record in between.)
+bool endsWholeStream(std::string_view tail, std::size_t at, std::uint64_t streamBytes) {
+  constexpr std::size_t kLargeRecord = 20;
+  if (at >= kLargeRecord && tail.substr(at - kLargeRecord).starts_with("PK\6\7")) return true;
+  return littleEndian32(tail, at + 12) + littleEndian32(tail, at + 16) == streamBytes - tail.size() + at;
+}
+
+// `isWhole`: the stream begins with a member, so that nothing else stands before the archive.
+bool hasZipEnd(std::string_view tail, std::uint64_t streamBytes, bool isWhole) {
   for (std::size_t at = tail.rfind("PK\5\6"); at != std::string_view::npos; at = tail.rfind("PK\5\6", at - 1)) {
     if (at + kZipEndBytes <= tail.size()) {
-      const std::size_t comment =
-          static_cast<unsigned char>(tail[at + 20]) + 256u * static_cast<unsigned char>(tail[at + 21]);
-      if (at + kZipEndBytes + comment <= tail.size()) return true;
+      const std::size_t comment = littleEndian16(tail, at + 20);
+      const bool isComplete = at + kZipEndBytes + comment <= tail.size();
+      if (isComplete && (!isWhole || endsWholeStream(tail, at, streamBytes))) return true;
     }
     if (at == 0) break;
   }
   return false;
 }
+
+// In a locale of UTF-8 libarchive brings names that it knows to be UTF-8 into the composed normal form, by which two
+// names might become one. What it cannot convert at all it leaves as it is in tar archives, so those are read without a
+// locale.
+class PlainLocale {
+ public:
+  explicit PlainLocale(bool wanted) {
+    static const locale_t plain = newlocale(LC_CTYPE_MASK, "C", nullptr);
+    if (wanted && plain) before_ = uselocale(plain);
+  }
+  ~PlainLocale() {
+    if (before_) uselocale(before_);
+  }
+  PlainLocale(const PlainLocale&) = delete;
+  PlainLocale& operator=(const PlainLocale&) = delete;
+
+ private:
+  locale_t before_ = nullptr;
+};
 
 std::string reasonOf(archive* handle) {
   const char* const reason = archive_error_string(handle);
@@ -179,7 +217,6 @@ class Decompressed final : public ByteSource {
   // False without an error: there is nothing in the stream.
   bool begin() {
     opened_ = true;
-    archive_read_support_filter_gzip(handle_.get());
     archive_read_support_filter_bzip2(handle_.get());
     archive_read_support_filter_xz(handle_.get());
     archive_read_support_filter_zstd(handle_.get());
@@ -209,32 +246,64 @@ class Decompressed final : public ByteSource {
 }  // namespace
 
 std::unique_ptr<ByteSource> decompress(ByteSource& source, Budget& budget) {
+  if (beginsAsGzip(source.peek(3))) return gunzip(source, budget);
   return std::make_unique<Decompressed>(source, budget);
 }
 
 std::optional<std::string_view> ArchiveFeed::next() {
   constexpr std::size_t kPieceBytes = 160;
   if (rest_.empty()) {
+    rememberBlock();
     const auto block = source_.next();
     if (!block) return std::nullopt;
     if (tailBytes_ != 0) keep(*block);
-    rest_ = *block;
+    if (position_ == 0) beginsWithZipMember_ = block->starts_with("PK\3\4");
+    block_ = rest_ = *block;
   }
   const std::string_view piece = rest_.substr(0, givesPieces_ ? kPieceBytes : rest_.size());
   rest_.remove_prefix(piece.size());
+  position_ += static_cast<std::int64_t>(piece.size());
   return piece;
 }
 
 std::int64_t ArchiveFeed::skip(std::int64_t count) {
-  if (rest_.empty()) return source_.skip(count);
+  if (rest_.empty()) {
+    const std::int64_t skipped = source_.skip(count);
+    if (skipped > 0) jump(position_ + skipped);
+    return skipped;
+  }
   count = std::min(count, static_cast<std::int64_t>(rest_.size()));
   rest_.remove_prefix(static_cast<std::size_t>(count));
+  position_ += count;
   return count;
 }
 
 std::int64_t ArchiveFeed::seek(std::int64_t offset, int whence) {
-  rest_ = {};
-  return source_.seek(offset, whence);
+  const std::int64_t position = source_.seek(offset, whence);
+  jump(position);
+  return position;
+}
+
+void ArchiveFeed::jump(std::int64_t position) {
+  block_ = rest_ = {};
+  before_.clear();
+  position_ = position;
+}
+
+void ArchiveFeed::rememberBlock() {
+  constexpr std::size_t kRemembered = 4096;
+  before_.append(block_.substr(block_.size() - std::min(block_.size(), kRemembered)));
+  if (before_.size() > kRemembered) before_.erase(0, before_.size() - kRemembered);
+  block_ = {};
+}
+
+std::string ArchiveFeed::lately(std::int64_t end, std::size_t count) const {
+  std::string bytes = before_;
+  bytes += block_.substr(0, block_.size() - rest_.size());
+  const std::int64_t behind = position_ - end;
+  if (behind < 0 || behind > static_cast<std::int64_t>(bytes.size())) return {};
+  bytes.resize(bytes.size() - static_cast<std::size_t>(behind));
+  return bytes.size() > count ? bytes.substr(bytes.size() - count) : bytes;
 }
 
 void ArchiveFeed::keep(std::string_view block) {
@@ -256,15 +325,47 @@ ArchiveReader::ArchiveReader(ByteSource& source, ContentKind format)
 }
 
 ArchiveReader::Step ArchiveReader::next() {
+  const PlainLocale plain(format_ == ContentKind::tar);
   if (!opened_) {
     opened_ = true;
     if (!open(archive_.get(), feed_, feed_.source().canSeek())) return fail(reasonOf(archive_.get()));
   }
   feed_.givePieces(format_ == ContentKind::zip);
-  const int status = archive_read_next_header(archive_.get(), &entry_);
+  int status = archive_read_next_header(archive_.get(), &entry_);
+  // A header that is damaged is passed over, and said to be so with the end of the archive.
+  while (status == ARCHIVE_RETRY) {
+    if (damage_.empty()) damage_ = "a damaged member is left out: " + reasonOf(archive_.get());
+    status = archive_read_next_header(archive_.get(), &entry_);
+  }
   if (status == ARCHIVE_EOF) return finish();
   if (status < ARCHIVE_WARN) return fail(reasonOf(archive_.get()));
   return Step::entry;
+}
+
+std::optional<std::string> ArchiveReader::name() const {
+  const char* name = archive_entry_pathname(entry_);
+  if (!name) name = archive_entry_pathname_utf8(entry_);
+  const bool isPlain = name && std::all_of(name, name + std::strlen(name), [](char c) { return (c & 0x80) == 0; });
+  if (format_ == ContentKind::zip && !isPlain) {
+    if (auto raw = nameInZipHeader()) return raw;
+  }
+  return name ? std::optional<std::string>(name) : std::nullopt;
+}
+
+// The name in the header that libarchive has just read, if the header says that it is UTF-8: libarchive gives that in
+// another normal form, or not at all.
+std::optional<std::string> ArchiveReader::nameInZipHeader() const {
+  constexpr std::size_t kHeader = 30;
+  constexpr std::size_t kLongest = 4096;
+  const std::string bytes = feed_.lately(archive_filter_bytes(archive_.get(), 0), kLongest);
+  for (std::size_t at = bytes.rfind("PK\3\4"); at != std::string::npos && at + kHeader <= bytes.size();
+       at = at == 0 ? std::string::npos : bytes.rfind("PK\3\4", at - 1)) {
+    const std::size_t length = littleEndian16(bytes, at + 26);
+    if (at + kHeader + length + littleEndian16(bytes, at + 28) != bytes.size()) continue;
+    if ((littleEndian16(bytes, at + 6) & 0x800) == 0) return std::nullopt;
+    return bytes.substr(at + kHeader, length);
+  }
+  return std::nullopt;
 }
 
 std::unique_ptr<ByteSource> ArchiveReader::content(Budget& budget) {
@@ -280,7 +381,7 @@ ArchiveReader::Step ArchiveReader::fail(std::string reason) {
 ArchiveReader::Step ArchiveReader::finish() {
   if (!feed_.source().canSeek() && !drain()) return fail(feed_.source().error());
   if (!endsInFull()) return fail("the archive is cut off: its end is missing");
-  return Step::end;
+  return damage_.empty() ? Step::end : fail(damage_);
 }
 
 bool ArchiveReader::drain() {
@@ -299,15 +400,20 @@ bool ArchiveReader::endsInFull() {
   if (format_ == ContentKind::tar) return read > archive_read_header_position(archive_.get());
   if (format_ == ContentKind::ar) return static_cast<std::uint64_t>(read) == feed_.source().bytesRead();
   if (format_ != ContentKind::zip) return true;
-  if (feed_.source().canSeek()) readTail();
-  return hasZipEnd(feed_.tail());
+  std::uint64_t size = feed_.source().bytesRead();
+  if (feed_.source().canSeek()) size = readTail();
+  return hasZipEnd(feed_.tail(), size, feed_.beginsWithZipMember());
 }
 
-void ArchiveReader::readTail() {
+// Gives the size of the archive.
+std::uint64_t ArchiveReader::readTail() {
+  feed_.seek(0, SEEK_SET);
+  feed_.next();
   feed_.keepTail(kZipTailBytes);
   const std::int64_t size = feed_.seek(0, SEEK_END);
   feed_.seek(std::max<std::int64_t>(0, size - static_cast<std::int64_t>(kZipTailBytes)), SEEK_SET);
   drain();
+  return static_cast<std::uint64_t>(size);
 }
 
 }  // namespace arbtree::tool

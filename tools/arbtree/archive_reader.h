@@ -12,6 +12,7 @@
 #include "byte_source.h"
 #include "content_kind.h"
 #include "content_limits.h"
+#include "gzip_source.h"
 
 namespace arbtree::tool {
 
@@ -22,6 +23,8 @@ using ArchiveHandle = std::unique_ptr<archive, FreeArchive>;
 
 // What libarchive reads from: a source, of whose bytes the last ones can be kept. libarchive unpacks all that it has of
 // a member at once, so only small pieces let one look at the beginning of a member without unpacking the rest.
+//
+// What has been given out lately can be read again, as far as it was given out in one go: that is where a header is.
 class ArchiveFeed {
  public:
   ArchiveFeed(ByteSource& source, std::size_t tailBytes) : source_(source), tailBytes_(tailBytes) {}
@@ -36,13 +39,22 @@ class ArchiveFeed {
   std::int64_t seek(std::int64_t offset, int whence);
   ByteSource& source() { return source_; }
   std::string_view tail() const { return tail_; }
+  bool beginsWithZipMember() const { return beginsWithZipMember_; }
+  // Up to `count` bytes, as many as are at hand, that end at a position of the source.
+  std::string lately(std::int64_t end, std::size_t count) const;
 
  private:
   void keep(std::string_view block);
+  void rememberBlock();
+  void jump(std::int64_t position);
 
   ByteSource& source_;
-  std::string_view rest_;  // of the block that the source gave last
+  std::string_view block_;     // that the source gave last
+  std::string_view rest_;      // of it
+  std::string before_;         // the end of what came before it
+  std::int64_t position_ = 0;  // where the rest begins
   bool givesPieces_ = false;
+  bool beginsWithZipMember_ = false;
   std::size_t tailBytes_;
   std::string tail_;  // at least the last tailBytes_ that there were
 };
@@ -57,6 +69,8 @@ class ArchiveReader {
   // Goes on to the next entry, past what is left of the current one. After a failure nothing more can be read.
   Step next();
   archive_entry& entry() const { return *entry_; }
+  // The current entry's name, byte for byte where the archive has bytes; none if it has none that can be told.
+  std::optional<std::string> name() const;
   // The content of the current entry, good until the next step. REQUIRES: the reader outlives it.
   std::unique_ptr<ByteSource> content(Budget& budget);
   // Why a step failed.
@@ -65,9 +79,10 @@ class ArchiveReader {
  private:
   Step fail(std::string reason);
   Step finish();
+  std::optional<std::string> nameInZipHeader() const;
   bool endsInFull();
   bool drain();
-  void readTail();
+  std::uint64_t readTail();
 
   ArchiveFeed feed_;
   ArchiveHandle archive_;
@@ -75,6 +90,7 @@ class ArchiveReader {
   bool opened_ = false;
   archive_entry* entry_ = nullptr;
   std::string error_;
+  std::string damage_;  // what was wrong with a header that was passed over
 };
 
 // The unpacked bytes of a compressed stream; borrows the source.

@@ -118,7 +118,8 @@ void MemberProducer::takeMember(archive_entry& entry) {
   const NewMember member = describe(entry);
   path_ = pathFor(member);
   if (!budget_.spendMember()) return;
-  if (archive_entry_filetype(&entry) != AE_IFREG || member.facts.link != LinkKind::none || member.facts.size == 0) {
+  if (!member.hasName) problems_.member(path_, "its name in the archive cannot be read");
+  if ((member.facts.mode & AE_IFMT) != AE_IFREG || member.facts.link != LinkKind::none || member.facts.size == 0) {
     return addFile(member);
   }
   content_.owned = levels_.back().reader->content(budget_);
@@ -145,7 +146,7 @@ void MemberProducer::checkOn() {
 }
 
 MemberProducer::NewMember MemberProducer::describeInput() const {
-  NewMember member = {input_.name(), toPattern(input_.name()), {}, {}};
+  NewMember member = {input_.name(), toPattern(input_.name()), true, {}, {}};
   MemberFacts& facts = member.facts;
   facts.size = -1;
   facts.mode = AE_IFREG | 0644;
@@ -160,14 +161,15 @@ MemberProducer::NewMember MemberProducer::describeInput() const {
 
 MemberProducer::NewMember MemberProducer::describe(archive_entry& entry) const {
   NewMember member;
-  const char* name = archive_entry_pathname(&entry);
-  if (!name) name = archive_entry_pathname_utf8(&entry);
-  member.name = name ? name : "#" + std::to_string(budget_.members() + 1);
+  const auto name = levels_.back().reader->name();
+  member.hasName = name.has_value();
+  member.name = name ? *name : "#" + std::to_string(budget_.members() + 1);
   member.pattern = toPattern(member.name);
   MemberFacts& facts = member.facts;
   facts = {};
   facts.size = archive_entry_size_is_set(&entry) ? archive_entry_size(&entry) : -1;
   facts.mode = archive_entry_mode(&entry);
+  if ((facts.mode & AE_IFMT) == 0) facts.mode |= AE_IFREG;  // not all archives say what is no folder, link or device
   facts.hasTime = archive_entry_mtime_is_set(&entry) ? 1 : 0;
   facts.time = archive_entry_mtime(&entry);
   facts.nanoseconds = static_cast<std::uint32_t>(archive_entry_mtime_nsec(&entry));

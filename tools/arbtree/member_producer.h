@@ -84,6 +84,7 @@ class MemberProducer {
   struct NewMember {
     std::string name;
     std::u16string pattern;  // that gives the name
+    bool hasName = true;     // else the name is made up
     MemberFacts facts;
     std::string link;
   };
