@@ -234,6 +234,25 @@ TEST(StatusCallback, OnlyTwentyAndThirtyTwoAbandonAndNothingIsLost) {
   }
 }
 
+TEST(StatusCallback, ABailOutMayReturn) {
+  Host host;
+  ArbNode* const root = rootOf(host.makeTree());
+  std::uint32_t calls = 0;
+  const BaseHostFunctions functions{[](std::uint32_t, void*) -> std::uint32_t { return 32; },
+                                    [](std::uint32_t code, std::uint32_t, void* count) {
+                                      EXPECT_EQ(20u, code);
+                                      ++*static_cast<std::uint32_t*>(count);
+                                    },
+                                    &calls};
+  ok(BaseSetHostFunctions(host.statusContext(), &functions));
+  host.then([&] { return host.append(root, "a"), kPause; });
+  host.then([&] { return host.append(root, "b"), 4321u; });
+  EXPECT_EQ(ARB_OK, ArbDocumentReadAhead(host.document));
+  EXPECT_EQ(4321u, ArbDocumentReadAhead(host.document));
+  EXPECT_EQ(2u, calls);
+  ok(BaseSetHostFunctions(host.statusContext(), nullptr));
+}
+
 TEST(StatusCallback, AbandoningInsideASubtreeReleaseLeavesAReleasableTree) {
   StatusAnswer answer(20);
   const std::uint64_t elements = liveElements();

@@ -39,6 +39,7 @@ class Cloning : public TreeTest {
     }
     ok(ArbNodeSetMetadata(node, 1, "1234", 4));
     ok(ArbNodeSetMetadata(node, 2, "longer value", 12));
+    ok(ArbNodeSetMetadata(node, 4, "", 0));
     ok(ArbNodeSetSeparateStream(node));
     ok(ArbNodeSetSkipIfEmpty(node));
     ok(ArbNodeCreateID(node));
@@ -81,6 +82,7 @@ TEST_F(Cloning, ACopyCarriesValueAndMetadataAndNothingElse) {
       EXPECT_EQ(0u, copy->childCount);
       expectMetadata(copy, 1, "1234");
       expectMetadata(copy, 2, "longer value");
+      expectMetadata(copy, 4, "");
       ok(ArbNodeSetMetadata(copy, 2, "other", 5));
       expectMetadata(node, 2, "longer value");
       EXPECT_EQ(1u, node->childCount);

@@ -81,6 +81,7 @@ ArbTree* Host::makeTree(ArbForest* parent, const char16_t* nameTemplate) {
 ArbForest* Host::makeForest(ArbForest* parent, const char16_t* nameTemplate) {
   ArbForest* forest = nullptr;
   ok(ArbDocumentCreateForest(document, nameTemplate, &forest));
+  EXPECT_EQ(1u, forest->archiveType);
   if (parent) ok(ArbForestAppendChild(parent, asChild(forest)));
   return forest;
 }

@@ -38,6 +38,9 @@ ArbNode* foreign[2];
 // What the library told the host's functions since the last look.
 std::vector<Happening> happened;
 
+// What a function of the host returns and nobody may look at.
+constexpr std::uint32_t kIgnored = 13;
+
 std::uint32_t ARB_CALL make(ArbTree*, std::uint32_t id, ArbNode** node) {
   static ArbNodeType kind{}, topKind{};
   ArbNodeType& type = id == kKind ? kind : topKind;
@@ -46,7 +49,7 @@ std::uint32_t ARB_CALL make(ArbTree*, std::uint32_t id, ArbNode** node) {
   *node = heap::allocateRecord<ArbNode>();
   (*node)->size = sizeof(ArbNode);
   (*node)->nodeType = &type;
-  return ARB_OK;
+  return kIgnored;
 }
 void note(std::uint32_t what, const ArbNode& node) {
   const ArbNode* const parent = resolve(node.parentCell);
@@ -59,7 +62,7 @@ std::uint32_t ARB_CALL destroy(ArbNode* node) {
   EXPECT_EQ(ARB_OK, ElemDefsGetElementCount(node->tree->child.document->elemDefs, kNamespace, &count));
   happened.push_back({kDestroyed, node->number});
   heap::release(node, sizeof(ArbNode));
-  return ARB_OK;
+  return kIgnored;
 }
 std::uint32_t ARB_CALL onEvent(ArbDocument*, std::uint32_t event, void* node, void*) {
   note(event, *static_cast<ArbNode*>(node));
@@ -68,7 +71,7 @@ std::uint32_t ARB_CALL onEvent(ArbDocument*, std::uint32_t event, void* node, vo
 template <std::uint32_t Hook>
 std::uint32_t ARB_CALL onHook(std::uintptr_t node, void*) {
   note(Hook, *reinterpret_cast<ArbNode*>(node));
-  return 13;  // nobody may look at it
+  return kIgnored;
 }
 
 // How many references are made before anything else, and how many calls follow. Most sequences are short; some begin

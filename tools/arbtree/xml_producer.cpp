@@ -6,6 +6,7 @@
 #include <new>
 #include <utility>
 
+#include "expat_stops.h"
 #include "node_links.h"
 #include "utf.h"
 
@@ -189,7 +190,7 @@ bool XmlProducer::finish() {
 }
 
 void XmlProducer::stopForBreak() {
-  if (stopping_ || failure_) return;
+  if (stopping_ || failure_ || !canStopHere(parser_)) return;
   stopping_ = true;
   XML_StopParser(parser_, XML_TRUE);
 }
