@@ -38,7 +38,7 @@ ESCAPES = {
     "up inside": ([("d/../../out", b"x")], ["d/../../out"]),
     "up to a harmless place": ([("d/../e", b"x")], ["d/../e"]),
     "absolute": ([("/tmp/arbtree-out", b"x")], ["/tmp/arbtree-out"]),
-    "drive letter": ([("C:out", b"x"), ("c:/out", b"x")], ["C:out", "c:/out"]),
+    "drive letter": ([("C:out", b"x"), ("./c:/out", b"x"), ("d/C:/out", b"x")], ["C:out", "./c:/out", "d/C:/out"]),
     "backslash": ([("..\\out", b"x")], ["..\\\\out"]),
     "empty part": ([("d//e", b"x")], ["d//e"]),
     "only dots": ([("..", b"x")], [".."]),
@@ -81,6 +81,14 @@ class Escapes(IntoTarget):
                 self.assertEqual(b"good", found[b"good"][2])
                 self.assertFalse(os.path.exists("/tmp/arbtree-out"))
 
+    def test_names_with_zero_bytes_are_kept_and_refused(self):
+        names = ["\u00e4/" + "./" * above + "..@/..@/out" for above in [0, 200]]
+        data = make_zip([(name, b"x") for name in names] + [GOOD]).replace(b"..@", b"..\0")
+        result, found = self.extract(data)
+        self.assertEqual({b"good"}, set(found))
+        told = ["arbtree: <stdin>: " + name.replace("@", "\\000") + ": refused: its name has a zero byte\n" for name in names]
+        self.assertEqual((1, "".join(told)), (result.status, result.err))
+
     def test_links_that_lie_in_the_folder_are_not_followed(self):
         target, outside = self.new_folder("target"), self.new_folder("outside")
         os.symlink(outside, target + "/d")
@@ -105,12 +113,13 @@ class Escapes(IntoTarget):
         self.assertEqual((0, 0o40555, b"x"), (result.status, found[b"d"][0], found[b"d/e/f"][2]))
 
     def test_aliases_are_refused_on_request(self):
-        members = [("File", b"1"), ("file", b"2"), ("\u00e4", b"3"), ("a\u0308", b"4"), ("D/x", b"5"), ("d/y", b"6"), ("D/z", b"7")]
+        members = [("File", b"1"), ("file", b"2"), ("\u00e4", b"3"), ("a\u0308", b"4"), ("D/x", b"5"), ("d/y", b"6"), ("D/z", b"7"),
+                   ("\udce9/F", b"8"), ("\udce9/f", b"9"), ("\udcc9/f", b"10")]
         data = tar(members, form=tarfile.GNU_FORMAT)  # libarchive composes the names of the newer form
         result, found = self.extract(data, "--refuse-aliases")
-        self.assertEqual((1, 3), (result.status, result.err.count("only by case or normal form")))
-        self.assertEqual({b"File", "\u00e4".encode(), b"D", b"D/x", b"D/z"}, set(found))
-        self.assertEqual(9, len(self.extract(data)[1]))
+        self.assertEqual((1, 4), (result.status, result.err.count("only by case or normal form")))
+        self.assertEqual({b"File", "\u00e4".encode(), b"D", b"D/x", b"D/z", b"\xe9", b"\xe9/F", b"\xc9", b"\xc9/f"}, set(found))
+        self.assertEqual(14, len(self.extract(data)[1]))
 
 
 def contents(path):
@@ -318,7 +327,19 @@ class Interrupts(IntoTarget):
                 tool.stdin.write(data[:5_000_000])
                 tool.send_signal(number)
                 self.assertEqual(-number, tool.wait(TIMEOUT))
+                self.assertEqual(b"arbtree: <stdin>: large: interrupted\n", tool.stderr.read())
             self.assertEqual({b"good"}, set(tree_of(target)))
+
+    def test_work_goes_on_no_further_once_all_input_is_read(self):
+        path, target = self.write("zeros.tar.gz", packed("gzip", tar([("zeros", ZEROS)]))), self.new_folder("target")
+        command = [TOOL, "extract", "-C", target, "--max-ratio", "100000", path]
+        with subprocess.Popen(command, env=ENVIRONMENT, stderr=subprocess.PIPE) as tool:
+            while not os.listdir(target):
+                time.sleep(0.001)
+            tool.send_signal(signal.SIGINT)
+            self.assertEqual(-signal.SIGINT, tool.wait(TIMEOUT))
+            self.assertEqual(f"arbtree: {path}: zeros: interrupted\n", tool.stderr.read().decode())
+        self.assertEqual([], os.listdir(target))
 
     def test_nothing_stays_of_a_file_larger_than_the_system_allows(self):
         target = self.new_folder("target")

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "byte_source.h"
+#include "interrupt.h"
 
 namespace arbtree::tool {
 
@@ -25,7 +26,8 @@ struct Limits {
   std::uint32_t chunkBytes = 32 * 1024;
 };
 
-// Counts what is unpacked. Once a limit is passed, problem() says which one and all further spending is refused.
+// Counts what is unpacked. Once a limit is passed, problem() says which one and all further spending is refused; so it
+// is once the program is interrupted, as the end may be far away although all input is read.
 class Budget {
  public:
   Budget(const Limits& limits, const ByteSource& input) : limits_(limits), input_(input) {}
@@ -39,8 +41,8 @@ class Budget {
   const Limits& limits() const { return limits_; }
   std::uint64_t bytes() const { return bytes_; }
   std::uint64_t members() const { return members_; }
-  bool isWithin() const { return problem_.empty(); }
-  const std::string& problem() const { return problem_; }
+  bool isWithin() const { return problem_.empty() && !isInterrupted(); }
+  std::string problem() const { return problem_.empty() && isInterrupted() ? "interrupted" : problem_; }
 
  private:
   bool checkBytes();

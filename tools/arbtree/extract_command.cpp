@@ -45,10 +45,11 @@ class Extraction {
   }
 
  private:
-  // A pattern for a folder or an archive is one for all that is in it.
+  // A pattern for a folder or an archive is one for all that is in it. Folders are listed with a slash behind them.
   bool isWanted(const std::string& path) const {
-    const char* const pattern = options_.pattern.c_str();
-    return *pattern == '\0' || fnmatch(pattern, shown(path).c_str(), FNM_NOESCAPE | FNM_LEADING_DIR) == 0;
+    std::string pattern = options_.pattern;
+    if (pattern.size() > 1 && pattern.ends_with('/')) pattern.pop_back();
+    return pattern.empty() || fnmatch(pattern.c_str(), shown(path).c_str(), FNM_NOESCAPE | FNM_LEADING_DIR) == 0;
   }
 
   std::string extract(ArbForestChild& child) {

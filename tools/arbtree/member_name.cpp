@@ -55,7 +55,8 @@ std::u16string toPattern(std::string_view bytes) {
     name.append(plain.begin(), plain.end());
     bytes.remove_prefix(plain.size());
     if (bytes.empty()) break;
-    const std::size_t length = bytes[0] == '%' ? 0 : characterLength(bytes);
+    const bool isSpecial = bytes[0] == '%' || bytes[0] == '\0';
+    const std::size_t length = isSpecial ? 0 : characterLength(bytes);
     if (length == 0) {
       name += static_cast<char16_t>(kLoneByte + static_cast<unsigned char>(bytes[0]));
       bytes.remove_prefix(1);

@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utf8.h>
 #include <utf8proc.h>
 
 #include <algorithm>
@@ -35,10 +36,17 @@ std::string join(const std::vector<std::string_view>& parts, std::size_t count) 
   return path;
 }
 
+// The system's calls would take what comes before it for the whole.
+bool hasZeroByte(std::string_view text) { return text.find('\0') != std::string_view::npos; }
+
+bool beginsWithDrive(std::string_view part) {
+  return part.size() > 1 && part[1] == ':' && std::isalpha(static_cast<unsigned char>(part[0]));
+}
+
 // A link stays inside when it goes up only at its beginning and no higher than the folder. As the link's own folders
 // are real ones, that holds however many links lead to each other.
 bool staysInside(const std::string& path, std::string_view target) {
-  if (target.empty() || target[0] == '/') return false;
+  if (target.empty() || target[0] == '/' || hasZeroByte(target)) return false;
   std::size_t depth = partsOf(path).size() - 1;
   bool wentDown = false;
   for (const std::string_view part : partsOf(target)) {
@@ -59,14 +67,28 @@ struct Times {
   }
 };
 
-std::string folded(std::string_view path) {
+// REQUIRES: the text is UTF-8.
+std::string foldedText(std::string_view text) {
   utf8proc_uint8_t* form = nullptr;
   const auto options = static_cast<utf8proc_option_t>(UTF8PROC_STABLE | UTF8PROC_COMPOSE | UTF8PROC_CASEFOLD);
-  const utf8proc_ssize_t length = utf8proc_map(reinterpret_cast<const utf8proc_uint8_t*>(path.data()),
-                                               static_cast<utf8proc_ssize_t>(path.size()), &form, options);
+  const utf8proc_ssize_t length = utf8proc_map(reinterpret_cast<const utf8proc_uint8_t*>(text.data()),
+                                               static_cast<utf8proc_ssize_t>(text.size()), &form, options);
   std::string result =
-      length < 0 ? std::string(path) : std::string(reinterpret_cast<char*>(form), static_cast<std::size_t>(length));
+      length < 0 ? std::string(text) : std::string(reinterpret_cast<char*>(form), static_cast<std::size_t>(length));
   std::free(form);
+  return result;
+}
+
+// Bytes that are no text stand for themselves.
+std::string folded(std::string_view path) {
+  std::string result;
+  while (!path.empty()) {
+    const auto end = utf8::find_invalid(path.begin(), path.end());
+    const auto length = static_cast<std::size_t>(end - path.begin());
+    result += foldedText(path.substr(0, length));
+    result += path.substr(length, 1);
+    path.remove_prefix(std::min(length + 1, path.size()));
+  }
   return result;
 }
 
@@ -75,13 +97,15 @@ std::string folded(std::string_view path) {
 std::string nameProblem(std::string_view path) {
   if (path.empty()) return "it has no name";
   if (path[0] == '/') return "its name is absolute";
-  if (path.size() > 1 && path[1] == ':' && std::isalpha(static_cast<unsigned char>(path[0]))) {
-    return "its name begins with a drive letter";
-  }
+  if (hasZeroByte(path)) return "its name has a zero byte";
   if (path.find('\\') != std::string_view::npos) return "its name has a backslash";
-  if (path.find("//") != std::string_view::npos) return "its name has an empty part";
+  if (path.find("//") != std::string_view::npos) return "its name is absolute or has an empty part";
   const auto parts = partsOf(path);
   if (std::find(parts.begin(), parts.end(), "..") != parts.end()) return "its name leads outside";
+  const auto isDrive = [](std::string_view part) { return part.size() == 2 && beginsWithDrive(part); };
+  if (!parts.empty() && (beginsWithDrive(parts[0]) || std::any_of(parts.begin(), parts.end(), isDrive))) {
+    return "its name has a drive letter";
+  }
   return "";
 }
 
