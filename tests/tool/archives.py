@@ -66,12 +66,28 @@ class Formats(InFolder):
                 self.assertEqual((0, ""), (result.status, result.err))
                 self.assertEqual({name.encode(): XML for name in names},
                                  {name: item[2] for name, item in tree_of(target).items()})
+                for name in names:
+                    chosen = self.new_folder(form + name)
+                    if run("extract", "-C", chosen, "--member", name, archive).status == 0:
+                        self.assertEqual({name.encode(): XML}, {name: item[2] for name, item in tree_of(chosen).items()})
+                    else:  # a link to a member that was not extracted
+                        self.assertNotEqual(("1.xml", {}), (name, tree_of(chosen)))
 
-    def test_a_seven_zip_archive_within_another_is_read_back_and_forth(self):
+    def test_archives_that_are_read_back_and_forth_within_others(self):
         self.write("in/b.xml", XML)
-        with open(bsdtar(self.folder + "/i.7z", "7zip", [], self.folder + "/in", ["b.xml"]), "rb") as inner:
-            result = run("ls", "-", data=tar([("i.7z", inner.read())]))
-        self.assertEqual((0, b"i.7z\ni.7z/b.xml\n"), (result.status, result.out))
+        for form in ["7zip", "xar"]:
+            with open(bsdtar(self.folder + "/" + form, form, [], self.folder + "/in", ["b.xml"]), "rb") as inner:
+                result = run("text", "-", data=tar([("i", inner.read())]))
+            self.assertEqual((0, ""), (result.status, result.err))
+            self.assertEqual(run("text", "-", data=XML).out, result.out)
+
+    def test_the_tables_of_a_static_library_are_no_members(self):
+        def entry(name, data):
+            return f"{name:16}{0:<12}{0:<6}{0:<6}{644:<8}{len(data):<10}`\n".encode() + data + b"\n" * (len(data) % 2)
+        library = b"!<arch>\n" + entry("/", bytes(4)) + entry("//", b"a_rather_long_name.o/\n") + entry("/0", b"1") + entry("b.o/", b"2")
+        result = run("extract", "-C", self.folder, "-", data=library)
+        self.assertEqual((0, ""), (result.status, result.err))
+        self.assertEqual({b"a_rather_long_name.o": b"1", b"b.o": b"2"}, {name: item[2] for name, item in tree_of(self.folder).items()})
 
     def test_compressed_xml_is_xml_and_other_compressed_files_are_files(self):
         for program in ["gzip", "xz", "zstd", "bzip2"]:
@@ -197,7 +213,7 @@ class Nested(InFolder):
 
     def test_a_pattern_chooses_members_and_what_is_in_them(self):
         inside = {b"mid.tar.gz/in.zip", b"mid.tar.gz/in.zip/b.xml", b"mid.tar.gz/in.zip/t"}
-        for pattern, members in {"mid.tar.gz/in.zip": inside, "*/in.???": inside, "*.xml": {b"last.xml"} | inside - {b"mid.tar.gz/in.zip/t"},
+        for pattern, members in {"mid.tar.gz/in.zip": inside, "mid.tar.gz/in.zip/": inside, "*/in.???": inside, "*.xml": {b"last.xml"} | inside - {b"mid.tar.gz/in.zip/t"},
                                  "mid.tar.gz": inside | {b"mid.tar.gz/x"}, "mid.tar.gz/[!i]": {b"mid.tar.gz/x"}, "in.zip": set()}.items():
             with self.subTest(pattern):
                 folder = tempfile.mkdtemp(dir=self.folder)
@@ -286,10 +302,14 @@ class Searching(InFolder):
         named = b'<r><e/><e xml:id="x"/><e id="x"/><f id="y"/></r>'
         for identifier, place in {"x": "stdin:7\n", "y": "", "z": ""}.items():
             self.assertEqual(place, run("find", "--element", "e", "--id", identifier, "-", data=named).out.decode())
-        limited = run("find", "--element", "e", "--limit", "1", "--json", "-", data=NESTED).out
+        limited = run("find", "--element", "e", "--limit", "01", "--json", "-", data=NESTED).out
         self.assertEqual({"path": "mid.tar.gz/in.zip/b.xml", "offset": first}, json.loads(limited))
         self.assertEqual((0, b""), (run("find", "--element", "none", "-", data=NESTED).status,
                                     run("find", "--element", "e", "--attribute", "a=3", "-", data=NESTED).out))
+
+    def test_a_limit_is_a_decimal_number(self):
+        result = run("find", "--element", "e", "--limit", "010", "-", data=b"<r>" + b"<e/>" * 20 + b"</r>")
+        self.assertEqual((0, 10), (result.status, result.out.count(b"\n")))
 
     def test_a_limit_ends_reading(self):
         # The input stays open and never ends; only what is found can end the work.

@@ -77,6 +77,13 @@ class Flat(unittest.TestCase):
 
 
 class Depth(unittest.TestCase):
+    def test_tokens_of_any_length(self):
+        long = b"x" * 30_000_000
+        for document in [b"<!--" + long + b"--><r/>", b"<r><!--" + long + b"--></r>", b"<r><?p " + long + b"?></r>",
+                         b'<r a="' + long + b'"></r>', b"<r" + b" " * len(long) + b"/>"]:
+            with self.subTest(document[:8]):
+                self.assertEqual((0, 1), (run("stats", "-", data=document).status, stats("-", data=document)["elements"]))
+
     def test_the_limit_is_exact_and_can_be_set(self):
         for limit, depth, accepted in [(None, 100000, True), (None, 100001, False), (1, 1, True), (1, 2, False),
                                        (300000, 300000, True)]:
@@ -101,9 +108,10 @@ class Names(unittest.TestCase):
     def test_more_element_names_than_one_namespace_holds(self):
         count = 2**20 + 10
         document = b"<r>" + b"".join(b"<e%x/>" % i for i in range(count)) + b"</r>"
-        result = run("xml", "-", data=document)
+        result = run("xml", "--max-names", "2000000", "-", data=document)
         self.assertEqual((0, ""), (result.status, result.err))
         self.assertEqual(document, result.out.split(b"\n", 1)[1].rstrip(b"\n"))
+        self.assertEqual(3, run("xml", "-", data=document).status)
 
     def test_many_attribute_names_on_one_element(self):
         document = b"<r>" + b"".join(b'<e a%d="1" b="2"/>' % i for i in range(30000)) + b"</r>"

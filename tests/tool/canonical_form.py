@@ -87,19 +87,22 @@ class Table(unittest.TestCase):
 
 class LeftOut(unittest.TestCase):
     def test_entities_that_are_not_in_the_document_are_left_out_with_a_warning(self):
+        attributes = '<!DOCTYPE r SYSTEM "missing.dtd" [<!ENTITY y "2">]>\n<q b="&amp;"><r a="1&x;&y;&#51;" b="&x;"/></q>'
         cases = {
-            "external": '<!DOCTYPE r [<!ENTITY x SYSTEM "missing.ent">]>\n<r>1&x;2&x;3</r>',
-            "declared elsewhere": '<!DOCTYPE r SYSTEM "missing.dtd">\n<r>1&x;2&x;3</r>',
+            "external": ('<!DOCTYPE r [<!ENTITY x SYSTEM "missing.ent">]>\n<r>1&x;2&x;3</r>', "<r>123</r>", "2:5"),
+            "declared elsewhere": ('<!DOCTYPE r SYSTEM "missing.dtd">\n<r>1&x;2&x;3</r>', "<r>123</r>", "2:5"),
+            "in attributes": (attributes, '<q b="&amp;"><r a="123" b=""/></q>', "2:14"),
+            "in attributes in UTF-16": (attributes.encode("utf-16"), '<q b="&amp;"><r a="123" b=""/></q>', "2:14"),
+            "behind a parameter": ("<!DOCTYPE r [<!ENTITY % p ''> %p;]>\n<r a='1&x;2&x;3'/>", '<r a="123"/>', "2:1"),
         }
-        for name, document in cases.items():
+        for name, (document, expected, place) in cases.items():
             with self.subTest(name), tempfile.TemporaryDirectory() as folder:
                 path = os.path.join(folder, "d.xml")
-                with open(path, "w") as file:
-                    file.write(document)
+                with open(path, "wb") as file:
+                    file.write(document if isinstance(document, bytes) else document.encode())
                 result = run("xml", path)
-                self.assertEqual(b"<r>123</r>", result.out.splitlines()[1])
-                self.assertEqual(0, result.status)
-                self.assertRegex(result.err, r'^arbtree: \S*d\.xml:2:5: warning: entity "x" .*\(2 .*\)\n$')
+                self.assertEqual((0, expected), (result.status, result.out.decode().splitlines()[1]))
+                self.assertRegex(result.err, rf'^arbtree: \S*d\.xml:{place}: warning: entity "x" .*\(2 .*\)\n$')
 
     def test_external_entities_are_never_loaded(self):
         with tempfile.TemporaryDirectory() as folder:

@@ -89,6 +89,23 @@ class Escapes(IntoTarget):
         told = ["arbtree: <stdin>: " + name.replace("@", "\\000") + ": refused: its name has a zero byte\n" for name in names]
         self.assertEqual((1, "".join(told)), (result.status, result.err))
 
+    def test_backslashes_part_names_that_have_no_slash(self):
+        data = make_zip([(name, b"x") for name in ["a@b", "\u00e4@b", "\u00e4/c@d"]]).replace(b"@", b"\\")
+        result, found = self.extract(data)
+        self.assertEqual({"a", "a/b", "\u00e4", "\u00e4/b"}, {name.decode() for name in found})
+        self.assertEqual((1, 1), (result.status, result.err.count("refused: its name has a backslash")))
+
+    def test_temporary_names_are_nobody_elses(self):
+        target = self.new_folder("target")
+        with subprocess.Popen([TOOL, "extract", "-C", target, "-"], stdin=subprocess.PIPE, env=ENVIRONMENT) as tool:
+            names = [f".arbtree-{tool.pid}-{number}" for number in range(1, 7)]
+            with open(os.path.join(target, names[1]), "wb") as file:
+                file.write(b"left behind")
+            tool.communicate(tar([(name, b"member") for name in names[3:] + ["last"]]), TIMEOUT)
+        self.assertEqual(0, tool.returncode)
+        self.assertEqual({**{name.encode(): b"member" for name in names[3:] + ["last"]}, names[1].encode(): b"left behind"},
+                         {name: item[2] for name, item in tree_of(target).items()})
+
     def test_links_that_lie_in_the_folder_are_not_followed(self):
         target, outside = self.new_folder("target"), self.new_folder("outside")
         os.symlink(outside, target + "/d")
@@ -149,6 +166,8 @@ BOMBS = {
     "nesting set": (lambda: quine_like(3), ["stats", "--max-nesting", "2"], "--max-nesting"),
     "depth": (lambda: tar([("d.xml", b"<?xml version='1.0'?>" + b"<a>" * 11 + b"</a>" * 11)]), ["text", "--max-depth", "10"],
               "--max-depth"),
+    "names": (lambda: b"<r>" + b"".join(b"<e%d a='' b=''/>" % i for i in range(5)) + b"</r>", ["text", "--max-names", "16"],
+              "--max-names"),
     "entities": (lambda: tar([("e.xml", b"<?xml version='1.0'?>" + ENTITIES)]), ["stats"], "--max-amplification"),
     "entities set": (lambda: b"<!DOCTYPE a [<!ENTITY e '" + b"x" * 1000 + b"'>]><a>" + b"&e;" * 100 + b"</a>",
                      ["text", "--max-amplification", "10", "--amplification-threshold", "1000"], "--max-amplification"),

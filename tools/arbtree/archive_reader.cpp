@@ -339,7 +339,14 @@ ArchiveReader::Step ArchiveReader::next() {
   }
   if (status == ARCHIVE_EOF) return finish();
   if (status < ARCHIVE_WARN) return fail(reasonOf(archive_.get()));
-  return Step::entry;
+  return isTable() ? next() : Step::entry;
+}
+
+// The table of symbols and that of long names, which an ar archive holds in the shape of members.
+bool ArchiveReader::isTable() const {
+  if (format_ != ContentKind::ar) return false;
+  const std::string_view name = archive_entry_pathname(entry_);
+  return name == "/" || name == "//" || name == "/SYM64/";
 }
 
 std::optional<std::string> ArchiveReader::name() const {
@@ -363,7 +370,10 @@ std::optional<std::string> ArchiveReader::nameInZipHeader() const {
     const std::size_t length = littleEndian16(bytes, at + 26);
     if (at + kHeader + length + littleEndian16(bytes, at + 28) != bytes.size()) continue;
     if ((littleEndian16(bytes, at + 6) & 0x800) == 0) return std::nullopt;
-    return bytes.substr(at + kHeader, length);
+    std::string name = bytes.substr(at + kHeader, length);
+    // As libarchive does with names in ASCII.
+    if (name.find('/') == std::string::npos) std::replace(name.begin(), name.end(), '\\', '/');
+    return name;
   }
   return std::nullopt;
 }

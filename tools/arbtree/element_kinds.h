@@ -88,6 +88,8 @@ class ElementKinds {
   }
   ElementKind& element(std::string_view name);
   std::uint64_t elementNameCount() const { return kinds_.size() - kFixedKinds; }
+  // Of elements, and of the attributes of each.
+  std::uint64_t nameCount() const { return kinds_.size() + indices_.size(); }
   // How many namespaces, from kFirstNamespace on, all kinds of the process take.
   std::uint32_t namespaceCount() const { return namespacesFor(kinds_.back()); }
 
@@ -99,8 +101,9 @@ class ElementKinds {
   }
   // To be called before nodes are made of a kind that is new or whose attributes may have grown.
   void publish(ElementKind& kind) {
-    if (kind.publishedAttributes != kind.attributes.size()) makeDescriptor(kind);
+    if (!isPublished(kind)) makeDescriptor(kind);
   }
+  static bool isPublished(const ElementKind& kind) { return kind.publishedAttributes == kind.attributes.size(); }
 
   // The newest descriptor of the kind with this id; null for an id of no published kind.
   const ArbNodeType* findType(std::uint32_t elementId) const {

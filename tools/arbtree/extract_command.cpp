@@ -30,7 +30,7 @@ class Extraction {
 
   bool enter(ArbForestChild& child) {
     path_ = pathOf(child);
-    if (!isWanted(path_)) return true;
+    if (!isWanted(path_) && !standForWanted(child)) return true;
     found_ = true;
     refuseIf(child.kind == ARB_CHILD_FOREST ? target_.makeFolder(path_, folderFacts(child)) : extract(child));
     return true;
@@ -62,10 +62,28 @@ class Extraction {
       case AE_IFREG:
       case 0:
         if (ArbFileWrite(asFile(&child), 0) != ARB_OK) return problem_;
-        return bytesOf(child, kMemberLink).empty() ? "" : shareContent(hardTarget(child));
+        if (!bytesOf(child, kMemberLink).empty()) shareContent(hardTarget(child));
+        return "";
       default:
         return "it is a device or another special file";
     }
+  }
+
+  // A file that is not wanted may still have the content of earlier names of it that are: it is then extracted under
+  // the first of these.
+  bool standForWanted(ArbForestChild& child) {
+    if (child.kind != ARB_CHILD_FILE || factsOf(child).link != LinkKind::none) return false;
+    if (bytesOf(child, kMemberLink).empty()) return false;
+    const std::string target = hardTarget(child);
+    const auto linked = linked_.find(target);
+    if (isWanted(target) && nameProblem(target).empty()) {
+      path_ = target;
+    } else if (linked != linked_.end()) {
+      path_ = linked->second.front();
+    } else {
+      return false;
+    }
+    return true;
   }
 
   std::string linkHard(const std::string& target) {
@@ -74,16 +92,16 @@ class Extraction {
     return problem;
   }
 
-  // The content of a file came with a later one of its names: the target and the links before get it now.
-  std::string shareContent(const std::string& target) {
+  // The content of a file came with a later one of its names: the target and the links before get it now. A target that
+  // is refused has been told to be.
+  void shareContent(const std::string& target) {
     std::vector<std::string> names = std::move(linked_[target]);
     linked_.erase(target);
-    if (isWanted(target)) names.push_back(target);
-    std::string problem;
+    if (isWanted(target) && nameProblem(target).empty()) names.push_back(target);
     for (const std::string& name : names) {
-      if (problem.empty() && name != path_) problem = target_.linkHard(name, path_);
+      const std::string problem = name == path_ ? "" : target_.linkHard(name, path_);
+      if (!problem.empty()) session_.problems.member(name, "refused: " + problem);
     }
-    return problem;
   }
 
   // Of the folder that stands for an archive: the archive's own, but for the mode of a file.

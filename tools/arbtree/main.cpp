@@ -32,7 +32,8 @@ constexpr char kFooter[] =
     "lz4, lzip or compress), and so a package, a Java archive, an office document or an e-book; - is standard input.\n"
     "Archives within archives are opened too. Formats are told by content, but members with the names of plain texts,\n"
     "programs, pictures, sounds and fonts are not looked into. A member's path is the way to it through the archives,\n"
-    "as `arbtree ls` prints it: bytes that are no text are shown as \\ooo, a backslash as \\\\.\n"
+    "as `arbtree ls` prints it: bytes that are no text are shown as C escapes (\\n, \\377), a backslash as\n"
+    "\\\\.\n"
     "\n"
     "Exit status: 0 all went well; 1 the input or the output failed, or a member was refused; 2 the command line was\n"
     "wrong; 3 a limit was passed. What could be read is delivered. Each failure is one line on standard error:\n"
@@ -112,7 +113,8 @@ constexpr char kDupsFooter[] =
 
 constexpr char kStatsFooter[] =
     "\n"
-    "Every member is read to its end, so that damage shows. Text counts in nodes: text longer than 16384 UTF-16 units\n"
+    "Every member is read to its end, so that damage shows. Text counts in nodes: text longer than 16384 bytes of "
+    "UTF-8\n"
     "is several nodes. With --json the same figures are one JSON object; \"complete\" is false when the input failed,\n"
     "and the figures then hold for what could be read.\n"
     "\n"
@@ -126,7 +128,7 @@ constexpr char kXmlFooter[] =
     "The output is UTF-8 and has the same canonical form as the input. Not kept: the document type, with its comments\n"
     "and processing instructions (the defaults of attributes that it declares itself are written out, and the\n"
     "references to the entities that it declares itself are replaced by their text); references to entities that are\n"
-    "declared elsewhere or external, for which a warning is given when they stand in text; the encoding; the way\n"
+    "declared elsewhere or external, for which a warning is given; the encoding; the way\n"
     "character data was written (CDATA sections, character references, quotes, space within tags); line ends and\n"
     "space outside the root element.\n"
     "\n"
@@ -135,14 +137,17 @@ constexpr char kXmlFooter[] =
     "  arbtree xml --member word/document.xml report.docx\n"
     "  arbtree xml --max-depth 2000000 deep.xml > copy.xml";
 
-// The library's own check of numbers takes -1 for a very large one.
+// The option library itself would take -1 for a very large number and 010 for eight.
 template <typename Number>
 CLI::Validator atLeastOne() {
   return CLI::Validator(
-      [](const std::string& text) {
+      [](std::string& text) {
         Number number = 0;
         const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-        if (error == std::errc() && end == text.data() + text.size() && number > 0) return std::string();
+        if (error == std::errc() && end == text.data() + text.size() && number > 0) {
+          text = std::to_string(number);
+          return std::string();
+        }
         return "\"" + text + "\" is not a number from 1 to " + std::to_string(std::numeric_limits<Number>::max());
       },
       "");
@@ -157,7 +162,7 @@ template <typename Number>
 void addLimit(CLI::App& command, const char* name, Number& limit, const char* meaning) {
   command.add_option(name, limit, meaning)
       ->type_name("N")
-      ->check(atLeastOne<Number>())
+      ->transform(atLeastOne<Number>())
       ->capture_default_str()
       ->group("Limits");
 }
@@ -172,9 +177,10 @@ void addCommonOptions(CLI::App& command, CommonOptions& options) {
   addLimit(command, "--max-ratio", limits.maxRatio, "stop when more is unpacked for each byte of FILE read");
   addLimit(command, "--ratio-threshold", limits.ratioThreshold, "bytes unpacked before the ratio counts");
   addLimit(command, "--max-depth", limits.maxDepth, "refuse elements nested deeper than this");
+  addLimit(command, "--max-names", limits.maxNames, "refuse more different names of elements and their attributes");
   addLimit(command, "--max-amplification", limits.maxAmplification, "refuse entities that amplify XML more than this");
   addLimit(command, "--amplification-threshold", limits.amplificationThreshold,
-           "bytes of entities before the amplification counts");
+           "bytes of XML, entities replaced, before the amplification counts");
   addLimit(command, "--chunk-bytes", limits.chunkBytes, "bytes of nodes made before they are consumed");
 }
 
@@ -280,7 +286,9 @@ class CommandLine {
               return equals == 0 || equals == std::string::npos ? "\"" + text + "\" is not NAME=VALUE" : "";
             },
             ""));
-    find.add_option("--limit", find_.limit, "stop after so many")->type_name("N")->check(atLeastOne<std::uint64_t>());
+    find.add_option("--limit", find_.limit, "stop after so many")
+        ->type_name("N")
+        ->transform(atLeastOne<std::uint64_t>());
     find.add_flag("--json", find_.json, "print one JSON object a line");
   }
 

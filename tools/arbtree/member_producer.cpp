@@ -276,7 +276,8 @@ void MemberProducer::enterArchive(ArbForest* forest, std::string path, std::stri
   Level level = {std::move(content_), nullptr, forest, std::move(path), std::move(longPath)};
   content_ = {};
   std::string problem;
-  if (level.content.kind == ContentKind::sevenZip && !level.content.useful().canSeek()) {
+  const bool isReadAnywhere = level.content.kind == ContentKind::sevenZip || level.content.kind == ContentKind::xar;
+  if (isReadAnywhere && !level.content.useful().canSeek()) {
     level.content.spooled = InputFile::spool(level.content.useful(), problem);
   }
   level.reader = std::make_unique<ArchiveReader>(level.content.useful(), level.content.kind);

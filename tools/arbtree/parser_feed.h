@@ -5,7 +5,10 @@
 
 #include <expat.h>
 
+#include <cstddef>
+#include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -33,12 +36,15 @@ class ParserFeed {
   XML_Status parseAgain();
 
  private:
+  std::size_t nextBlockBytes() const;
+  std::optional<std::size_t> readBlock(char* buffer, std::size_t size);
   XML_Status parseTranscoded(std::string_view bytes);
 
   ByteSource& input_;
   const XML_Parser parser_;
   bool atEnd_ = false;
-  std::string broken_;  // becomes the problem once everything before it is parsed
+  std::uint64_t parsedBytes_ = 0;  // given to expat since it began
+  std::string broken_;             // becomes the problem once everything before it is parsed
   std::string problem_;
   SurrogateCheck surrogates_;
   std::string beginning_;  // what has been read, up to a block

@@ -7,6 +7,7 @@
 #include "commands.h"
 #include "element_kinds.h"
 #include "json_string.h"
+#include "member_name.h"
 #include "node_links.h"
 #include "peak_memory.h"
 #include "session.h"
@@ -79,7 +80,7 @@ void print(Session& session, const StatsOptions& options, const Counting& counts
       {"peak memory in bytes", "peakMemoryBytes", peakMemory()},
   };
   if (options.json) {
-    printJson(session.out, options.common.file, session.problems.status() == 0, lines, std::size(lines));
+    printJson(session.out, shown(options.common.file), session.problems.status() == 0, lines, std::size(lines));
   } else {
     printText(session.out, lines, std::size(lines));
   }

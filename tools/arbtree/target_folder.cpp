@@ -177,16 +177,27 @@ std::string TargetFolder::aliasProblem(std::string_view path) {
 
 // --- Making things ---------------------------------------------------------------------------------------------------
 
-std::string TargetFolder::temporaryName() {
-  return ".arbtree-" + std::to_string(getpid()) + "-" + std::to_string(++temporaries_);
+// Makes something beside a place, under a name that nothing has.
+template <typename Make>
+bool TargetFolder::makeTemporary(const Place& place, std::string& temporary, Make make) {
+  for (;;) {
+    temporary = ".arbtree-" + std::to_string(getpid()) + "-" + std::to_string(++temporaries_);
+    if (temporary == place.name) continue;
+    if (make()) return true;
+    if (errno != EEXIST) return false;
+  }
 }
 
 std::string TargetFolder::writeFile(const std::string& path, const MemberFacts& facts, ByteSource* content) {
   const Place place = findPlace(path, true);
   if (!place.problem.empty()) return place.problem;
-  const std::string temporary = temporaryName();
-  const int file = openat(place.folder, temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
-  if (file < 0) return systemReason();
+  std::string temporary;
+  int file = -1;
+  const auto make = [&] {
+    file = openat(place.folder, temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
+    return file >= 0;
+  };
+  if (!makeTemporary(place, temporary, make)) return systemReason();
   std::string problem = fill(file, content);
   if (problem.empty() && fchmod(file, modeFor(facts)) != 0) problem = systemReason();
   futimens(file, Times(facts).values);
@@ -245,9 +256,9 @@ std::string TargetFolder::linkHard(const std::string& path, const std::string& t
   const Place to = findPlace(path, true);
   problem = to.problem;
   if (problem.empty()) {
-    const std::string temporary = temporaryName();
-    const bool made = linkat(source, from.name.c_str(), to.folder, temporary.c_str(), 0) == 0;
-    problem = made ? takeName(to, temporary) : systemReason();
+    std::string temporary;
+    const auto make = [&] { return linkat(source, from.name.c_str(), to.folder, temporary.c_str(), 0) == 0; };
+    problem = makeTemporary(to, temporary, make) ? takeName(to, temporary) : systemReason();
   }
   close(source);
   return problem;

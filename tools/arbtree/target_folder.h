@@ -69,7 +69,8 @@ class TargetFolder {
   Place findPlace(const std::string& path, bool make);
   std::string openFolder(std::string_view path, bool make);
   std::string aliasProblem(std::string_view path);
-  std::string temporaryName();
+  template <typename Make>
+  bool makeTemporary(const Place& place, std::string& temporary, Make make);
   std::string fill(int file, ByteSource* content);
   std::string takeName(const Place& place, const std::string& temporary);
   std::string makeLink(const PendingLink& link);

@@ -68,8 +68,17 @@ struct XmlProducer::Handlers {
     guard(self, [&](XmlProducer& producer) { producer.encoding_ = name; });
     return XML_STATUS_ERROR;
   }
-  static void XMLCALL startDocumentType(void* self, const char*, const char*, const char*, int) {
-    static_cast<XmlProducer*>(self)->inDocumentType_ = true;
+  static void XMLCALL startDocumentType(void* self, const char*, const char* systemId, const char* publicId, int) {
+    auto& producer = *static_cast<XmlProducer*>(self);
+    producer.inDocumentType_ = true;
+    if (systemId || publicId) producer.entities_.missPart();
+  }
+  // Parameter entities are not loaded, and what comes behind a reference to one is not looked at.
+  static void XMLCALL entityDeclaration(void* self, const char* name, int isParameterEntity, const char*, int,
+                                        const char*, const char*, const char*, const char*) {
+    guard(self, [&](XmlProducer& producer) {
+      isParameterEntity ? producer.entities_.missPart() : producer.entities_.add(name);
+    });
   }
   static void XMLCALL endDocumentType(void* self) { static_cast<XmlProducer*>(self)->inDocumentType_ = false; }
   static void XMLCALL skippedEntity(void* self, const char* name, int isParameterEntity) {
@@ -109,6 +118,7 @@ void XmlProducer::setHandlers() {
   XML_SetCommentHandler(parser_, Handlers::comment);
   XML_SetProcessingInstructionHandler(parser_, Handlers::instruction);
   XML_SetDoctypeDeclHandler(parser_, Handlers::startDocumentType, Handlers::endDocumentType);
+  XML_SetEntityDeclHandler(parser_, Handlers::entityDeclaration);
   XML_SetSkippedEntityHandler(parser_, Handlers::skippedEntity);
   XML_SetExternalEntityRefHandler(parser_, Handlers::externalEntity);
   XML_SetUnknownEncodingHandler(parser_, Handlers::unknownEncoding, this);
@@ -206,7 +216,10 @@ void XmlProducer::startElement(const char* name, const char** attributes) {
   lastKind_ = &kind;
   attributesMade_ += countAttributes(attributes);
   if (wishes_.values) collectAttributes(kind, attributes);
-  kinds_.publish(kind);
+  if (*attributes && !entities_.areAll()) [[unlikely]]
+    entities_.eachUndeclared(parser_, [&](const std::string& entity) { entityLeftOut(entity); });
+  if (!kinds_.isPublished(kind) && !publish(kind)) [[unlikely]]
+    return;
   ElementNode* const element = makeElement(kind, awaited_ ? takeAwaited(attributes) : nullptr);
   if (!element || !link(&element->node)) return;
   current_ = &element->node;
@@ -257,7 +270,7 @@ void XmlProducer::flushText() {
   if (link(node)) check(ArbNodeProducerRelease(node));
 }
 
-void XmlProducer::entityLeftOut(const char* name) {
+void XmlProducer::entityLeftOut(const std::string& name) {
   if (omitted_.count++ != 0) return;
   omitted_.firstPlace = here();
   omitted_.firstName = name;
@@ -272,6 +285,17 @@ void XmlProducer::collectAttributes(ElementKind& kind, const char** attributes) 
     newAttributes_.push_back({index, attributes[1]});
     expected = index + 1;
   }
+}
+
+// What is kept of each name, and of each attribute's name on an element, is kept to the end.
+[[gnu::noinline]] bool XmlProducer::publish(ElementKind& kind) {
+  kinds_.publish(kind);
+  if (kinds_.nameCount() <= limits_.maxNames) return true;
+  newAttributes_.clear();
+  fail(
+      "more than " + std::to_string(limits_.maxNames) + " different names of elements and attributes (see --max-names)",
+      true);
+  return false;
 }
 
 // A new node with the collected attributes, or null after a failure.

@@ -21,6 +21,7 @@
 #include "arbtree/arbtree.h"
 #include "byte_source.h"
 #include "content_limits.h"
+#include "declared_entities.h"
 #include "element_kinds.h"
 #include "element_node.h"
 #include "failure.h"
@@ -82,11 +83,12 @@ class XmlProducer {
   void endElement();
   void text(const char* text, std::size_t length);
   void leaf(ElementKind& kind, const char* first, const char* second);
-  void entityLeftOut(const char* name);
+  void entityLeftOut(const std::string& name);
 
   void flushText();
 
   void collectAttributes(ElementKind& kind, const char** attributes);
+  bool publish(ElementKind& kind);
   ElementNode* makeElement(ElementKind& kind, ArbNodeRef* cell = nullptr);
   bool takeAttributes(ElementNode& element);
   bool prepareNamespaces(const ElementKind& kind) {
@@ -137,6 +139,7 @@ class XmlProducer {
   std::vector<NewAttribute> newAttributes_;  // of the node being made; empty between nodes
 
   std::optional<Failure> failure_;
+  DeclaredEntities entities_;
   OmittedEntities omitted_;
   std::uint64_t nodesMade_ = 0;
   std::uint64_t attributesMade_ = 0;
