@@ -79,13 +79,14 @@ using namespace arbtree;
 // ancestors, where no prefix is written at all.
 ArbStatus ARB_CALL ArbForestChildGetDocumentPath(ArbForestChild* child, char16_t* buffer, uint32_t* size) {
   if (!child || !size) return ARB_ERR_BADARG;
-  if (buffer && *size != 0) *buffer = 0;
+  const std::uint32_t capacity = *size;  // the host's functions may use the variable
+  if (buffer && capacity != 0) *buffer = 0;
   std::u16string_view output;
   if (wantsPrefix(*child)) {
     if (const char16_t* const path = outputPath(*child->document)) output = path;
   }
   const std::uint64_t needed = output.size() + bodyLength(*child) + 1;
-  const bool fits = needed <= *size;
+  const bool fits = needed <= capacity;
   if (fits && buffer) writePath(*child, child->parent ? directoryOf(output) : std::u16string_view(), buffer);
   *size = static_cast<std::uint32_t>(std::min<std::uint64_t>(needed, std::numeric_limits<std::uint32_t>::max()));
   return fits ? ARB_OK : ARB_ERR_SMALLBUFFER;

@@ -38,7 +38,7 @@ void fetchPath(ArbDocument& document, std::uint32_t slot, char16_t*& path) {
   if (path || !document.interface[slot]) return;
   const auto getHandle = reinterpret_cast<ArbFileHandleFunction>(document.interface[slot]);
   std::uint32_t handle = kNoFileHandle;
-  if (getHandle(document.source, &handle) != 0) return;
+  if (getHandle(document.source, &handle) != 0 || path) return;  // it may itself have asked for a name
   BasePathName record = {};
   if (BaseFillPathName(handle, &record) == 0) path = record.path;
 }

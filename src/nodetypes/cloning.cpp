@@ -9,6 +9,7 @@
 #include "platform/heap.h"
 #include "tree/growing_array.h"
 #include "tree/metadata.h"
+#include "tree/node_creation.h"
 
 namespace arbtree {
 namespace {
@@ -16,12 +17,15 @@ namespace {
 constexpr std::uint32_t kFirstPathLength = 64;
 constexpr std::uint32_t kUncopiedAttribute = 0x37;  // top byte of the id of an attribute that stays with its node
 
-// The copy keeps encodingFlags 0. Without memory it has no value.
+// The copy has encodingFlags 0, and without memory no value, whatever a callback may have been quick to set.
 void copyEncodedBytes(const ArbNode& source, ArbNode& copy) {
   const auto& from = reinterpret_cast<const ArbEncodedBytesNode&>(source);
   auto& to = reinterpret_cast<ArbEncodedBytesNode&>(copy);
+  dropValue(copy);
+  takeMark(copy, kHoldsUnits);
   to.info = from.info;
   to.encoding = from.encoding;
+  to.encodingFlags = 0;
   if (!from.text) return;
   const std::size_t held = valueBytes(source);
   if (held > std::numeric_limits<std::size_t>::max() - sizeof(char16_t)) return;
@@ -29,7 +33,7 @@ void copyEncodedBytes(const ArbNode& source, ArbNode& copy) {
   if (!buffer) return;
   std::memcpy(buffer, from.text, held);
   adoptValue(copy, buffer, from.textLength);
-  copy.flags2 = static_cast<std::uint8_t>(copy.flags2 | (source.flags2 & kHoldsUnits));
+  if (hasMark(source, kHoldsUnits)) giveMark(copy, kHoldsUnits);
 }
 
 // The kind has no attributes that would carry these over.
@@ -70,12 +74,12 @@ void copyContent(ArbNode& source, ArbNode& copy) {
   }
 }
 
-ArbStatus cloneNode(ArbNode& source, ArbTree& tree, ArbNode** out) {
-  const ArbStatus status = ArbTreeCreateNode(&tree, elementIdOf(source), nullptr, out);
+ArbStatus cloneNode(ArbNode& source, ArbTree& tree, ArbNode** out, ArbNode*& copy) {
+  const ArbStatus status = createNode(tree, elementIdOf(source), nullptr, out, copy);
   if (status != ARB_OK) return status;
-  copyContent(source, **out);
-  metadata::clear((*out)->metadata);  // a callback may have been quick to set some
-  (*out)->metadata = metadata::copy(source.metadata);
+  copyContent(source, *copy);
+  metadata::clear(copy->metadata);  // a callback may have been quick to set some
+  copy->metadata = metadata::copy(source.metadata);
   return ARB_OK;
 }
 
@@ -91,10 +95,8 @@ class SubtreeCopy {
   SubtreeCopy& operator=(const SubtreeCopy&) = delete;
 
   ArbStatus run(ArbNode** out) {
-    const ArbStatus status = cloneNode(*current_.source, tree_, out);
-    if (status != ARB_OK) return status;
-    current_.copy = *out;
-    return copyDescendants();
+    const ArbStatus status = cloneNode(*current_.source, tree_, out, current_.copy);
+    return status == ARB_OK ? copyDescendants() : status;
   }
 
  private:
@@ -119,8 +121,9 @@ class SubtreeCopy {
 
   ArbStatus descend(ArbNode& source) {
     if (!reserveOne(path_, pathCapacity_, pathLength_, kFirstPathLength)) return ARB_ERR_NOMEMORY;
+    ArbNode* shown = nullptr;
     ArbNode* made = nullptr;
-    const ArbStatus status = cloneNode(source, tree_, &made);
+    const ArbStatus status = cloneNode(source, tree_, &shown, made);
     if (status != ARB_OK) return status;
     path_[pathLength_++] = current_;
     current_ = {&source, made};
@@ -149,7 +152,8 @@ using namespace arbtree;
 
 ArbStatus ARB_CALL ArbNodeClone(ArbNode* node, ArbTree* tree, ArbNode** copy) {
   if (!node || !copy) return ARB_ERR_BADARG;
-  return cloneNode(*node, tree ? *tree : *node->tree, copy);
+  ArbNode* made = nullptr;
+  return cloneNode(*node, tree ? *tree : *node->tree, copy, made);
 }
 
 ArbStatus ARB_CALL ArbNodeCloneSubtree(ArbNode* node, ArbTree* tree, ArbNode** copy) {

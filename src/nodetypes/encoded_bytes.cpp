@@ -106,7 +106,7 @@ ArbStatus setValue(ArbNode& node, const void* bytes, std::uint32_t count, std::u
                    std::uint32_t flags) {
   ArbEncodedBytesNode& encoded = asEncodedBytes(node);
   char16_t* const oldValue = encoded.text;
-  node.flags2 = static_cast<std::uint8_t>(node.flags2 & ~kHoldsUnits);
+  takeMark(node, kHoldsUnits);
   encoded.text = nullptr;
   encoded.textLength = 0;
   encoded.info = info;

@@ -2,6 +2,7 @@
 #include <string_view>
 
 #include "tree/node.h"
+#include "tree/node_creation.h"
 
 namespace arbtree {
 namespace {
@@ -19,9 +20,10 @@ ArbStatus ARB_CALL ArbTreeCreateExternalReferenceNode(ArbTree* tree, ArbForestCh
   if (!tree || !entityName || !node) return ARB_ERR_BADARG;
   const std::u16string_view name(entityName);
   if (name.size() > kMostNameUnits) return ARB_ERR_BADARG;
-  const ArbStatus status = ArbTreeCreateNode(tree, ARB_ELEM_EXTERNAL_REFERENCE, nullptr, node);
+  ArbNode* made = nullptr;
+  const ArbStatus status = createNode(*tree, ARB_ELEM_EXTERNAL_REFERENCE, nullptr, node, made);
   if (status != ARB_OK) return status;
-  auto* const reference = reinterpret_cast<ArbExternalReferenceNode*>(*node);
+  auto* const reference = reinterpret_cast<ArbExternalReferenceNode*>(made);
   reference->target = target;
   name.copy(reference->entityName, kMostNameUnits);
   return ARB_OK;

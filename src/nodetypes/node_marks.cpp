@@ -7,8 +7,6 @@ namespace {
 
 constexpr std::uint32_t kFirstSeparateStreams = 32;
 
-void mark(ArbNode& node, std::uint32_t flag) { node.flags2 = static_cast<std::uint8_t>(node.flags2 | flag); }
-
 }  // namespace
 }  // namespace arbtree
 
@@ -22,7 +20,7 @@ ArbStatus ARB_CALL ArbNodeSetSeparateStream(ArbNode* node) {
                   kFirstSeparateStreams)) {
     return ARB_ERR_NOMEMORY;
   }
-  mark(*node, ARB_NODE_SEPARATE_STREAM);
+  giveMark(*node, ARB_NODE_SEPARATE_STREAM);
   tree.separateStreamCells[tree.separateStreamCount++] = node->cell;
   return ARB_OK;
 }
@@ -30,6 +28,6 @@ ArbStatus ARB_CALL ArbNodeSetSeparateStream(ArbNode* node) {
 ArbStatus ARB_CALL ArbNodeSetSkipIfEmpty(ArbNode* node) {
   if (!node) return ARB_ERR_BADARG;
   if (has(*node, ARB_NODE_ATTRIBUTES_DONE)) return ARB_ERR_LOCKED;
-  mark(*node, ARB_NODE_SKIP_IF_EMPTY);
+  giveMark(*node, ARB_NODE_SKIP_IF_EMPTY);
   return ARB_OK;
 }

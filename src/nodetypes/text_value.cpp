@@ -18,7 +18,7 @@ bool isRaw8(const ArbNode& node) {
 std::size_t valueBytes(const ArbNode& node) {
   if (!asText(node).text) return 0;
   const std::size_t length = asText(node).textLength;
-  return isRaw8(node) && (node.flags2 & kHoldsUnits) == 0 ? length : 2 * length;
+  return isRaw8(node) && !hasMark(node, kHoldsUnits) ? length : 2 * length;
 }
 
 std::size_t unitBufferBytes(std::uint32_t length) {
@@ -62,6 +62,6 @@ ArbStatus ARB_CALL ArbAbstractTextNodeSetValue(ArbNode* node, const char16_t* te
   std::memcpy(buffer, text, bytes - sizeof(char16_t));
   buffer[length] = 0;
   adoptValue(*node, buffer, length);
-  if (isRaw8(*node)) node->flags2 |= kHoldsUnits;
+  if (isRaw8(*node)) giveMark(*node, kHoldsUnits);
   return ARB_OK;
 }

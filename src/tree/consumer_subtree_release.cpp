@@ -13,11 +13,9 @@
 namespace arbtree {
 namespace {
 
-void noteLastVisited(ArbNode& node, bool last) {
-  node.flags2 = static_cast<std::uint8_t>(last ? node.flags2 | kLastVisited : node.flags2 & ~kLastVisited);
-}
+void noteLastVisited(ArbNode& node, bool last) { last ? giveMark(node, kLastVisited) : takeMark(node, kLastVisited); }
 
-ArbNode* nextToVisit(const ArbNode& node) { return node.flags2 & kLastVisited ? nullptr : nextSiblingOf(node); }
+ArbNode* nextToVisit(const ArbNode& node) { return hasMark(node, kLastVisited) ? nullptr : nextSiblingOf(node); }
 
 class ConsumerWalk {
  public:

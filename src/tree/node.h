@@ -28,6 +28,23 @@ inline bool has(const ArbNode& node, std::uint32_t flags) { return (node.flags &
 inline void give(ArbNode& node, std::uint32_t flags) { node.flags = static_cast<std::uint8_t>(node.flags | flags); }
 inline void take(ArbNode& node, std::uint32_t flags) { node.flags = static_cast<std::uint8_t>(node.flags & ~flags); }
 
+// In flags2, beyond the public marks.
+inline constexpr std::uint8_t kIsRoot = 0x10;      // the tree's own, which no release frees
+inline constexpr std::uint8_t kOnKeptCell = 0x20;  // made on the cell of a freed node for which the cell had been kept;
+                                                   // names may be bound to it, so it never goes back to the pool
+inline constexpr std::uint8_t kHoldsUnits = 0x40;  // a value set as units although the encoding says that it is 8-bit
+inline constexpr std::uint8_t kLastVisited = 0x80;  // the last child that a walk visits (consumer_subtree_release.cpp)
+static_assert(((ARB_NODE_SEPARATE_STREAM | ARB_NODE_SKIP_IF_EMPTY | ARB_NODE_FREEING) &
+               (kIsRoot | kOnKeptCell | kHoldsUnits | kLastVisited)) == 0);
+
+inline bool hasMark(const ArbNode& node, std::uint8_t marks) { return (node.flags2 & marks) != 0; }  // any of them
+inline void giveMark(ArbNode& node, std::uint8_t marks) {
+  node.flags2 = static_cast<std::uint8_t>(node.flags2 | marks);
+}
+inline void takeMark(ArbNode& node, std::uint8_t marks) {
+  node.flags2 = static_cast<std::uint8_t>(node.flags2 & ~marks);
+}
+
 // The node after `node` in document order within the subtree of `start` once `node`'s children are done or passed over;
 // null when the subtree is done.
 inline ArbNode* followingInSubtree(ArbNode* node, const ArbNode& start) {
@@ -37,14 +54,6 @@ inline ArbNode* followingInSubtree(ArbNode* node, const ArbNode& start) {
   }
   return nullptr;
 }
-
-// In flags2, beyond the public marks.
-inline constexpr std::uint8_t kOnKeptCell = 0x20;  // made on the cell of a freed node for which the cell had been kept;
-                                                   // names may be bound to it, so it never goes back to the pool
-inline constexpr std::uint8_t kHoldsUnits = 0x40;  // a value set as units although the encoding says that it is 8-bit
-inline constexpr std::uint8_t kLastVisited = 0x80;  // the last child that a walk visits (consumer_subtree_release.cpp)
-static_assert(((ARB_NODE_SEPARATE_STREAM | ARB_NODE_SKIP_IF_EMPTY | ARB_NODE_FREEING) &
-               (kOnKeptCell | kHoldsUnits | kLastVisited)) == 0);
 
 // Finds a node again that callbacks or a run may have freed. Its cell and its record may by then be a later node's, but
 // no two nodes of a document have the same number.

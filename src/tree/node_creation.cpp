@@ -1,4 +1,5 @@
-// Making nodes through the tree's factories, and binding them to their cells.
+#include "tree/node_creation.h"
+
 #include "document/events.h"
 #include "nodetypes/builtin_kinds.h"
 #include "nodetypes/factory_table.h"
@@ -49,7 +50,7 @@ void joinReferred(ArbTree& tree, ArbNode& node, CellBlock* block, ArbNodeRef& ce
   node.number =
       promised.state == ARB_REF_FLOATING ? static_cast<std::uint32_t>(promised.value) : ++documentOf(tree).nodeCounter;
   node.idString = promised.state == ARB_REF_NAMED ? reinterpret_cast<ArbString*>(promised.value) : nullptr;
-  if (isFreed(promised)) node.flags2 = static_cast<std::uint8_t>(node.flags2 | kOnKeptCell);
+  if (isFreed(promised)) giveMark(node, kOnKeptCell);
   join(tree, node, cell);
   removePendingRef(tree, block, &cell);
 }
@@ -77,7 +78,7 @@ inline ArbNode* makeTextAtHand(ArbTree& tree) {
 }
 
 // All that can fail comes before the first change that outlives the call.
-inline ArbStatus createNode(ArbTree& tree, std::uint32_t elementId, ArbNode** out) {
+inline ArbStatus makeNode(ArbTree& tree, std::uint32_t elementId, ArbNode*& made) {
   ArbNode* const node = makeRecord(tree, elementId);
   if (!node) return ARB_ERR_NOTFOUND;
   ArbNodeRef* const cell = takeCell(tree);
@@ -87,45 +88,55 @@ inline ArbStatus createNode(ArbTree& tree, std::uint32_t elementId, ArbNode** ou
   }
   node->idString = nullptr;
   joinNew(tree, *node, *cell);
-  *out = node;
+  made = node;
   return ARB_OK;
 }
 
-[[gnu::noinline]] ArbStatus createReferredNode(ArbTree& tree, std::uint32_t elementId, ArbNodeRef& reference,
-                                               ArbNode** out) {
+[[gnu::noinline]] ArbStatus makeReferredNode(ArbTree& tree, std::uint32_t elementId, ArbNodeRef& reference,
+                                             ArbNode*& made) {
   CellBlock* const block = fetchPendingRef(tree, &reference);
   ArbNode* const node = makeRecord(tree, elementId);
   if (!node) return ARB_ERR_NOTFOUND;
   joinReferred(tree, *node, block, reference);
-  *out = node;
+  made = node;
   return ARB_OK;
 }
 
-[[gnu::noinline]] ArbStatus createExternalReference(ArbTree& tree, ArbNodeRef* reference, ArbNode** out) {
+[[gnu::noinline]] ArbStatus makeExternalReference(ArbTree& tree, ArbNodeRef* reference, ArbNode*& made) {
   if (!reserveExternalRef(tree)) return ARB_ERR_NOMEMORY;
-  const ArbStatus status = reference ? createReferredNode(tree, ARB_ELEM_EXTERNAL_REFERENCE, *reference, out)
-                                     : createNode(tree, ARB_ELEM_EXTERNAL_REFERENCE, out);
-  if (status == ARB_OK) tree.externalRefCells[tree.externalRefCount++] = (*out)->cell;
+  const ArbStatus status = reference ? makeReferredNode(tree, ARB_ELEM_EXTERNAL_REFERENCE, *reference, made)
+                                     : makeNode(tree, ARB_ELEM_EXTERNAL_REFERENCE, made);
+  if (status == ARB_OK) tree.externalRefCells[tree.externalRefCount++] = made->cell;
   return status;
 }
 
-[[gnu::noinline]] ArbStatus createAnyNode(ArbTree& tree, std::uint32_t elementId, ArbNodeRef* reference,
-                                          ArbNode** out) {
-  ArbStatus status = ARB_OK;
-  if (isProducerDone(tree)) [[unlikely]] {
-    status = ARB_ERR_LOCKED;
-  } else if (elementId == ARB_ELEM_EXTERNAL_REFERENCE) [[unlikely]] {
-    status = createExternalReference(tree, reference, out);
-  } else if (reference) [[unlikely]] {
-    status = createReferredNode(tree, elementId, *reference, out);
-  } else {
-    status = createNode(tree, elementId, out);
-  }
+ArbStatus makeAnyNode(ArbTree& tree, std::uint32_t elementId, ArbNodeRef* reference, ArbNode*& made) {
+  if (isProducerDone(tree)) [[unlikely]]
+    return ARB_ERR_LOCKED;
+  if (elementId == ARB_ELEM_EXTERNAL_REFERENCE) [[unlikely]]
+    return makeExternalReference(tree, reference, made);
+  if (reference) [[unlikely]]
+    return makeReferredNode(tree, elementId, *reference, made);
+  return makeNode(tree, elementId, made);
+}
+
+}  // namespace
+
+[[gnu::noinline]] ArbStatus createNode(ArbTree& tree, std::uint32_t elementId, ArbNodeRef* reference, ArbNode** out,
+                                       ArbNode*& made) {
+  const ArbStatus status = makeAnyNode(tree, elementId, reference, made);
+  if (status == ARB_OK) *out = made;
   raiseEvent(documentOf(tree), ARB_EVENT_NODE_CREATED, *out);
   return status;
 }
 
-}  // namespace
+ArbStatus createRootNode(ArbTree& tree, ArbNode*& root) {
+  const ArbStatus status = makeNode(tree, ARB_ELEM_ROOT, root);
+  if (status == ARB_OK) giveMark(*root, kIsRoot);
+  raiseEvent(documentOf(tree), ARB_EVENT_NODE_CREATED, root);
+  return status;
+}
+
 }  // namespace arbtree
 
 using namespace arbtree;
@@ -138,5 +149,6 @@ ArbStatus ARB_CALL ArbTreeCreateNode(ArbTree* tree, uint32_t elementId, ArbNodeR
       return ARB_OK;
     }
   }
-  return createAnyNode(*tree, elementId, cell, node);
+  ArbNode* made = nullptr;
+  return createNode(*tree, elementId, cell, node, made);
 }

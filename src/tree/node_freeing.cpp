@@ -34,7 +34,7 @@ bool isLastOfOpenList(const ArbNode& node, const ArbNode* parent) {
 }
 
 bool isKept(const ArbNode& node, const ArbNode* parent) {
-  return hasChildren(node) || node.cell == node.tree->rootCell || isLastOfOpenList(node, parent);
+  return hasChildren(node) || hasMark(node, kIsRoot) || isLastOfOpenList(node, parent);
 }
 
 bool freeRuleHolds(const ArbNode& node) {
@@ -42,9 +42,9 @@ bool freeRuleHolds(const ArbNode& node) {
   return isReleasedByAll(node) && !isKept(node, parentOf(node));
 }
 
-bool isBeingFreed(const ArbNode& node) { return (node.flags2 & ARB_NODE_FREEING) != 0; }
+bool isBeingFreed(const ArbNode& node) { return hasMark(node, ARB_NODE_FREEING); }
 
-void markFreeing(ArbNode& node) { node.flags2 = static_cast<std::uint8_t>(node.flags2 | ARB_NODE_FREEING); }
+void markFreeing(ArbNode& node) { giveMark(node, ARB_NODE_FREEING); }
 
 void unlinkFromSiblings(ArbNode& node) {
   ArbNode* const next = nextSiblingOf(node);
@@ -83,7 +83,7 @@ void settleCell(ArbNode& node) {
   } else {
     *cell = {ARB_REF_FREED, node.number};
   }
-  const bool kept = has(node, ARB_NODE_HAS_ID) || (node.flags2 & (ARB_NODE_SEPARATE_STREAM | kOnKeptCell)) != 0;
+  const bool kept = has(node, ARB_NODE_HAS_ID) || hasMark(node, ARB_NODE_SEPARATE_STREAM | kOnKeptCell);
   if (kept) return;
   // The cell's next node is not the one that the string names.
   if (node.idString && node.idString->boundRef == cell) node.idString->boundRef = nullptr;

@@ -7,6 +7,7 @@
 #include "tree/cell_pool.h"
 #include "tree/metadata.h"
 #include "tree/node.h"
+#include "tree/node_creation.h"
 #include "tree/node_freeing.h"
 #include "tree/pending_refs.h"
 
@@ -15,7 +16,7 @@ namespace {
 
 ArbStatus createRoot(ArbTree& tree) {
   ArbNode* root = nullptr;
-  const ArbStatus status = ArbTreeCreateNode(&tree, ARB_ELEM_ROOT, nullptr, &root);
+  const ArbStatus status = createRootNode(tree, root);
   if (status == ARB_OK) tree.rootCell = root->cell;
   return status;
 }

@@ -1,5 +1,6 @@
 // Names of child documents: every code, every form of path, the cut at 259 units, and when paths are fetched.
 #include <string>
+#include <utility>
 
 #include "support/host.h"
 #include "support/standins.h"
@@ -129,6 +130,37 @@ TEST(Naming, APathIsFetchedUntilItIsThereAndThenKept) {
   ok(BaseReleaseHandle(fetches.handle));
   EXPECT_EQ(u"file.txt", nameOf(host, u"%f"));
   EXPECT_EQ(4, fetches.input);
+}
+
+// A slot's function that asks for the path meanwhile, through the variable that the outer call was given: the path is
+// fetched once, and the buffer's size is what it was.
+TEST(Naming, ASlotAsksForThePathItself) {
+  static ArbForestChild* child;
+  static std::uint32_t handle, size;
+  static bool asks;
+  child = nullptr;
+  Host host(0, 4711, u"%f");
+  child = asChild(host.makeForest(host.document->rootForest, u"name"));
+  ok(BaseRegisterPath(u"/some/folder/out.xml", &handle));
+  const auto fetchAndAsk = [](std::uint32_t, std::uint32_t* fetched) -> std::uint32_t {
+    *fetched = handle;
+    if (std::exchange(asks, false)) {
+      size = 0;
+      EXPECT_EQ(ARB_ERR_SMALLBUFFER, ArbForestChildGetDocumentPath(child, nullptr, &size));
+    }
+    return 0;
+  };
+  ArbFileHandleFunction const slot = fetchAndAsk;
+  ok(ArbDocumentSetInterface(host.document, ARB_INTERFACE_OUTPUT_FILE_HANDLE,
+                             reinterpret_cast<ArbInterfaceFunction>(slot)));
+  asks = true;
+  char16_t buffer[64] = u"####";
+  size = 4;
+  EXPECT_EQ(ARB_ERR_SMALLBUFFER, ArbForestChildGetDocumentPath(child, buffer, &size));
+  EXPECT_EQ(std::u16string(u"\0###", 4), std::u16string(buffer, 4));
+  EXPECT_EQ(ARB_OK, ArbForestChildGetDocumentPath(child, buffer, &size));
+  EXPECT_EQ(std::u16string(u"/some/folder/name"), buffer);
+  ok(BaseReleaseHandle(handle));
 }
 
 }  // namespace

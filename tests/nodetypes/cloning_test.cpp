@@ -167,6 +167,42 @@ TEST_F(Cloning, ACallbackChangesTheCopyBeforeItsContentComes) {
   ok(ArbNodeDestroy(copy));
 }
 
+// Also a value, and another node in the caller's variable.
+TEST_F(Cloning, ACallbackGivesTheCopyAValueAndTheVariableAnotherNode) {
+  struct Change {
+    ArbNode* variable = nullptr;
+    ArbNode* other = nullptr;
+    ArbNode* copy = nullptr;
+    static std::uint32_t ARB_CALL byCallback(ArbDocument*, std::uint32_t event, void* made, void* context) {
+      auto& change = *static_cast<Change*>(context);
+      if (event != ARB_EVENT_NODE_CREATED) return 0;
+      ok(ArbEncodedBytesNodeSetValueEx(static_cast<ArbNode*>(made), "x", 1, 0, ARB_ENCODING_RAW8, 0x22));
+      ok(ArbAbstractTextNodeSetValue(static_cast<ArbNode*>(made), u"draft", 5));
+      change.copy = static_cast<ArbNode*>(made);
+      change.variable = change.other;
+      return 0;
+    }
+  } change;
+  ArbNode* const full = host.append(root, "source", ARB_ELEM_ENCODED_BYTES);
+  ok(ArbEncodedBytesNodeSetValue(full, "bytes", 5, 7, ARB_ENCODING_RAW8));
+  ArbNode* const empty = host.append(root, "source", ARB_ELEM_ENCODED_BYTES);
+  change.other = host.append(root, "other", ARB_ELEM_TEXT);
+  ok(ArbNodeSetMetadata(change.other, 1, "kept", 4));
+  for (ArbNode* const source : {full, empty}) {
+    ok(ArbDocumentRegisterCallback(host.document, Change::byCallback, &change));
+    ok(ArbNodeClone(source, nullptr, &change.variable));
+    ok(ArbDocumentUnregisterCallback(host.document, Change::byCallback));
+    EXPECT_EQ(change.other, change.variable);
+    expectMetadata(change.other, 1, "kept");
+    EXPECT_EQ(1u, ArbNodeIsEqual(source, change.copy));
+    EXPECT_EQ(0u, reinterpret_cast<ArbEncodedBytesNode*>(change.copy)->encodingFlags);
+    ArbNode* const second = clone(change.copy, nullptr);
+    EXPECT_EQ(1u, ArbNodeIsEqual(source, second));
+    ok(ArbNodeDestroy(second));
+    ok(ArbNodeDestroy(change.copy));
+  }
+}
+
 // Present attributes are set one by one, in order; one whose id has the top byte 0x37 never is. Nothing else is copied.
 TEST_F(Cloning, AttributesGoThroughTheOperations) {
   ArbNode* const node = host.append(root, "source", kAttributeKind);

@@ -38,6 +38,31 @@ TEST_F(ExternalReference, CarriesTargetAndName) {
   EXPECT_EQ(256u, tree->externalRefCapacity);
 }
 
+TEST_F(ExternalReference, ACallbackGivesTheVariableAnotherNode) {
+  struct Change {
+    ArbNode* variable = nullptr;
+    ArbNode* other = nullptr;
+    ArbNode* made = nullptr;
+    static std::uint32_t ARB_CALL byCallback(ArbDocument*, std::uint32_t event, void* made, void* context) {
+      auto& change = *static_cast<Change*>(context);
+      if (event != ARB_EVENT_NODE_CREATED) return 0;
+      change.made = static_cast<ArbNode*>(made);
+      EXPECT_EQ(made, change.variable);
+      change.variable = change.other;
+      return 0;
+    }
+  } change;
+  change.other = host.append(root, "other", ARB_ELEM_TEXT);
+  ok(ArbDocumentRegisterCallback(host.document, Change::byCallback, &change));
+  EXPECT_EQ(ARB_OK, create(u"name", &change.variable));
+  const char16_t* name = nullptr;
+  ok(ArbExternalReferenceNodeGetEntityName(change.made, &name));
+  EXPECT_EQ(std::u16string(u"name"), name);
+  EXPECT_EQ(change.other, change.variable);
+  ok(ArbDocumentUnregisterCallback(host.document, Change::byCallback));
+  ok(ArbNodeDestroy(change.made));
+}
+
 TEST_F(ExternalReference, ComparesAndHashesByTargetAndName) {
   const auto make = [&](ArbForestChild* target, const char16_t* name) {
     ArbNode* node = nullptr;

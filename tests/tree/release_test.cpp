@@ -116,6 +116,26 @@ TEST_F(Release, SequenceOfEveryCall) {
 }
 
 // Each child is released as soon as its next sibling is known, while the producer is still making the list.
+// Not even by whoever releases it as soon as it is made, when the tree does not know it yet.
+TEST(ReleaseOfTheRoot, NeverFreesIt) {
+  constexpr std::uint32_t kProducerOnly = 1;
+  Host host(kProducerOnly);
+  const auto release = [](ArbDocument*, std::uint32_t event, void* node, void*) -> std::uint32_t {
+    EXPECT_NE(ARB_EVENT_NODE_FREED, event);
+    if (event == ARB_EVENT_NODE_CREATED) ok(ArbNodeProducerRelease(static_cast<ArbNode*>(node)));
+    return 0;
+  };
+  ok(ArbDocumentRegisterCallback(host.document, release, nullptr));
+  ArbTree* tree = nullptr;
+  ok(ArbDocumentCreateTree(host.document, u"t", &tree));
+  ok(ArbDocumentUnregisterCallback(host.document, release));
+  ArbNode* const root = ArbTreeRootNode(tree);
+  ASSERT_NE(nullptr, root);
+  EXPECT_EQ(ARB_ELEM_ROOT, root->nodeType->elementId);
+  EXPECT_EQ(ARB_ERR_RELEASED, ArbNodeProducerRelease(root));
+  ok(ArbTreeDestroy(tree));
+}
+
 TEST_F(Release, ConsumerSubtreeReleaseDrivesTheProducer) {
   open();
   ArbNode* const a = host->append(root, "a");
