@@ -14,7 +14,8 @@ from tool import ENVIRONMENT, TIMEOUT, InFolder, canonical, run, stats  # noqa: 
 
 FORMATS = {"tar": ("gnutar", []), "tar.gz": ("pax", ["-z"]), "tar.bz2": ("ustar", ["-j"]), "tar.xz": ("pax", ["-J"]),
            "tar.zst": ("pax", ["--zstd"]), "v7.tar": ("v7", []), "cpio": ("newc", []), "odc.cpio": ("odc", []),
-           "cpio.gz": ("newc", ["-z"]), "zip": ("zip", []), "7z": ("7zip", []), "xar": ("xar", [])}
+           "cpio.gz": ("newc", ["-z"]), "zip": ("zip", []), "7z": ("7zip", []), "xar": ("xar", []),
+           "tar.lzma": ("pax", ["--lzma"]), "iso": ("iso9660", [])}
 FILES = {"a.txt": b"plain\n", "dir/b.xml": XML, "dir/empty": b"", "dir/big": bytes(range(256)) * 4000}
 # Three levels: a zip in a compressed tar in a tar.
 NESTED = tar([("mid.tar.gz", packed("gzip", tar([("in.zip", make_zip([("b.xml", XML), ("t", b"text")])), ("x", b"1")]))),
@@ -88,6 +89,17 @@ class Formats(InFolder):
         result = run("extract", "-C", self.folder, "-", data=library)
         self.assertEqual((0, ""), (result.status, result.err))
         self.assertEqual({b"a_rather_long_name.o": b"1", b"b.o": b"2"}, {name: item[2] for name, item in tree_of(self.folder).items()})
+
+    def test_a_package_of_rpm_is_an_archive_behind_headers(self):
+        header = b"\x8e\xad\xe8\x01" + bytes(4) + (1).to_bytes(4, "big") + (5).to_bytes(4, "big") + bytes(16) + b"store"
+        self.write("in/b.xml", XML)
+        with open(bsdtar(self.folder + "/cpio", "newc", [], self.folder + "/in", ["b.xml"]), "rb") as file:
+            content = file.read()
+        for program in ["gzip", "xz", "zstd"]:
+            package = b"\xed\xab\xee\xdb\3\0" + bytes(90) + header + bytes(-len(header) % 8) + header + packed(program, content)
+            self.assertEqual(b"p.rpm\np.rpm/b.xml\n", run("ls", "-", data=tar([("p.rpm", package)])).out)
+            self.assertEqual(2, stats("-", data=tar([("p.rpm", package)]))["archives"])
+            self.assertEqual(1, run("stats", "-", data=package[:-20]).status)
 
     def test_compressed_xml_is_xml_and_other_compressed_files_are_files(self):
         for program in ["gzip", "xz", "zstd", "bzip2"]:
@@ -306,6 +318,14 @@ class Searching(InFolder):
         self.assertEqual({"path": "mid.tar.gz/in.zip/b.xml", "offset": first}, json.loads(limited))
         self.assertEqual((0, b""), (run("find", "--element", "none", "-", data=NESTED).status,
                                     run("find", "--element", "e", "--attribute", "a=3", "-", data=NESTED).out))
+
+    def test_what_comes_from_an_entity_is_where_the_reference_is(self):
+        document = b"<!DOCTYPE r [<!ENTITY i '<e/>text<e/>'><!ENTITY o '<e/>&i;<e/>&i;'>]><r><e/>&i;<e/> &o;<e/></r>"
+        at = document.index(b"<r>") + 3
+        places = [at] + [at + 4] * 2 + [at + 7] + [at + 12] * 6 + [at + 15]
+        for chunk_bytes in ["1", "32768"]:
+            found = run("find", "--element", "e", "--chunk-bytes", chunk_bytes, "-", data=document).out
+            self.assertEqual([b"stdin:%d" % place for place in places], found.splitlines())
 
     def test_a_limit_is_a_decimal_number(self):
         result = run("find", "--element", "e", "--limit", "010", "-", data=b"<r>" + b"<e/>" * 20 + b"</r>")

@@ -221,7 +221,7 @@ class Damage(IntoTarget):
                     "zip": (make_zip([("n.tar", nested), ("r", RANDOM)]), 100),
                     "xml": (b"<r>" + b"<e a='1'>x</e>" * 500 + b"</r>", 1000)}
         for name, form, filters in [("cpio", "newc", []), ("odc.cpio", "odc", []), ("bin.cpio", "bin", []), ("7z", "7zip", []),
-                                    ("deb", "arbsd", []), ("tar.zst", "pax", ["--zstd"]), ("tar.bz2", "pax", ["-j"])]:
+                                    ("deb", "arbsd", []), ("iso", "iso9660", []), ("tar.zst", "pax", ["--zstd"]), ("tar.bz2", "pax", ["-j"])]:
             archives[name] = (self.made_by_bsdtar(name, form, filters), 60)
         for name, (data, cuts) in archives.items():
             # An ar archive that ends between two members is a whole one.

@@ -78,6 +78,12 @@ void supportFormat(archive* handle, ContentKind format) {
     case ContentKind::xar:
       archive_read_support_format_xar(handle);
       break;
+    case ContentKind::lha:
+      archive_read_support_format_lha(handle);
+      break;
+    case ContentKind::iso9660:
+      archive_read_support_format_iso9660(handle);
+      break;
     case ContentKind::other:
     case ContentKind::xml:
     case ContentKind::compressed:
@@ -116,6 +122,14 @@ bool hasZipEnd(std::string_view tail, std::uint64_t streamBytes, bool isWhole) {
     if (at == 0) break;
   }
   return false;
+}
+
+// What the image of a disc says of its size, in the description of the volume (ECMA-119, 8.4): the number of blocks and
+// the bytes of one.
+std::uint64_t discBytes(std::string_view beginning) {
+  constexpr std::size_t kDescription = 32768;
+  if (beginning.size() < kDescription + 130) return 0;
+  return littleEndian32(beginning, kDescription + 80) * littleEndian16(beginning, kDescription + 128);
 }
 
 // In a locale of UTF-8 libarchive brings names that it knows to be UTF-8 into the composed normal form, by which two
@@ -222,7 +236,9 @@ class Decompressed final : public ByteSource {
     archive_read_support_filter_zstd(handle_.get());
     archive_read_support_filter_lz4(handle_.get());
     archive_read_support_filter_lzip(handle_.get());
+    archive_read_support_filter_lzma(handle_.get());
     archive_read_support_filter_compress(handle_.get());
+    archive_read_support_filter_rpm(handle_.get());
     archive_read_support_format_raw(handle_.get());
     archive_read_support_format_empty(handle_.get());
     archive_entry* entry = nullptr;
@@ -322,6 +338,7 @@ ArchiveReader::ArchiveReader(ByteSource& source, ContentKind format)
       archive_(makeHandle()),
       format_(format) {
   supportFormat(archive_.get(), format);
+  if (format == ContentKind::iso9660) discBytes_ = discBytes(source.peek(kDiscSignBytes));
 }
 
 ArchiveReader::Step ArchiveReader::next() {
@@ -404,14 +421,16 @@ bool ArchiveReader::drain() {
 
 // libarchive takes a tar archive that just ends for a whole one; a whole one ends with an empty header. Of an ar
 // archive it leaves out a header that is cut; a whole one has nothing behind its last member. A zip archive that it
-// reads as a stream ends for it with the first record that is no member; a whole one ends with its end record.
+// reads as a stream ends for it with the first record that is no member; a whole one ends with its end record. The
+// image of a disc may end with blocks that no file has.
 bool ArchiveReader::endsInFull() {
   const la_int64_t read = archive_filter_bytes(archive_.get(), 0);
   if (format_ == ContentKind::tar) return read > archive_read_header_position(archive_.get());
   if (format_ == ContentKind::ar) return static_cast<std::uint64_t>(read) == feed_.source().bytesRead();
-  if (format_ != ContentKind::zip) return true;
+  if (format_ != ContentKind::zip && format_ != ContentKind::iso9660) return true;
   std::uint64_t size = feed_.source().bytesRead();
   if (feed_.source().canSeek()) size = readTail();
+  if (format_ == ContentKind::iso9660) return size >= discBytes_;
   return hasZipEnd(feed_.tail(), size, feed_.beginsWithZipMember());
 }
 

@@ -88,6 +88,7 @@ class ArchiveReader {
   ArchiveFeed feed_;
   ArchiveHandle archive_;
   const ContentKind format_;
+  std::uint64_t discBytes_ = 0;  // that the image of a disc must have
   bool opened_ = false;
   archive_entry* entry_ = nullptr;
   std::string error_;

@@ -35,6 +35,7 @@ constexpr Sign kSigns[] = {
     {"\x28\xB5\x2F\xFD"sv, ContentKind::compressed},
     {"\x04\x22\x4D\x18"sv, ContentKind::compressed},
     {"LZIP\1"sv, ContentKind::compressed},
+    {"\xED\xAB\xEE\xDB"sv, ContentKind::compressed},  // a package of rpm: an archive behind headers
     {"<?xml"sv, ContentKind::xml},
     {"\xEF\xBB\xBF<?xml"sv, ContentKind::xml},
     {"\xFE\xFF\0<\0?"sv, ContentKind::xml},
@@ -85,6 +86,18 @@ bool isBinaryCpio(std::string_view bytes) {
   return (kTypes >> (word(6) >> 12) & 1u) != 0 && !name.empty() && name.find('\0') >= name.size() - 1;
 }
 
+// Whether a stream of lzma begins with the properties that its writers use and the size of a dictionary.
+bool isLzma(std::string_view bytes) { return bytes.starts_with("\x5D\0\0"sv); }
+
+// Whether an lha archive begins with a header, of which the method tells.
+bool isLha(std::string_view bytes) {
+  if (bytes.size() < 22 || bytes[2] != '-' || bytes[6] != '-' || bytes[3] != 'l') return false;
+  return (bytes[4] == 'h' || bytes[4] == 'z') && std::isalnum(static_cast<unsigned char>(bytes[5])) &&
+         static_cast<unsigned char>(bytes[20]) <= 3;
+}
+
+bool isDisc(std::string_view bytes) { return bytes.size() >= kDiscSignBytes && bytes.substr(32769, 5) == "CD001"; }
+
 bool isZeros(std::string_view bytes) { return bytes.find_first_not_of('\0') == std::string_view::npos; }
 
 // Whether a tar archive can begin like this: behind the name, of 100 bytes, stands the mode in octal digits.
@@ -125,6 +138,8 @@ std::string extensionOf(std::string_view name) {
   return extension;
 }
 
+bool mayEndAs(NameOfContent name, std::string_view extension) { return !name || extensionOf(*name) == extension; }
+
 static_assert(std::is_sorted(std::begin(kXmlExtensions), std::end(kXmlExtensions)));
 static_assert(std::is_sorted(std::begin(kOpaqueExtensions), std::end(kOpaqueExtensions)));
 
@@ -146,21 +161,27 @@ bool beginsWithMarkup(std::string_view beginning) {
   return first != std::string_view::npos && beginning[first] == '<';
 }
 
-std::size_t bytesToTell(std::string_view beginning) {
+std::size_t bytesToTell(std::string_view beginning, NameOfContent name) {
+  const bool isTold = beginsWithMarkup(beginning) || recognise(beginning, name) != ContentKind::other;
+  if (mayEndAs(name, "iso") && !isTold) return kDiscSignBytes;
   const bool isOpen = mayBeTarHeader(beginning) || firstNoSpace(beginning) == std::string_view::npos;
   return isOpen ? kMostSignBytes : kSignBytes;
 }
 
-ContentKind recognise(std::string_view beginning, std::string_view name) {
+ContentKind recognise(std::string_view beginning, NameOfContent name) {
+  if (mayEndAs(name, "iso") && isDisc(beginning)) return ContentKind::iso9660;
   beginning = beginning.substr(0, kMostSignBytes);
   if (beginning.empty()) return ContentKind::other;
   for (const Sign& sign : kSigns) {
     if (sign.bytes[0] == beginning[0] && beginning.starts_with(sign.bytes)) return sign.kind;
   }
   if (isBzip2(beginning) || isCompress(beginning)) return ContentKind::compressed;
+  // A short sign, so the name must say it too.
+  if ((mayEndAs(name, "lzma") || mayEndAs(name, "tlz")) && isLzma(beginning)) return ContentKind::compressed;
   if (isBinaryCpio(beginning)) return ContentKind::cpio;
+  if (isLha(beginning)) return ContentKind::lha;
   if (isTarHeader(beginning)) return ContentKind::tar;
-  const std::string extension = extensionOf(name);
+  const std::string extension = extensionOf(name.value_or(""));
   // An empty header is the end of the archive.
   if (extension == "tar" && beginning.size() == kMostSignBytes && isZeros(beginning)) return ContentKind::tar;
   if (isAmong(kXmlExtensions, extension) && beginsWithMarkup(beginning)) return ContentKind::xml;

@@ -13,6 +13,7 @@
 #include "element_places.h"
 #include "node_links.h"
 #include "session.h"
+#include "subtree_hash.h"
 
 namespace arbtree::tool {
 namespace {
@@ -30,7 +31,9 @@ class KeptSubtrees {
     }
   }
   ~KeptSubtrees() {
-    for (ArbNode* const copy : copies_) ArbNodeDestroy(copy);
+    for (ArbNode* const copy : copies_) {
+      if (copy) ArbNodeDestroy(copy);
+    }
     ArbDocumentDestroy(document_);
   }
   KeptSubtrees(const KeptSubtrees&) = delete;
@@ -38,13 +41,13 @@ class KeptSubtrees {
 
   // The number of the set that the subtree belongs to, a new one when there is none equal.
   std::size_t setOf(ArbNode* node) {
-    const std::uint32_t hash = ArbNodeHashCode(node);
+    const std::uint64_t hash = subtreeHash(node);
     const auto [first, last] = sets_.equal_range(hash);
     for (auto at = first; at != last; ++at) {
       if (ArbNodeIsEqual(node, copies_[at->second])) return at->second;
     }
-    copies_.reserve(copies_.size() + 1);
-    copies_.push_back(clone(node));
+    copies_.push_back(nullptr);  // what has no memory fails before there is a copy
+    copies_.back() = clone(node);
     sets_.emplace(hash, copies_.size() - 1);
     return copies_.size() - 1;
   }
@@ -66,7 +69,7 @@ class KeptSubtrees {
   ArbTree* tree_ = nullptr;
   std::uint32_t namespaces_ = 0;
   std::vector<ArbNode*> copies_;                              // by number of the set
-  std::unordered_multimap<std::uint32_t, std::size_t> sets_;  // by hash
+  std::unordered_multimap<std::uint64_t, std::size_t> sets_;  // by hash
 };
 
 struct Comparing {

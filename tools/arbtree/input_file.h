@@ -23,6 +23,7 @@ class InputFile final : public ByteSource {
   ~InputFile() override;
 
   const std::string& path() const { return path_; }
+  bool isStandardInput() const { return path_ == "-"; }
   // As messages show it: the path as it was given, or "<stdin>".
   std::string displayName() const { return isStandardInput() ? "<stdin>" : path_; }
   // The last part of the path, or "stdin".
@@ -44,7 +45,6 @@ class InputFile final : public ByteSource {
  private:
   explicit InputFile(int descriptor);
   void examine();
-  bool isStandardInput() const { return path_ == "-"; }
 
   std::string path_;
   int descriptor_ = -1;

@@ -123,7 +123,8 @@ struct Listing {
     std::string text =
         std::string("{\"kind\": \"") + kindName(child) + "\", \"path\": " + jsonString(shown(pathOf(child)));
     text += ", \"size\": " + (facts.size < 0 ? "null" : std::to_string(facts.size));
-    text += ", \"time\": " + (facts.hasTime ? jsonString(timeString(facts)) : "null");
+    const std::string time = timeString(facts);
+    text += ", \"time\": " + (time == "-" ? "null" : jsonString(time));
     text += ", \"mode\": " + jsonString(modeString(facts));
     const std::string target = bytesOf(child, kMemberLink);
     if (!target.empty()) text += ", \"link\": " + jsonString(shown(target));

@@ -23,119 +23,103 @@ namespace arbtree::tool {
 namespace {
 
 constexpr char kDescription[] =
-    "Lists, searches, reads and extracts what is in XML files and in archives within archives, of any size, in a few\n"
-    "megabytes of memory.\n";
+    R"(Lists, searches, reads and extracts what is in XML files and in archives within archives, of any size, in a few
+megabytes of memory.
+)";
 
-constexpr char kFooter[] =
-    "\n"
-    "FILE is an XML file or an archive (tar, zip, cpio, ar, 7z, cab, rar, xar; compressed with gzip, bzip2, xz, zstd,\n"
-    "lz4, lzip or compress), and so a package, a Java archive, an office document or an e-book; - is standard input.\n"
-    "Archives within archives are opened too. Formats are told by content, but members with the names of plain texts,\n"
-    "programs, pictures, sounds and fonts are not looked into. A member's path is the way to it through the archives,\n"
-    "as `arbtree ls` prints it: bytes that are no text are shown as C escapes (\\n, \\377), a backslash as\n"
-    "\\\\.\n"
-    "\n"
-    "Exit status: 0 all went well; 1 the input or the output failed, or a member was refused; 2 the command line was\n"
-    "wrong; 3 a limit was passed. What could be read is delivered. Each failure is one line on standard error:\n"
-    "arbtree: FILE: MEMBER: reason, with :LINE:COLUMN behind an XML member.\n"
-    "\n"
-    "Encodings of XML: UTF-8, UTF-16, and all that iconv knows and that begin like ASCII.\n"
-    "External entities and external document types are never loaded.\n"
-    "\n"
-    "Examples:\n"
-    "  arbtree ls package.deb\n"
-    "  arbtree stats dump.xml\n"
-    "  zcat dump.xml.gz | arbtree xml - > copy.xml\n"
-    "  arbtree find --element title --limit 1 books.zip\n"
-    "  arbtree extract -C folder backup.tar.xz\n"
-    "\n"
-    "`arbtree COMMAND --help` says more about a command.";
+constexpr char kFooter[] = R"(
+FILE is an XML file or an archive (tar, zip, cpio, ar, 7z, cab, rar, xar, lha, iso; compressed with gzip,
+bzip2, xz, zstd, lz4, lzip, lzma or compress), and so a package, a Java archive, an office document or an e-book; - is
+standard input. Archives within archives are opened too. Formats are told by content, but members with the names of
+plain texts, programs, pictures, sounds and fonts are not looked into. A member's path is the way to it through the
+archives, as `arbtree ls` prints it: bytes that are no text are shown as C escapes (\n, \377), a backslash as \\.
 
-constexpr char kLsFooter[] =
-    "\n"
-    "Archives are forests, XML members are trees, everything else (folders and links too) is a file. Plain lines are\n"
-    "paths. --long: kind, mode, size in bytes (- when it is not known before the content), time of change in UTC, "
-    "path\n"
-    "and the target of a link. --json: the same as one JSON object a line.\n"
-    "\n"
-    "Examples:\n"
-    "  arbtree ls package.deb\n"
-    "  arbtree ls --long backup.tar.xz\n"
-    "  curl -s https://example.org/all.tar.gz | arbtree ls --tree -\n"
-    "  arbtree ls --json books.zip | jq -r 'select(.kind == \"tree\") | .path'";
+Exit status: 0 all went well; 1 the input or the output failed, or a member was refused; 2 the command line was
+wrong; 3 a limit was passed. What could be read is delivered. Each failure is one line on standard error:
+arbtree: FILE: MEMBER: reason, with :LINE:COLUMN behind an XML member.
 
-constexpr char kTextFooter[] =
-    "\n"
-    "The output is UTF-8. The text of a member that does not end with a line end gets one.\n"
-    "\n"
-    "Examples:\n"
-    "  arbtree text report.docx --member word/document.xml\n"
-    "  arbtree text books.zip | grep -i whale";
+Encodings of XML: UTF-8, UTF-16, and all that iconv knows and that begin like ASCII.
+External entities and external document types are never loaded.
 
-constexpr char kFindFooter[] =
-    "\n"
-    "One line for each element: PATH:OFFSET, the member and the byte at which the start tag begins in it (for "
-    "encodings\n"
-    "other than UTF-8, UTF-16, ASCII and Latin-1: in the member converted to UTF-8). With --json one object a line.\n"
-    "With --limit nothing is read beyond the chunk of content that holds the last match.\n"
-    "\n"
-    "Examples:\n"
-    "  arbtree find --element title books.zip\n"
-    "  arbtree find --element a --attribute id=x7 --limit 1 dump.xml";
+Examples:
+  arbtree ls package.deb
+  arbtree stats dump.xml
+  zcat dump.xml.gz | arbtree xml - > copy.xml
+  arbtree find --element title --limit 1 books.zip
+  arbtree extract -C folder backup.tar.xz
 
-constexpr char kExtractFooter[] =
-    "\n"
-    "XML members are written as they are in the archive, nested archives as folders of their names. Nothing is "
-    "written\n"
-    "outside the folder. Refused by name, with exit status 1, while the rest is extracted: names that are absolute or\n"
-    "have \"..\", a backslash, a drive letter or an empty part; symbolic links that lead outside, hard links to what "
-    "was\n"
-    "not extracted, devices. Set-user-id, set-group-id and sticky bits are dropped; times are restored. A file takes "
-    "its\n"
-    "name, in place of an earlier file, when it is complete.\n"
-    "\n"
-    "Examples:\n"
-    "  arbtree extract -C folder package.deb\n"
-    "  arbtree extract -C folder --member '*.xml' backup.tar.xz\n"
-    "  arbtree extract -C folder --keep-archives --refuse-aliases all.zip";
+`arbtree COMMAND --help` says more about a command.)";
 
-constexpr char kDupsFooter[] =
-    "\n"
-    "One line for each place: the number of its set and PATH:OFFSET. Equal means the same name, attributes and "
-    "children.\n"
-    "An element within an element of the name is part of that one. With --json a set is one array a line. Memory "
-    "grows\n"
-    "with the different elements of the name.\n"
-    "\n"
-    "Examples:\n"
-    "  arbtree dups --element record dump.xml\n"
-    "  arbtree dups --element path --json drawings.zip";
+constexpr char kLsFooter[] = R"(
+Archives are forests, XML members are trees, everything else (folders and links too) is a file. Plain lines are
+paths. --long: kind, mode, size in bytes (- when it is not known before the content), time of change in UTC, path
+and the target of a link. --json: the same as one JSON object a line.
 
-constexpr char kStatsFooter[] =
-    "\n"
-    "Every member is read to its end, so that damage shows. Text counts in nodes: text longer than 16384 bytes of "
-    "UTF-8\n"
-    "is several nodes. With --json the same figures are one JSON object; \"complete\" is false when the input failed,\n"
-    "and the figures then hold for what could be read.\n"
-    "\n"
-    "Examples:\n"
-    "  arbtree stats dump.xml\n"
-    "  arbtree stats --json books.zip\n"
-    "  zcat dump.xml.gz | arbtree stats -";
+Examples:
+  arbtree ls package.deb
+  arbtree ls --long backup.tar.xz
+  curl -s https://example.org/all.tar.gz | arbtree ls --tree -
+  arbtree ls --json books.zip | jq -r 'select(.kind == "tree") | .path')";
 
-constexpr char kXmlFooter[] =
-    "\n"
-    "The output is UTF-8 and has the same canonical form as the input. Not kept: the document type, with its comments\n"
-    "and processing instructions (the defaults of attributes that it declares itself are written out, and the\n"
-    "references to the entities that it declares itself are replaced by their text); references to entities that are\n"
-    "declared elsewhere or external, for which a warning is given; the encoding; the way\n"
-    "character data was written (CDATA sections, character references, quotes, space within tags); line ends and\n"
-    "space outside the root element.\n"
-    "\n"
-    "Examples:\n"
-    "  arbtree xml dump.xml > copy.xml\n"
-    "  arbtree xml --member word/document.xml report.docx\n"
-    "  arbtree xml --max-depth 2000000 deep.xml > copy.xml";
+constexpr char kTextFooter[] = R"(
+The output is UTF-8. The text of a member that does not end with a line end gets one.
+
+Examples:
+  arbtree text report.docx --member word/document.xml
+  arbtree text books.zip | grep -i whale)";
+
+constexpr char kFindFooter[] = R"(
+One line for each element: PATH:OFFSET, the member and the byte at which the start tag begins in it (for encodings
+other than UTF-8, UTF-16, ASCII and Latin-1: in the member converted to UTF-8). What comes from an entity is where the
+reference to it is. With --json one object a line.
+With --limit nothing is read beyond the chunk of content that holds the last match.
+
+Examples:
+  arbtree find --element title books.zip
+  arbtree find --element a --attribute id=x7 --limit 1 dump.xml)";
+
+constexpr char kExtractFooter[] = R"(
+XML members are written as they are in the archive, nested archives as folders of their names. Nothing is written
+outside the folder. Refused by name, with exit status 1, while the rest is extracted: names that are absolute or
+have "..", a backslash, a drive letter, a zero byte or an empty part; symbolic links that lead outside, hard links to
+anything but a file in the folder, devices. Set-user-id, set-group-id and sticky bits are dropped; times are restored.
+A file takes its name, in place of an earlier file, when it is complete.
+
+Examples:
+  arbtree extract -C folder package.deb
+  arbtree extract -C folder --member '*.xml' backup.tar.xz
+  arbtree extract -C folder --keep-archives --refuse-aliases all.zip)";
+
+constexpr char kDupsFooter[] = R"(
+One line for each place: the number of its set and PATH:OFFSET. Equal means the same name, attributes and children.
+An element within an element of the name is part of that one. With --json a set is one array a line. Memory grows
+with the different elements of the name.
+
+Examples:
+  arbtree dups --element record dump.xml
+  arbtree dups --element path --json drawings.zip)";
+
+constexpr char kStatsFooter[] = R"(
+Every member is read to its end, so that damage shows. Text counts in nodes: text longer than 16384 bytes of UTF-8
+is several nodes. With --json the same figures are one JSON object; "complete" is false when the input failed,
+and the figures then hold for what could be read.
+
+Examples:
+  arbtree stats dump.xml
+  arbtree stats --json books.zip
+  zcat dump.xml.gz | arbtree stats -)";
+
+constexpr char kXmlFooter[] = R"(
+The output is UTF-8 and has the same canonical form as the input. Not kept: the document type, with its comments
+and processing instructions (the defaults of attributes that it declares itself are written out, and the
+references to the entities that it declares itself are replaced by their text); references to entities that are
+declared elsewhere or external, for which a warning is given; the encoding; the way character data was written
+(CDATA sections, character references, quotes, space within tags); line ends and space outside the root element.
+
+Examples:
+  arbtree xml dump.xml > copy.xml
+  arbtree xml --member word/document.xml report.docx
+  arbtree xml --max-depth 2000000 deep.xml > copy.xml)";
 
 // The option library itself would take -1 for a very large number and 010 for eight.
 template <typename Number>

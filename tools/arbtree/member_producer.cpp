@@ -14,17 +14,17 @@ namespace {
 // A run that reads this much gives the consumer a chance to show what there is.
 constexpr std::uint64_t kBytesPerRun = std::uint64_t{4} * 1024 * 1024;
 
+// Around one content. A package of rpm is one around the compression of its archive.
+constexpr std::size_t kMostCompressions = 3;
+
 constexpr std::uint32_t kZipArchive = 1;
 constexpr std::uint32_t kOtherArchive = 2;
 
-ContentKind look(ByteSource& content, const std::string& name) {
-  return recognise(content.peek(bytesToTell(content.peek(kSignBytes))), name);
+ContentKind look(ByteSource& content, NameOfContent name) {
+  return recognise(content.peek(bytesToTell(content.peek(kSignBytes), name)), name);
 }
 
-std::string withoutLastExtension(const std::string& name) {
-  const std::size_t dot = name.rfind('.');
-  return dot == std::string::npos ? name : name.substr(0, dot);
-}
+std::string_view withoutLastExtension(std::string_view name) { return name.substr(0, name.rfind('.')); }
 
 }  // namespace
 
@@ -76,7 +76,7 @@ void MemberProducer::begin() {
   begun_ = true;
   content_.raw = &input_;
   const NewMember member = describeInput();
-  examine(content_, member.name, wishes_.inputIsXml);
+  examine(content_, input_.isStandardInput() ? NameOfContent() : member.name, wishes_.inputIsXml);
   if (!input_.error().empty()) return problems_.member("", input_.error());
   if (isArchive(content_.kind)) {
     inputIsArchive_ = true;
@@ -186,27 +186,31 @@ MemberProducer::NewMember MemberProducer::describe(archive_entry& entry) const {
 }
 
 // What is unpacked to be looked at is kept packed too, until settle() says which of the two is wanted.
-void MemberProducer::examine(Content& content, const std::string& name, bool xmlByDefault) {
+void MemberProducer::examine(Content& content, NameOfContent name, bool xmlByDefault) {
   content.kind = look(*content.raw, name);
   if (content.kind == ContentKind::compressed) content.kind = recogniseUnpacked(content, name, xmlByDefault);
   if (content.kind == ContentKind::other && xmlByDefault) content.kind = ContentKind::xml;
 }
 
-ContentKind MemberProducer::recogniseUnpacked(Content& content, const std::string& name, bool xmlByDefault) {
+ContentKind MemberProducer::recogniseUnpacked(Content& content, NameOfContent name, bool xmlByDefault) {
   content.raw->hold();
-  content.unpacked = decompress(*content.raw, budget_);
-  const ContentKind kind = look(*content.unpacked, withoutLastExtension(name));
-  if (kind != ContentKind::other) return kind;
+  ContentKind kind = ContentKind::compressed;
+  while (kind == ContentKind::compressed && content.unpacked.size() < kMostCompressions) {
+    content.unpacked.push_back(decompress(content.useful(), budget_));
+    if (name) name = withoutLastExtension(*name);
+    kind = look(content.useful(), name);
+  }
+  if (kind == ContentKind::xml || isArchive(kind)) return kind;
   if (xmlByDefault) return ContentKind::xml;  // which tells what is wrong
-  const std::string& problem = content.unpacked->error();
+  const std::string& problem = content.useful().error();
   if (!problem.empty() && budget_.isWithin()) problems_.member(path_, "cannot be unpacked: " + problem);
-  return kind;
+  return ContentKind::other;
 }
 
 void MemberProducer::settle(Content& content, bool unpacked) {
-  if (!content.unpacked) return;
+  if (content.unpacked.empty()) return;
   if (unpacked) return content.raw->letGo();
-  content.unpacked.reset();
+  content.unpacked.clear();
   content.raw->rewind();
 }
 

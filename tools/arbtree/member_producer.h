@@ -68,10 +68,10 @@ class MemberProducer {
   struct Content {
     std::unique_ptr<ByteSource> owned;
     ByteSource* raw = nullptr;
-    std::unique_ptr<ByteSource> unpacked;
-    std::unique_ptr<ByteSource> spooled;  // all of it, where a format must be read back and forth
+    std::vector<std::unique_ptr<ByteSource>> unpacked;  // by one compression after the other, each from the one before
+    std::unique_ptr<ByteSource> spooled;                // all of it, where a format must be read back and forth
     ContentKind kind = ContentKind::other;
-    ByteSource& useful() { return spooled ? *spooled : unpacked ? *unpacked : *raw; }
+    ByteSource& useful() { return spooled ? *spooled : !unpacked.empty() ? *unpacked.back() : *raw; }
   };
   // An open archive.
   struct Level {
@@ -97,8 +97,8 @@ class MemberProducer {
   void reportContent();
   NewMember describe(archive_entry& entry) const;
   NewMember describeInput() const;
-  void examine(Content& content, const std::string& name, bool xmlByDefault);
-  ContentKind recogniseUnpacked(Content& content, const std::string& name, bool xmlByDefault);
+  void examine(Content& content, NameOfContent name, bool xmlByDefault);
+  ContentKind recogniseUnpacked(Content& content, NameOfContent name, bool xmlByDefault);
   static void settle(Content& content, bool unpacked);
 
   void addFile(const NewMember& member);

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cctype>
 #include <cerrno>
+#include <climits>
 #include <cstdlib>
 #include <cstring>
 
@@ -97,6 +98,7 @@ std::string folded(std::string_view path) {
 std::string nameProblem(std::string_view path) {
   if (path.empty()) return "it has no name";
   if (path[0] == '/') return "its name is absolute";
+  if (path.size() >= PATH_MAX) return "its name is longer than a path of the system can be";
   if (hasZeroByte(path)) return "its name has a zero byte";
   if (path.find('\\') != std::string_view::npos) return "its name has a backslash";
   if (path.find("//") != std::string_view::npos) return "its name is absolute or has an empty part";

@@ -159,8 +159,15 @@ bool XmlProducer::begin() {
   return check(ArbTreeSetProducerNodeHook(tree_, ARB_HOOK_ATTRIBUTES_DONE, wishes_.watched->elementId, hook, this));
 }
 
+// Where the tag being reported begins; where it comes from an entity, where the reference does. Once resumed within an
+// entity, expat has no bytes for what it reports and only knows the place behind the reference.
+std::uint64_t XmlProducer::eventOffset() const {
+  if (XML_GetCurrentByteCount(parser_) == 0) return stoppedAt_;
+  return static_cast<std::uint64_t>(XML_GetCurrentByteIndex(parser_));
+}
+
 void XmlProducer::attachOffset(ArbNode* node) {
-  const auto offset = static_cast<std::uint64_t>(XML_GetCurrentByteIndex(parser_));
+  const std::uint64_t offset = eventOffset();
   check(ArbNodeSetMetadata(node, kNodeOffset, &offset, sizeof offset));
 }
 
@@ -202,6 +209,7 @@ bool XmlProducer::finish() {
 void XmlProducer::stopForBreak() {
   if (stopping_ || failure_ || !canStopHere(parser_)) return;
   stopping_ = true;
+  stoppedAt_ = eventOffset();
   XML_StopParser(parser_, XML_TRUE);
 }
 

@@ -77,6 +77,7 @@ class XmlProducer {
   void setHandlers();
   XML_Status parseNext();
   bool finish();
+  std::uint64_t eventOffset() const;
   void attachOffset(ArbNode* node);
 
   void startElement(const char* name, const char** attributes);
@@ -134,6 +135,7 @@ class XmlProducer {
   bool inDocumentType_ = false;
   bool suspended_ = false;          // expat waits to be resumed
   bool stopping_ = false;           // a stop has been asked for in this run
+  std::uint64_t stoppedAt_ = 0;     // the offset of the event of the last stop
   std::size_t attributeBytes_ = 0;  // in this run
   TextCollector text_;
   std::vector<NewAttribute> newAttributes_;  // of the node being made; empty between nodes
