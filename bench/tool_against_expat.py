@@ -5,11 +5,12 @@
 
 BIN_DIR holds the built programs arbtree, make_records, count_elements_baseline (expat) and
 count_elements_reader_baseline (libxml2's streaming reader). For each size the programs run in turn, several times; their
-element counts must be equal. A line shows the best wall time of each as a ratio to that of expat, and the peak resident
-memory that each saw of itself. The last line is a document 1,000,000 elements deep.
+element counts must be equal. A line shows the best wall time of each as a ratio to that of expat, the median of the
+ratios of arbtree to expat round by round, and the peak resident memory that each saw of itself. The last line is a document 1,000,000 elements deep.
 """
 import json
 import os
+import statistics
 import subprocess
 import sys
 import tempfile
@@ -49,9 +50,11 @@ def measure(bin_dir, label, path, repeats):
     if len(counts) != 1:
         sys.exit(f"tool_against_expat: the programs count differently: {sorted(counts)}")
     best = {name: min(seconds for seconds, _, _ in results) for name, results in runs.items()}
+    rounds = [ours[0] / theirs[0] for ours, theirs in zip(runs["arbtree"], runs["expat"])]
     peak = {name: max(bytes_ for _, _, bytes_ in results) / 2**20 for name, results in runs.items()}
     print(f"{label:>8} {counts.pop():10} {best['expat']:9.3f}"
           + "".join(f"{best[name] / best['expat']:9.2f}" for name in ["reader", "arbtree"])
+          + f"{statistics.median(rounds):9.2f}"
           + "".join(f"{peak[name]:10.1f}" for name in PROGRAMS), flush=True)
 
 
@@ -60,8 +63,8 @@ def main():
         sys.exit(__doc__)
     bin_dir = sys.argv[1]
     sizes = [int(size) for size in sys.argv[2:]] or [10, 100, 1000]
-    print(f"{'':>8} {'':>10} {'expat':>9} {'ratio to expat':>18} {'peak MiB':>30}")
-    print(f"{'MB':>8} {'elements':>10} {'s':>9} {'reader':>8} {'arbtree':>8} {'expat':>9} {'reader':>9} {'arbtree':>9}")
+    print(f"{'':>8} {'':>10} {'expat':>9} {'ratio to expat':>27} {'peak MiB':>30}")
+    print(f"{'MB':>8} {'elements':>10} {'s':>9} {'reader':>8} {'arbtree':>8} {'median':>8} {'expat':>9} {'reader':>9} {'arbtree':>9}")
     with tempfile.TemporaryDirectory() as folder:
         path = os.path.join(folder, "measured.xml")
         for megabytes in sizes:

@@ -73,9 +73,7 @@ void appendTree(ArbForest* forest, const char16_t* pattern, const std::u16string
   append(forest, child);
   require(ArbTreeCreateNode(tree, ARB_ELEM_TEXT, nullptr, &text) == ARB_OK, "ArbTreeCreateNode");
   ArbAbstractTextNodeSetValue(text, content.data(), static_cast<uint32_t>(content.size()));
-  ArbNode* root = nullptr;
-  require(ArbTreeQueryRootNode(tree, &root) == ARB_OK, "ArbTreeQueryRootNode");  // Query: does not run the producer
-  require(ArbNodeAppendChild(root, text) == ARB_OK, "ArbNodeAppendChild");
+  require(ArbNodeAppendChild(ArbTreeRootNode(tree), text) == ARB_OK, "ArbNodeAppendChild");
   ArbForestChildProducerRelease(child);  // completes and releases the nodes as well
 }
 

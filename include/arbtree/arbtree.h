@@ -14,11 +14,12 @@
  *   may leave a waiting call by a non-local exit, and the document stays usable. A wait made inside the producer of
  *   another document lies within that document's guard: an exception there fails that document's run.
  * - A null document, tree, node, child document or required out-pointer is answered with ARB_ERR_BADARG before every
- *   other check, and nothing is changed, unless the function says that its null has a meaning. Calls that return no
- *   status answer 0 or nothing.
+ *   other check, and nothing is changed, unless the function says that its null has a meaning, or lists another
+ *   failure before ARB_ERR_BADARG. Calls that return no status answer 0 or nothing.
  * - "Query" calls answer from what exists and never run the producer. "Wait" calls run it, chunk by chunk on the
  *   caller's thread, until the answer exists or production has ended; during a run they answer ARB_ERR_NOTREADY when
- *   they would have to run it again. "Get" calls belong to the producer's side and never answer ARB_ERR_NOTREADY.
+ *   they would have to run it again. The "Get" steps to a child or sibling (\ref search) are the producer's: they look
+ *   at what is linked now and never answer ARB_ERR_NOTREADY. Other Get calls read what an object holds, for either side.
  * - Text is UTF-16 in 16-bit units, zero-terminated; lengths count units and exclude the terminator.
  * - A failed allocation leaves everything as it was, unless the function says otherwise; the call may be made again.
  *

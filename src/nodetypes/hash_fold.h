@@ -1,5 +1,5 @@
-// The one hash fold of the library: from a start value, exclusive-or each whole 32-bit little-endian word of a byte
-// range, then each remaining byte.
+// The hash fold of texts, bytes and attribute areas: from a start value, exclusive-or each whole 32-bit little-endian
+// word of a byte range, then each remaining byte.
 #ifndef ARBTREE_NODETYPES_HASH_FOLD_H
 #define ARBTREE_NODETYPES_HASH_FOLD_H
 
@@ -17,6 +17,9 @@ inline std::uint32_t foldHash(std::uint32_t hash, const void* range, std::size_t
   for (; count > 0; ++bytes, --count) hash ^= *bytes;
   return hash;
 }
+
+// How many bytes of a text are folded: their number has 16 bits.
+inline std::size_t hashedTextBytes(std::uint32_t units) { return 2 * std::size_t{units} % 65536; }
 
 }  // namespace arbtree
 

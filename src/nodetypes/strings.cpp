@@ -20,7 +20,6 @@ namespace arbtree {
 namespace {
 
 constexpr std::uint32_t kFirstStrings = 1024;
-constexpr std::uint32_t kHashedBytesModulus = 65536;
 
 std::u16string_view textOf(const ArbString& string) { return {string.text, string.length}; }
 
@@ -153,5 +152,5 @@ int16_t ARB_CALL ArbStringCompare(const ArbString* a, const ArbString* b) {
 
 uint32_t ARB_CALL ArbStringGetHashCode(const ArbString* string) {
   if (!string) return 0;
-  return foldHash(0, string->text, 2 * std::size_t{string->length} % kHashedBytesModulus);
+  return foldHash(0, string->text, hashedTextBytes(string->length));
 }

@@ -14,8 +14,6 @@
 namespace arbtree::text_operations {
 namespace {
 
-constexpr std::uint32_t kHashedBytesModulus = 65536;
-
 bool isValue(std::uint32_t index) { return index == 0; }
 
 const std::uint8_t* bytesOf(const ArbNode& node) { return reinterpret_cast<const std::uint8_t*>(asText(node).text); }
@@ -44,7 +42,7 @@ std::uint32_t ARB_CALL hasAttribute(ArbNode* node, std::uint32_t index) {
 
 std::uint32_t ARB_CALL hash(ArbNode* node) {
   const std::uint32_t length = asText(*node).textLength;
-  const std::size_t hashed = (2 * std::size_t{length}) % kHashedBytesModulus;
+  const std::size_t hashed = hashedTextBytes(length);
   const std::size_t held = std::min(hashed, valueBytes(*node));
   // The word in which the held bytes end is folded as a word when the hashed range goes on behind it.
   const std::size_t wholeWords = held & ~std::size_t{3};

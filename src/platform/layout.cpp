@@ -127,7 +127,7 @@ static_assert(offsetof(ArbDocumentHead, childCounter) == at(16, 24));
 static_assert(offsetof(ArbDocument, childCounter) == at(16, 24));
 static_assert(offsetof(ArbDocumentHead, rootForest) == at(20, 32) && offsetof(ArbDocument, rootForest) == at(20, 32));
 
-// Opaque to hosts, but the positions of their given fields are fixed all the same.
+// Opaque to hosts, but the positions of the fields that hosts reach are fixed all the same.
 static_assert(offsetof(ArbDocument, elemDefs) == at(24, 40));
 static_assert(offsetof(ArbDocument, inputPath) == at(28, 48));
 static_assert(offsetof(ArbDocument, outputPath) == at(32, 56));

@@ -135,15 +135,19 @@ class SystemFiles(unittest.TestCase):
         return path, expected, result, canonical(result.out) if result else None
 
     def test_each_file_that_xmllint_accepts(self):
+        files = sorted(system_files())
+        if not files:
+            self.skipTest("there are no XML files in /usr/share")
         compared = rejected = 0
         with ThreadPoolExecutor(os.cpu_count()) as pool:
-            for path, expected, result, ours in pool.map(self.compare, sorted(system_files())):
+            for path, expected, result, ours in pool.map(self.compare, files):
                 rejected += expected is None
                 compared += expected is not None
                 with self.subTest(path):
                     if expected is not None:
                         self.assertEqual(0, result.status, result.err)
                         self.assertTrue(expected == ours, "the canonical forms differ")
+        self.assertLess(0, compared)
         print(f"compared {compared} XML files of /usr/share; xmllint itself rejects {rejected} more", file=sys.stderr)
 
 

@@ -47,8 +47,10 @@ class CommandLine(unittest.TestCase):
             manual = file.read().replace("\\-", "-")
         with open(os.path.join(SOURCE, "tools/arbtree/completion/arbtree")) as file:
             completion = file.read()
+        known = {"--help", "--version"}
         for command in COMMANDS:
             options = set(re.findall(r"(?<![\w-])--[a-z-]+", run(command, "--help").out.decode().split("Examples:")[0]))
+            known |= options
             for option in options - {"--help", "--directory", "--version"}:
                 with self.subTest(command, option=option):
                     self.assertIn(option, manual)
@@ -57,6 +59,9 @@ class CommandLine(unittest.TestCase):
                                            '_arbtree; echo "${COMPREPLY[@]}"', SOURCE + "/tools/arbtree/completion/arbtree"],
                                           capture_output=True, text=True, check=True)
                     self.assertIn(option, done.stdout.split())
+
+        for text in [manual, completion.replace("--max-*", "").replace("--*-threshold", "")]:
+            self.assertEqual(set(), set(re.findall(r"(?<![\w-])--[a-z-]+", text)) - known)
 
     def test_version(self):
         result = run("--version")

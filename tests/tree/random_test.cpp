@@ -575,6 +575,7 @@ void runSequences(std::uint32_t mode) {
   foreign[1] = elsewhere.append(otherRoot, "linked");
   const char* const given = std::getenv("ARBTREE_SEQUENCES");
   const unsigned long count = given ? std::strtoul(given, nullptr, 0) : 60'000;
+  ASSERT_LT(0u, count) << "ARBTREE_SEQUENCES is no number";
   const std::uint32_t seed = testSeed();
   for (std::uint32_t i = 0; i < count; ++i) {
     const std::uint64_t blocks = heap::testing::liveBlocks();

@@ -147,9 +147,8 @@ bool XmlProducer::run() {
 }
 
 bool XmlProducer::begin() {
-  if (!check(ArbTreeQueryRootNode(tree_, &current_)) || !prepareNamespaces(kinds_.comment())) {
-    return false;
-  }
+  current_ = ArbTreeRootNode(tree_);
+  if (!prepareNamespaces(kinds_.comment())) return false;
   if (!wishes_.id.empty() && !referToId()) return false;
   if (!wishes_.watched) return true;
   const auto hook = [](std::uintptr_t node, void* self) -> std::uint32_t {

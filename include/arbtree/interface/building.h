@@ -71,6 +71,7 @@ ARB_API ArbStatus ARB_CALL ArbNodeAppendChild(ArbNode *parent, ArbNode *child);
  *
  * \retval ARB_OK the node is linked
  * \retval ARB_ERR_MODE the document has a consumer
+ * \retval ARB_ERR_BADARG the node is null; a null reference is answered so before all else
  * \retval ARB_ERR_ATTACHED the node is in a child list already, or is a root
  * \retval ARB_ERR_CLOSED the reference node's own child list is closed
  * \retval ARB_ERR_FOREIGN the two belong to different trees

@@ -23,7 +23,7 @@ extern "C" {
               a "." that is the first unit of the whole path counts for %b alone)
    %F %B %X   the same of the output path
    %e         extension of the child's format, without a dot; nothing for an unknown format
-   %n         the child's id in decimal
+   %n         the child's id as a signed decimal number
    null       the pattern %f.%e
    \endverbatim
  *

@@ -21,7 +21,8 @@ extern "C" {
 
 /**
  * Compares what two nodes hold, children left aside. Both must be of one kind, which is not checked: that of a decides
- * how they are compared, over the length of its attribute area.
+ * how they are compared. Records that are compared byte by byte are so over the length of the attribute area of a: where
+ * their sizes differ, the answer may depend on which of the two is a.
  *
  * \return 1 when they are equal, else 0; 0 when a node is null.
  */
@@ -30,7 +31,7 @@ ARB_API uint32_t ARB_CALL ArbNodeAttributesAreEqual(ArbNode *a, ArbNode *b);
 /**
  * Compares two subtrees: same element id, childCount and attributes, and equal children, pair by pair. Freed children
  * are in childCount but have no pair: the comparison ends with the shorter list. Metadata plays no part. Either node
- * may be null.
+ * may be null. For records of different sizes see ArbNodeAttributesAreEqual.
  *
  * \return 1 when they are equal, two nulls included, else 0.
  */
@@ -38,7 +39,10 @@ ARB_API uint32_t ARB_CALL ArbNodeIsEqual(ArbNode *a, ArbNode *b);
 
 /**
  * Hashes a subtree: the exclusive-or of element id, childCount and attributes' hash of every node. Equal subtrees of
- * which no node has been freed hash alike. The order of children does not count, and two equal children cancel out.
+ * which no node has been freed, with records of the same sizes, hash alike. The order of children does not count, and
+ * two equal children cancel out. Texts and bytes are folded by words of 32 bits, which also lets much of a text cancel
+ * out: for a large table of subtrees add a hash that knows order. The built-in external reference starts from `target`,
+ * taken as 32 bits, and takes in each unit of the name by exclusive-or and a multiplication by 16777619 (as FNV-1a).
  *
  * \return The hash; 0 for a null node.
  */

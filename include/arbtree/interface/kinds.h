@@ -36,7 +36,7 @@ extern "C" {
 #define ARB_ELEM_ENCODED_BYTES 0x08008005u                                /**< bytes, an ArbEncodedBytesNode */
 #define ARB_ELEM_EXTERNAL_REFERENCE 0x10008006u                           /**< an ArbExternalReferenceNode */
 
-#define ARB_ATTR_VALUE 0xE8008000u /**< the value attribute of the four text-bearing kinds */
+#define ARB_ATTR_VALUE 0xE8008000u /**< the value of the four text-bearing kinds; a pointer to the text */
 
 /** ArbNodeType.typeFlags: the attribute area can only be compared, hashed and copied by the kind's operations. */
 #define ARB_TYPE_ATTR_FUNCTIONS 0x20u
@@ -52,7 +52,8 @@ typedef struct ArbAttributeDef {
 /**
  * The descriptor of a node kind: static, read-only data shared by all its nodes. Any operation may be null where the
  * kind has no use for it; getAttribute, setAttribute and hasAttribute are needed by a kind with attributes, hash and
- * isEqual by a kind with ARB_TYPE_ATTR_FUNCTIONS. The library never calls write and read.
+ * isEqual by a kind with ARB_TYPE_ATTR_FUNCTIONS. The library never calls write and read. Operations must not throw, and
+ * must not change the tree that they are called for; a node's own value and metadata they may change.
  */
 struct ArbNodeType {
   uint32_t elementId;                /**< the kind's name */
@@ -72,18 +73,25 @@ struct ArbNodeType {
   uint32_t(ARB_CALL *isEqual)(ArbNode *a, ArbNode *b);
   /** Writes the node to a stream; a status. */
   uint32_t(ARB_CALL *write)(ArbNode *node, struct BaseStream *stream);
-  /** Reads what write wrote back into a record of the same kind; a status. */
+  /**
+   * Reads what write wrote back into a record of the same kind; a status. The whole record is overwritten, its head
+   * included. That of the built-in kinds makes a buffer for the value, the node's own, and forgets the one that the
+   * record had: give it a record without value, or free the value before (ArbAbstractTextNodeSetValue with null).
+   */
   uint32_t(ARB_CALL *read)(ArbNode *node, struct BaseStream *stream);
 };
 
 /**
  * Makes a node of an element id: allocates the whole record, zeroes it, sets size and nodeType and whatever the kind
  * needs, and stores it in *node (null on entry). For an element id that it does not make it stores nothing. The
- * result is not used.
+ * result is not used. It must not throw.
  */
 typedef uint32_t(ARB_CALL *ArbNodeFactory)(ArbTree *tree, uint32_t elementId, ArbNode **node);
 
-/** Releases all that the node's kind owns, and its record. The node is already unlinked. The result is not used. */
+/**
+ * Releases all that the node's kind owns, and its record. The node is already unlinked. The result is not used. It must
+ * not throw.
+ */
 typedef uint32_t(ARB_CALL *ArbNodeDestroyer)(ArbNode *node);
 
 /**

@@ -38,11 +38,15 @@ typedef struct ArbTraverserCallbacks {
                                 uint32_t attributeInfo, void *userData);
   /** After the attributes. */
   uint32_t(ARB_CALL *endAttributes)(ArbNode *node, uint32_t elementId, void *userData);
-  /** ARB_ELEM_TEXT and ARB_ELEM_ENCODED_BYTES; text is null when there is no value. */
+  /**
+   * ARB_ELEM_TEXT and ARB_ELEM_ENCODED_BYTES: the value as ArbAbstractTextNodeGetValue gives it. text stays the node's,
+   * valid until the callback returns or sets the value, and is null when there is none. length counts units, but bytes
+   * for a value of ARB_ENCODING_RAW8, which the callback cannot tell: it is for trees of whose values the host knows.
+   */
   uint32_t(ARB_CALL *textNode)(const char16_t *text, uint32_t length, void *userData);
-  /** ARB_ELEM_TEXT_4 */
+  /** ARB_ELEM_TEXT_4: text and its length in units, as for textNode. */
   uint32_t(ARB_CALL *text4Node)(const char16_t *text, uint32_t length, void *userData);
-  /** ARB_ELEM_TEXT_3 */
+  /** ARB_ELEM_TEXT_3: text and its length in units, as for textNode. */
   uint32_t(ARB_CALL *text3Node)(const char16_t *text, uint32_t length, void *userData);
 } ArbTraverserCallbacks;
 
