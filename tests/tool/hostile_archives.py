@@ -95,6 +95,16 @@ class Escapes(IntoTarget):
         self.assertEqual({"a", "a/b", "\u00e4", "\u00e4/b"}, {name.decode() for name in found})
         self.assertEqual((1, 1), (result.status, result.err.count("refused: its name has a backslash")))
 
+    def test_a_folder_that_an_archive_shares_with_members_around_it_is_told(self):
+        inner = ("i.tar", tar([("f", b"inner"), ("d/g", b"g")]))
+        for members, kept in {(inner, ("i.tar/f", b"outer"), ("i.tar/d/h", b"h")): b"outer",
+                              (("i.tar/f", b"outer"), ("i.tar/d/h", b"h"), inner): b"inner"}.items():
+            result, found = self.extract(tar([("o.tar", tar(members))]))
+            self.assertEqual((1, 1), (result.status, result.err.count("\n")), result.err)
+            self.assertIn("o.tar/i.tar: its folder has members from around the archive", result.err)
+            self.assertEqual((kept, b"g", b"h"), tuple(found[b"o.tar/i.tar/" + name][2] for name in [b"f", b"d/g", b"d/h"]))
+        self.assertEqual("", self.extract(tar([inner, ("i.tar2/f", b"x"), ("d/i.tar/f", b"x")]))[0].err)
+
     def test_temporary_names_are_nobody_elses(self):
         target = self.new_folder("target")
         with subprocess.Popen([TOOL, "extract", "-C", target, "-"], stdin=subprocess.PIPE, env=ENVIRONMENT) as tool:

@@ -3,6 +3,7 @@
 #include <fnmatch.h>
 
 #include <unordered_map>
+#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -32,6 +33,7 @@ class Extraction {
     path_ = pathOf(child);
     if (!isWanted(path_) && !standForWanted(child)) return true;
     found_ = true;
+    tellOfSharing(child);
     refuseIf(child.kind == ARB_CHILD_FOREST ? target_.makeFolder(path_, folderFacts(child)) : extract(child));
     return true;
   }
@@ -67,6 +69,24 @@ class Extraction {
       default:
         return "it is a device or another special file";
     }
+  }
+
+  // The folder that stands for an archive may be one that has members of the archive around it too.
+  void tellOfSharing(ArbForestChild& child) {
+    std::string shared;
+    if (child.kind == ARB_CHILD_FOREST) {
+      if (target_.hasMade(path_)) shared = path_;
+      unpacked_.insert(path_);
+    } else if (!unpacked_.empty()) {
+      const std::size_t own = child.parent && child.parent->child.parent ? pathOf(child.parent->child).size() : 0;
+      for (std::size_t end = path_.find('/', own + 1); end != std::string::npos; end = path_.find('/', end + 1)) {
+        if (unpacked_.erase(path_.substr(0, end)) != 0) shared = path_.substr(0, end);
+      }
+    }
+    if (shared.empty()) return;
+    session_.problems.member(shared,
+                             "its folder has members from around the archive too; of two with one name the last "
+                             "is kept");
   }
 
   // A file that is not wanted may still have the content of earlier names of it that are: it is then extracted under
@@ -136,8 +156,9 @@ class Extraction {
   Session& session_;
   const ExtractOptions& options_;
   TargetFolder& target_;
-  bool found_ = false;                                                // something that is wanted
-  std::string path_;                                                  // of the current member
+  bool found_ = false;                        // something that is wanted
+  std::unordered_set<std::string> unpacked_;  // archives whose folders are theirs alone, as far as is known
+  std::string path_;                          // of the current member
   std::unordered_map<std::string, std::vector<std::string>> linked_;  // the hard links made, by their target
   std::string problem_;                                               // of the file written last
 };

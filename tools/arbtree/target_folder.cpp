@@ -145,10 +145,14 @@ TargetFolder::Place TargetFolder::findPlace(const std::string& path, bool make) 
 std::string TargetFolder::openFolder(std::string_view path, bool make) {
   if (current_ >= 0 && path == currentPath_) return "";
   int folder = fcntl(root_, F_DUPFD_CLOEXEC, 0);
+  std::string way;
   for (const std::string_view part : partsOf(path)) {
     if (folder < 0) break;
     const std::string name(part);
-    if (make && mkdirat(folder, name.c_str(), 0777) != 0 && errno != EEXIST) {
+    way += (way.empty() ? "" : "/") + name;
+    if (make && mkdirat(folder, name.c_str(), 0777) == 0) {
+      made_.insert(way);
+    } else if (make && errno != EEXIST) {
       close(folder);
       return systemReason();
     }

@@ -17,6 +17,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "byte_source.h"
@@ -42,6 +43,8 @@ class TargetFolder {
   std::string writeFile(const std::string& path, const MemberFacts& facts, ByteSource* content);
   // The last facts that are given for a folder hold.
   std::string makeFolder(const std::string& path, const MemberFacts& facts);
+  // Whether the folder with this path was made, for itself or for what is in it, and not there before.
+  bool hasMade(const std::string& path) const { return made_.contains(path); }
   // `target` is a path below the folder.
   std::string linkHard(const std::string& path, const std::string& target);
   // The link itself is made by finish().
@@ -85,6 +88,7 @@ class TargetFolder {
   std::string currentPath_;  // of it, without dots
   unsigned long temporaries_ = 0;
   std::vector<PendingLink> links_;
+  std::unordered_set<std::string> made_;                // folders
   std::map<std::string, MemberFacts> folders_;          // backwards, inner ones come before outer ones
   std::unordered_map<std::string, std::string> names_;  // by their folded form
 };
