@@ -13,4 +13,9 @@ Wishes wishesForMember(const std::string& member) {
   return wishes;
 }
 
+void reportMissing(Session& session, const std::string& member) {
+  if (member.empty() || session.problems.status() != 0) return;
+  session.problems.member("", "no XML member has the path " + shown(member));
+}
+
 }  // namespace arbtree::tool

@@ -40,6 +40,8 @@ struct Session {
 // Wishes for the XML member with this path, as shown, or for all when it is empty. Only the archives on the way to it
 // are opened.
 Wishes wishesForMember(const std::string& member);
+// Tells that there is none, unless it is empty or a failure has been told that may be the cause.
+void reportMissing(Session& session, const std::string& member);
 
 }  // namespace arbtree::tool
 

@@ -43,9 +43,7 @@ int runText(const ContentOptions& options) {
   Session session(options.common, wishesForMember(options.member), true);
   Writing writing{session};
   session.document.walkMembers(writing);
-  if (!options.member.empty() && !writing.found && session.problems.status() == 0) {
-    session.problems.member("", "no XML member has the path " + shown(options.member));
-  }
+  if (!writing.found) reportMissing(session, options.member);
   return session.finish();
 }
 

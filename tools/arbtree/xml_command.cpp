@@ -40,10 +40,8 @@ int runXml(const ContentOptions& options) {
   Session session(options.common, wishesForMember(options.member), true);
   Copying copying{session, options.member, XmlWriter(session.out)};
   session.document.walkMembers(copying);
-  if (!options.member.empty() && !copying.found) {
-    if (session.problems.status() == 0)
-      session.problems.member("", "no XML member has the path " + shown(options.member));
-  } else if (session.document.producer().inputIsArchive() && options.member.empty()) {
+  if (!copying.found) reportMissing(session, options.member);
+  if (session.document.producer().inputIsArchive() && options.member.empty()) {
     session.problems.member("", "is an archive: --member says which XML member to write", kUsageError);
   }
   return session.finish();
