@@ -1,6 +1,7 @@
 """Archives of all formats, nested in each other: listed and extracted as bsdtar, dpkg-deb and unzip do, and searched."""
 import json
 import os
+import random
 import subprocess
 import sys
 import tarfile
@@ -348,8 +349,39 @@ class Searching(InFolder):
             expected = [f"{number} {path}:{starts[at]}" for number, members in [(1, [0, 2, 4]), (2, [1]), (3, [3])]
                         for path in ["1.xml", "3.xml"] for at in members]
             self.assertEqual(expected, result.out.decode().splitlines())
+        self.assertEqual(b"", run("dups", "--element", "g", "-", data=document).out)
         sets = run("dups", "--element", "e", "--json", "-", data=document).out.decode().splitlines()
         self.assertEqual([[{"path": "stdin", "offset": starts[at]} for at in [0, 2, 4]]], [json.loads(line) for line in sets])
+
+    def test_equal_elements_of_random_documents_are_those_of_a_plain_comparison(self):
+        for seed in range(60):
+            chance = random.Random(seed)
+            document, starts, ends = b"", [], {}
+
+            def element(depth):
+                nonlocal document
+                name = chance.choice([b"e", b"e", b"f"])
+                start = len(document)
+                if name == b"e":
+                    starts.append(start)
+                document += b"<" + name + chance.choice([b"", b"", b' a="1"']) + b">"
+                for _ in range(chance.randrange(4) if depth < 7 else 0):
+                    element(depth + 1)
+                document += chance.choice([b"", b"x", b"xy"]) + b"</" + name + b">"
+                ends[start] = len(document)
+
+            document += b"<r>"
+            for _ in range(6):
+                element(0)
+            document += b"</r>"
+            places = {}
+            for start in starts:
+                places.setdefault(document[start:ends[start]], []).append(start)
+            expected = [[{"path": "stdin", "offset": at} for at in found] for found in places.values() if len(found) > 1]
+            for chunk_bytes in ["1", "32768"]:
+                found = run("dups", "--element", "e", "--json", "--chunk-bytes", chunk_bytes, "-", data=document).out
+                with self.subTest(seed=seed, chunk_bytes=chunk_bytes):
+                    self.assertEqual(expected, [json.loads(line) for line in found.splitlines()])
 
 
 if __name__ == "__main__":

@@ -92,8 +92,8 @@ Examples:
 
 constexpr char kDupsFooter[] = R"(
 One line for each place: the number of its set and PATH:OFFSET. Equal means the same name, attributes and children.
-An element within an element of the name is part of that one. With --json a set is one array a line. Memory grows
-with the different elements of the name.
+Elements of the name within others count too. With --json a set is one array a line. Memory grows with the different
+elements of the name.
 
 Examples:
   arbtree dups --element record dump.xml
