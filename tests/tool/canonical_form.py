@@ -93,6 +93,8 @@ class LeftOut(unittest.TestCase):
             "declared elsewhere": ('<!DOCTYPE r SYSTEM "missing.dtd">\n<r>1&x;2&x;3</r>', "<r>123</r>", "2:5"),
             "in attributes": (attributes, '<q b="&amp;"><r a="123" b=""/></q>', "2:14"),
             "in attributes in UTF-16": (attributes.encode("utf-16"), '<q b="&amp;"><r a="123" b=""/></q>', "2:14"),
+            "in Latin-1": ('<?xml version="1.0" encoding="ISO-8859-1"?><!DOCTYPE r SYSTEM "m.dtd" [<!ENTITY \u00e9 "2">]>\n<r a="1&x;&\u00e9;&x;"/>'
+                           .encode("latin-1"), '<r a="12"/>', "2:1"),
             "behind a parameter": ("<!DOCTYPE r [<!ENTITY % p ''> %p;]>\n<r a='1&x;2&x;3'/>", '<r a="123"/>', "2:1"),
         }
         for name, (document, expected, place) in cases.items():
@@ -103,6 +105,12 @@ class LeftOut(unittest.TestCase):
                 result = run("xml", path)
                 self.assertEqual((0, expected), (result.status, result.out.decode().splitlines()[1]))
                 self.assertRegex(result.err, rf'^arbtree: \S*d\.xml:{place}: warning: entity "x" .*\(2 .*\)\n$')
+
+    def test_what_only_looks_like_a_reference_is_none(self):
+        document = '<!DOCTYPE r SYSTEM "m.dtd">\n<r a="sun \u2600; \u2602\n\u1b00;"/>'
+        for encoding in ["utf-8", "utf-16-le", "utf-16-be"]:
+            result = run("xml", "-", data=("\ufeff" + document).encode(encoding))
+            self.assertEqual((0, ""), (result.status, result.err))
 
     def test_external_entities_are_never_loaded(self):
         with tempfile.TemporaryDirectory() as folder:

@@ -348,15 +348,21 @@ ArchiveReader::Step ArchiveReader::next() {
     if (!open(archive_.get(), feed_, feed_.source().canSeek())) return fail(reasonOf(archive_.get()));
   }
   feed_.givePieces(format_ == ContentKind::zip);
-  int status = archive_read_next_header(archive_.get(), &entry_);
-  // A header that is damaged is passed over, and said to be so with the end of the archive.
-  while (status == ARCHIVE_RETRY) {
+  do {
+    const int status = nextHeader();
+    if (status == ARCHIVE_EOF) return finish();
+    if (status < ARCHIVE_WARN) return fail(reasonOf(archive_.get()));
+  } while (isTable());
+  return Step::entry;
+}
+
+// A header that is damaged is passed over, and said to be so with the end of the archive.
+int ArchiveReader::nextHeader() {
+  for (;;) {
+    const int status = archive_read_next_header(archive_.get(), &entry_);
+    if (status != ARCHIVE_RETRY) return status;
     if (damage_.empty()) damage_ = "a damaged member is left out: " + reasonOf(archive_.get());
-    status = archive_read_next_header(archive_.get(), &entry_);
   }
-  if (status == ARCHIVE_EOF) return finish();
-  if (status < ARCHIVE_WARN) return fail(reasonOf(archive_.get()));
-  return isTable() ? next() : Step::entry;
 }
 
 // The table of symbols and that of long names, which an ar archive holds in the shape of members.

@@ -79,6 +79,7 @@ class ArchiveReader {
  private:
   Step fail(std::string reason);
   Step finish();
+  int nextHeader();
   bool isTable() const;
   std::optional<std::string> nameInZipHeader() const;
   bool endsInFull();

@@ -19,7 +19,7 @@ struct Limits {
   std::uint32_t maxRatio = 200;                  // of bytes unpacked to bytes read, once they are more than
   std::uint64_t ratioThreshold = 64 * kMebi;
   std::uint64_t maxDepth = 100000;       // of elements
-  std::uint64_t maxNames = 1'000'000;    // of elements and their attributes, in all XML together
+  std::uint64_t maxNames = 250'000;      // of elements and their attributes, in all XML together
   std::uint32_t maxAmplification = 100;  // of XML by entities, once it is more than
   std::uint64_t amplificationThreshold = 8 * kMebi;
   // Bytes of nodes and text made before they are consumed. Smaller than the library's own default, so that a chunk

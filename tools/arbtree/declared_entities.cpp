@@ -1,22 +1,44 @@
 // Looking for references in the text of a start tag.
 #include "declared_entities.h"
 
+#include <utf8.h>
+
 #include <algorithm>
 #include <array>
+#include <iterator>
 
 namespace arbtree::tool {
 namespace {
 
-// The start tag as it is written. In UTF-16, what is ASCII comes out as such.
+std::string fromUtf16(std::string_view bytes, bool isBigEndian) {
+  std::u16string units;
+  for (std::size_t i = 0; i + 1 < bytes.size(); i += 2) {
+    const auto first = static_cast<unsigned char>(bytes[i]);
+    const auto second = static_cast<unsigned char>(bytes[i + 1]);
+    units += static_cast<char16_t>(isBigEndian ? first << 8 | second : second << 8 | first);
+  }
+  std::string text;
+  utf8::utf16to8(units.begin(), units.end(), std::back_inserter(text));
+  return text;
+}
+
+std::string fromLatin1(std::string_view bytes) {
+  std::string text;
+  for (const char byte : bytes) utf8::append(static_cast<unsigned char>(byte), std::back_inserter(text));
+  return text;
+}
+
+// The start tag as it is written, in UTF-8. Expat takes it in that, in UTF-16, or in Latin-1 or a part of it.
 std::string tagText(XML_Parser parser) {
   int offset = 0;
   int size = 0;
   const char* const context = XML_GetInputContext(parser, &offset, &size);
   if (!context) return {};
-  std::string text(context + offset,
-                   static_cast<std::size_t>(std::min(XML_GetCurrentByteCount(parser), size - offset)));
-  std::erase(text, '\0');
-  return text;
+  const int length = std::min(XML_GetCurrentByteCount(parser), size - offset);
+  const std::string_view bytes(context + offset, static_cast<std::size_t>(length));
+  if (bytes.starts_with(std::string_view("\0<", 2))) return fromUtf16(bytes, true);
+  if (bytes.starts_with(std::string_view("<\0", 2))) return fromUtf16(bytes, false);
+  return utf8::is_valid(bytes.begin(), bytes.end()) ? std::string(bytes) : fromLatin1(bytes);
 }
 
 }  // namespace

@@ -2,8 +2,7 @@
 //
 // Releases of expat differ: some that were stopped in an entity that another one refers to come to its end, once they
 // are resumed, and then go on behind the outer one: the rest of that is lost without a word. With those a parser is
-// stopped only outside entities, so that what one reference stands for comes in one chunk, which nothing but the limit
-// on amplification bounds.
+// stopped only outside entities, so that what one reference stands for comes in one chunk, which has to be bounded.
 #ifndef ARBTREE_TOOL_EXPAT_STOPS_H
 #define ARBTREE_TOOL_EXPAT_STOPS_H
 

@@ -2,6 +2,7 @@
 // that compwrite has for this host takes the content from the producer, which waits at the file.
 #include <fnmatch.h>
 
+#include <map>
 #include <unordered_map>
 #include <unordered_set>
 #include <utility>
@@ -43,6 +44,7 @@ class Extraction {
     const bool isWhole = session_.problems.status() == 0;
     if (!found_ && isWhole && !options_.pattern.empty())
       session_.problems.member("", "no member matches " + shown(options_.pattern));
+    refuseBrokenLinks();
     for (const auto& [path, reason] : target_.finish()) session_.problems.member(path, "refused: " + reason);
   }
 
@@ -95,33 +97,46 @@ class Extraction {
     if (child.kind != ARB_CHILD_FILE || factsOf(child).link != LinkKind::none) return false;
     if (bytesOf(child, kMemberLink).empty()) return false;
     const std::string target = hardTarget(child);
-    const auto linked = linked_.find(target);
+    const auto linked = links_.find(target);
     if (isWanted(target) && nameProblem(target).empty()) {
       path_ = target;
-    } else if (linked != linked_.end()) {
-      path_ = linked->second.front();
+    } else if (linked != links_.end()) {
+      path_ = linked->second.front().path;
     } else {
       return false;
     }
     return true;
   }
 
+  // A link that cannot be made may still get its content from a later name of the file.
   std::string linkHard(const std::string& target) {
-    std::string problem = target_.linkHard(path_, target);
-    if (problem.empty()) linked_[target].push_back(path_);
-    return problem;
+    links_[target].push_back({path_, target_.linkHard(path_, target), linkCount_++});
+    return "";
   }
 
   // The content of a file came with a later one of its names: the target and the links before get it now. A target that
   // is refused has been told to be.
   void shareContent(const std::string& target) {
-    std::vector<std::string> names = std::move(linked_[target]);
-    linked_.erase(target);
-    if (isWanted(target) && nameProblem(target).empty()) names.push_back(target);
-    for (const std::string& name : names) {
-      const std::string problem = name == path_ ? "" : target_.linkHard(name, path_);
-      if (!problem.empty()) session_.problems.member(name, "refused: " + problem);
+    std::vector<HardLink> links = std::move(links_[target]);
+    links_.erase(target);
+    if (isWanted(target) && nameProblem(target).empty()) links.push_back({target, "", linkCount_++});
+    for (const HardLink& link : links) {
+      if (link.path != path_) refuseIfNot(link.path, target_.linkHard(link.path, path_));
     }
+  }
+
+  void refuseBrokenLinks() {
+    std::map<std::uint64_t, const HardLink*> broken;
+    for (const auto& [target, links] : links_) {
+      for (const HardLink& link : links) {
+        if (!link.problem.empty()) broken.emplace(link.number, &link);
+      }
+    }
+    for (const auto& [number, link] : broken) refuseIfNot(link->path, link->problem);
+  }
+
+  void refuseIfNot(const std::string& path, const std::string& problem) {
+    if (!problem.empty()) session_.problems.member(path, "refused: " + problem);
   }
 
   // Of the folder that stands for an archive: the archive's own, but for the mode of a file.
@@ -153,14 +168,21 @@ class Extraction {
     session_.problems.member(path_, isDamaged ? problem : "refused: " + problem);
   }
 
+  struct HardLink {
+    std::string path;
+    std::string problem;   // empty once it is made
+    std::uint64_t number;  // in the order of the archives
+  };
+
   Session& session_;
   const ExtractOptions& options_;
   TargetFolder& target_;
   bool found_ = false;                        // something that is wanted
   std::unordered_set<std::string> unpacked_;  // archives whose folders are theirs alone, as far as is known
   std::string path_;                          // of the current member
-  std::unordered_map<std::string, std::vector<std::string>> linked_;  // the hard links made, by their target
-  std::string problem_;                                               // of the file written last
+  std::unordered_map<std::string, std::vector<HardLink>> links_;  // by their target
+  std::uint64_t linkCount_ = 0;
+  std::string problem_;  // of the file written last
 };
 
 }  // namespace

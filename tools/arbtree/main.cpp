@@ -113,7 +113,8 @@ constexpr char kXmlFooter[] = R"(
 The output is UTF-8 and has the same canonical form as the input. Not kept: the document type, with its comments
 and processing instructions (the defaults of attributes that it declares itself are written out, and the
 references to the entities that it declares itself are replaced by their text); references to entities that are
-declared elsewhere or external, for which a warning is given; the encoding; the way character data was written
+declared elsewhere or external, for which a warning is given (but not for those in an attribute that itself comes from
+an entity or is a default); the encoding; the way character data was written
 (CDATA sections, character references, quotes, space within tags); line ends and space outside the root element.
 
 Examples:

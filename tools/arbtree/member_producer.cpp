@@ -301,7 +301,8 @@ void MemberProducer::finishTree() {
     if (budget_.isWithin()) problems_.xml(path, *failure);
   } else if (const OmittedEntities& omitted = xml_->omitted(); omitted.count != 0) {
     problems_.warning(path, omitted.firstPlace,
-                      "entity \"" + omitted.firstName + "\" is not declared in the document itself and was left out (" +
+                      "entity \"" + shown(omitted.firstName) +
+                          "\" is not declared in the document itself and was left out (" +
                           std::to_string(omitted.count) + " such references in all)");
   }
   xml_.reset();

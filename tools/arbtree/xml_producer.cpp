@@ -15,6 +15,8 @@ namespace {
 
 // The library counts the records of a chunk's nodes and their text; what their attributes hold is ours to count.
 constexpr std::size_t kAttributeBytesPerRun = std::size_t{128} * 1024;
+// Where expat cannot be stopped, within entities.
+constexpr std::uint64_t kMostNodesAtOnce = 250'000;
 
 // Expat gives names and values in turn, and a null behind them.
 std::size_t countAttributes(const char** attributes) {
@@ -130,6 +132,7 @@ void XmlProducer::setHandlers() {
 
 bool XmlProducer::run() {
   stopping_ = false;
+  nodesAtRunStart_ = nodesMade_;
   attributeBytes_ = 0;
   if (!current_ && !begin()) return finish();
   XML_Status status = suspended_ ? XML_ResumeParser(parser_) : parseNext();
@@ -206,7 +209,11 @@ bool XmlProducer::finish() {
 }
 
 void XmlProducer::stopForBreak() {
-  if (stopping_ || failure_ || !canStopHere(parser_)) return;
+  if (stopping_ || failure_) return;
+  if (!canStopHere(parser_)) {
+    if (nodesMade_ - nodesAtRunStart_ > kMostNodesAtOnce) failByEntity();
+    return;
+  }
   stopping_ = true;
   stoppedAt_ = eventOffset();
   XML_StopParser(parser_, XML_TRUE);
@@ -366,6 +373,12 @@ bool XmlProducer::refused(ArbStatus status) {
 
 [[gnu::noinline]] void XmlProducer::failByDepth() {
   fail("elements are nested more than " + std::to_string(limits_.maxDepth) + " deep (see --max-depth)", true);
+}
+
+void XmlProducer::failByEntity() {
+  fail("one reference to an entity stands for more than " + std::to_string(kMostNodesAtOnce) +
+           " nodes, which this release of expat (" + XML_ExpatVersion() + ") can only give at once",
+       true);
 }
 
 // Expat's own words, but for inputs that just end: there it says "no element found" also inside an element.

@@ -115,6 +115,7 @@ class XmlProducer {
   }
   bool refused(ArbStatus status);
   void failByDepth();
+  void failByEntity();
   void failByExpat();
 
   ByteSource& input_;
@@ -144,6 +145,7 @@ class XmlProducer {
   DeclaredEntities entities_;
   OmittedEntities omitted_;
   std::uint64_t nodesMade_ = 0;
+  std::uint64_t nodesAtRunStart_ = 0;
   std::uint64_t attributesMade_ = 0;
 };
 
