@@ -75,14 +75,16 @@ class Extraction {
 
   // The folder that stands for an archive may be one that has members of the archive around it too.
   void tellOfSharing(ArbForestChild& child) {
+    const std::string path = withoutDots(path_);
     std::string shared;
     if (child.kind == ARB_CHILD_FOREST) {
-      if (target_.hasMade(path_)) shared = path_;
-      unpacked_.insert(path_);
+      if (target_.hasMade(path)) shared = path;
+      unpacked_.insert(path);
     } else if (!unpacked_.empty()) {
-      const std::size_t own = child.parent && child.parent->child.parent ? pathOf(child.parent->child).size() : 0;
-      for (std::size_t end = path_.find('/', own + 1); end != std::string::npos; end = path_.find('/', end + 1)) {
-        if (unpacked_.erase(path_.substr(0, end)) != 0) shared = path_.substr(0, end);
+      const bool isNested = child.parent && child.parent->child.parent;
+      const std::size_t own = isNested ? withoutDots(pathOf(child.parent->child)).size() : 0;
+      for (std::size_t end = path.find('/', own + 1); end != std::string::npos; end = path.find('/', end + 1)) {
+        if (unpacked_.erase(path.substr(0, end)) != 0) shared = path.substr(0, end);
       }
     }
     if (shared.empty()) return;

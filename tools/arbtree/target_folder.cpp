@@ -95,6 +95,11 @@ std::string folded(std::string_view path) {
 
 }  // namespace
 
+std::string withoutDots(std::string_view path) {
+  const auto parts = partsOf(path);
+  return join(parts, parts.size());
+}
+
 std::string nameProblem(std::string_view path) {
   if (path.empty()) return "it has no name";
   if (path[0] == '/') return "its name is absolute";

@@ -25,6 +25,9 @@
 
 namespace arbtree::tool {
 
+// A path as the folder has it: without the parts that only mean their place.
+std::string withoutDots(std::string_view path);
+
 // Why a path must not be used below a target folder; empty when it may.
 std::string nameProblem(std::string_view path);
 
