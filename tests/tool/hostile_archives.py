@@ -176,7 +176,7 @@ BOMBS = {
     "nesting set": (lambda: quine_like(3), ["stats", "--max-nesting", "2"], "--max-nesting"),
     "depth": (lambda: tar([("d.xml", b"<?xml version='1.0'?>" + b"<a>" * 11 + b"</a>" * 11)]), ["text", "--max-depth", "10"],
               "--max-depth"),
-    "names": (lambda: b"<r>" + b"".join(b"<e%d a='' b=''/>" % i for i in range(5)) + b"</r>", ["text", "--max-names", "16"],
+    "names": (lambda: b"<r>" + b"".join(b"<e%d a='' b=''/>" % i for i in range(5)) + b"</r>", ["text", "--max-names", "15"],
               "--max-names"),
     "entities": (lambda: tar([("e.xml", b"<?xml version='1.0'?>" + ENTITIES)]), ["stats"], "--max-amplification"),
     "entities set": (lambda: b"<!DOCTYPE a [<!ENTITY e '" + b"x" * 1000 + b"'>]><a>" + b"&e;" * 100 + b"</a>",
@@ -206,6 +206,7 @@ class Limits(IntoTarget):
     def test_the_limits_are_exact(self):
         hundred = tar([(str(i), b"") for i in range(100)])
         self.assertEqual(0, run("ls", "--max-members", "100", "-", data=hundred).status)
+        self.assertEqual(0, run("xml", "--max-names", "5", "-", data=b"<!-- --><?p q?><r><a x='' y=''/><b/><a y=''/></r>").status)
         self.assertEqual(0, run("ls", "--max-nesting", "3", "-", data=quine_like(3)).status)
         self.assertEqual(3, run("ls", "--max-nesting", "2", "-", data=quine_like(3)).status)
 
@@ -358,6 +359,16 @@ class Interrupts(IntoTarget):
                 self.assertEqual(-number, tool.wait(TIMEOUT))
                 self.assertEqual(b"arbtree: <stdin>: large: interrupted\n", tool.stderr.read())
             self.assertEqual({b"good"}, set(tree_of(target)))
+
+    def test_an_interrupt_before_the_first_byte(self):
+        with subprocess.Popen([TOOL, "ls", "-"], stdin=subprocess.PIPE, env=ENVIRONMENT, stderr=subprocess.PIPE, bufsize=0) as tool:
+            with open(f"/proc/{tool.pid}/stat") as state:
+                while state.read().split(")")[1].split()[0] != "S":  # sleeps, until there is something to read
+                    state.seek(0)
+                    time.sleep(0.001)
+            tool.send_signal(signal.SIGTERM)
+            self.assertEqual(-signal.SIGTERM, tool.wait(TIMEOUT))
+            self.assertEqual(b"arbtree: <stdin>: interrupted\n", tool.stderr.read())
 
     def test_work_goes_on_no_further_once_all_input_is_read(self):
         path, target = self.write("zeros.tar.gz", packed("gzip", tar([("zeros", ZEROS)]))), self.new_folder("target")

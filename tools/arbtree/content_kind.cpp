@@ -162,14 +162,14 @@ bool beginsWithMarkup(std::string_view beginning) {
 }
 
 std::size_t bytesToTell(std::string_view beginning, NameOfContent name) {
-  const bool isTold = beginsWithMarkup(beginning) || recognise(beginning, name) != ContentKind::other;
-  if (mayEndAs(name, "iso") && !isTold) return kDiscSignBytes;
+  const bool mayBeDisc = mayEndAs(name, "iso") && !beginsWithMarkup(beginning);
+  if (mayBeDisc && recognise(beginning, name) == ContentKind::other) return kDiscSignBytes;
   const bool isOpen = mayBeTarHeader(beginning) || firstNoSpace(beginning) == std::string_view::npos;
   return isOpen ? kMostSignBytes : kSignBytes;
 }
 
 ContentKind recognise(std::string_view beginning, NameOfContent name) {
-  if (mayEndAs(name, "iso") && isDisc(beginning)) return ContentKind::iso9660;
+  if (isDisc(beginning) && mayEndAs(name, "iso")) return ContentKind::iso9660;
   beginning = beginning.substr(0, kMostSignBytes);
   if (beginning.empty()) return ContentKind::other;
   for (const Sign& sign : kSigns) {
@@ -177,7 +177,7 @@ ContentKind recognise(std::string_view beginning, NameOfContent name) {
   }
   if (isBzip2(beginning) || isCompress(beginning)) return ContentKind::compressed;
   // A short sign, so the name must say it too.
-  if ((mayEndAs(name, "lzma") || mayEndAs(name, "tlz")) && isLzma(beginning)) return ContentKind::compressed;
+  if (isLzma(beginning) && (mayEndAs(name, "lzma") || mayEndAs(name, "tlz"))) return ContentKind::compressed;
   if (isBinaryCpio(beginning)) return ContentKind::cpio;
   if (isLha(beginning)) return ContentKind::lha;
   if (isTarHeader(beginning)) return ContentKind::tar;

@@ -89,7 +89,7 @@ class ElementKinds {
   ElementKind& element(std::string_view name);
   std::uint64_t elementNameCount() const { return kinds_.size() - kFixedKinds; }
   // Of elements, and of the attributes of each.
-  std::uint64_t nameCount() const { return kinds_.size() + indices_.size(); }
+  std::uint64_t nameCount() const { return elementNameCount() + indices_.size() - kFixedAttributes; }
   // How many namespaces, from kFirstNamespace on, all kinds of the process take.
   std::uint32_t namespaceCount() const { return namespacesFor(kinds_.back()); }
 
@@ -117,6 +117,7 @@ class ElementKinds {
 
  private:
   static constexpr std::uint32_t kFixedKinds = 2;
+  static constexpr std::uint32_t kFixedAttributes = 3;
   static constexpr std::uint32_t kKindsPerNamespace = 1u << 20;
 
   ElementKinds();

@@ -77,6 +77,7 @@ void MemberProducer::begin() {
   content_.raw = &input_;
   const NewMember member = describeInput();
   examine(content_, input_.isStandardInput() ? NameOfContent() : member.name, wishes_.inputIsXml);
+  if (!budget_.isWithin()) return;
   if (!input_.error().empty()) return problems_.member("", input_.error());
   if (isArchive(content_.kind)) {
     inputIsArchive_ = true;
