@@ -104,7 +104,7 @@ uint32_t ARB_CALL BaseFillPathName(uint32_t fileHandle, BasePathName *record);
  * result says why.
  *
  * The host closes a stream with BaseStreamClose. Its record stays readable, and each of its functions answers
- * BASE_IO_HANDLE, until a later open takes it again, the record closed longest ago first.
+ * BASE_IO_HANDLE, until a later open takes it again: once a thousand others have been closed since.
  * ------------------------------------------------------------------------------------------------------------------ */
 
 /* I/O results, and the status that BaseMapIoError gives for each. */
@@ -139,7 +139,10 @@ uint32_t ARB_CALL BaseStreamOpenMemory(const void *bytes, uint32_t byteCount, ui
  */
 uint32_t ARB_CALL BaseStreamOpenFile(const char16_t *path, uint32_t mode, BaseStream **stream);
 
-/** Closes a stream: calls the first of its functions. Null and a stream that is closed already are left alone. */
+/**
+ * Closes a stream: calls the first of its functions. Null, a stream that is closed already, and a pointer that is no
+ * stream of this library are left alone.
+ */
 void ARB_CALL BaseStreamClose(BaseStream *stream);
 
 /** Called by arbtree: the status of an I/O result, as listed above; BASE_ERR_IO for an unknown one. */

@@ -1,7 +1,8 @@
 // Streams: byte queues in memory and in files.
 //
 // Callers follow a stream pointer without asking, so a record never goes away while the library is loaded. Closing it
-// replaces its functions by those of a closed stream, and puts it at the end of the free list; opening takes the first.
+// replaces its functions by those of a closed stream, and puts it at the end of the free list; opening takes the first,
+// once many have been closed since, so that a handle kept by mistake is noticed.
 //   records = open + free;  a record is on the free list exactly when its functions are kClosed
 #include <algorithm>
 #include <cerrno>
@@ -12,6 +13,7 @@
 #include <mutex>
 #include <string>
 #include <string_view>
+#include <unordered_set>
 #include <vector>
 
 #include "arbtree/baseutil.h"
@@ -43,9 +45,14 @@ struct Stream : BaseStream {
 struct Registry {
   std::mutex mutex;
   std::deque<Stream> records;
+  std::unordered_set<const BaseStream*> addresses;  // of the records
   Stream* firstFree = nullptr;
   Stream* lastFree = nullptr;
+  std::size_t freeCount = 0;
 };
+
+// Closed streams that are not opened again yet.
+constexpr std::size_t kResting = 1000;
 
 Registry& registry() { return arbtree::standins::immortal<Registry>(); }
 
@@ -187,6 +194,24 @@ void ARB_CALL close(BaseStream* stream) {
   record.functions = &kClosed;
   (all.lastFree ? all.lastFree->nextFree : all.firstFree) = &record;
   all.lastFree = &record;
+  ++all.freeCount;
+}
+
+Stream* makeRecord(Registry& all) {
+  Stream* const record = &all.records.emplace_back();
+  try {
+    all.addresses.insert(record);
+  } catch (...) {
+    all.records.pop_back();
+    throw;
+  }
+  return record;
+}
+
+bool isStream(const BaseStream* stream) {
+  Registry& all = registry();
+  const std::lock_guard lock(all.mutex);
+  return all.addresses.contains(stream);
 }
 
 // A record off the free list or a new one, with nothing in it.
@@ -194,11 +219,11 @@ Stream* takeRecord(const BaseStreamFunctions* functions) {
   Registry& all = registry();
   const std::lock_guard lock(all.mutex);
   Stream* record = all.firstFree;
-  if (record) {
+  if (all.freeCount > kResting) {
     all.firstFree = record->nextFree;
-    if (!all.firstFree) all.lastFree = nullptr;
+    --all.freeCount;
   } else {
-    record = &all.records.emplace_back();
+    record = makeRecord(all);
   }
   record->functions = functions;
   return record;
@@ -236,7 +261,7 @@ STANDIN_EXPORT std::uint32_t ARB_CALL BaseStreamOpenFile(const char16_t* path, s
 }
 
 STANDIN_EXPORT void ARB_CALL BaseStreamClose(BaseStream* stream) {
-  if (stream) stream->functions->ownFirst(stream);
+  if (isStream(stream)) stream->functions->ownFirst(stream);
 }
 
 STANDIN_EXPORT std::uint32_t ARB_CALL BaseMapIoError(std::uint32_t ioResult) {

@@ -1,7 +1,10 @@
 // baseutil: streams in memory and in files behave alike, name every failure, and stay harmless after they are closed.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstdint>
 #include <filesystem>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -173,16 +176,38 @@ TEST_F(BaseUtilStreams, AClosedStreamRefusesEverything) {
   for (BaseStream* const stream : {first, second, third}) BaseStreamClose(stream);
 }
 
-TEST_F(BaseUtilStreams, RecordsAreTakenAgainInTheOrderOfClosing) {
-  std::vector<BaseStream*> streams;
-  for (int i = 0; i < 100; ++i) streams.push_back(openMemory());  // more than any test has closed: none is free now
-  const std::vector<BaseStream*> closed(streams.begin() + 10, streams.begin() + 15);
-  for (BaseStream* const stream : closed) BaseStreamClose(stream);
-  for (BaseStream* const stream : closed) {
-    EXPECT_EQ(openMemory("new"), stream);
+// A stale handle is no other stream's for long, and in the end records are taken again, in the order of closing.
+TEST_F(BaseUtilStreams, RecordsRestBeforeTheyAreTakenAgain) {
+  constexpr int kMany = 3000;
+  std::vector<BaseStream*> closed;
+  std::set<BaseStream*> different;
+  for (int i = 0; i < kMany; ++i) {
+    BaseStream* const stream = openMemory("new");
     EXPECT_EQ(read(stream, 9).bytes, "new");
+    for (std::size_t recent = closed.size() - std::min<std::size_t>(closed.size(), 500); recent < closed.size();
+         ++recent) {
+      ASSERT_NE(stream, closed[recent]);
+    }
+    BaseStreamClose(stream);
+    closed.push_back(stream);
+    different.insert(stream);
   }
-  for (BaseStream* const stream : streams) BaseStreamClose(stream);
+  EXPECT_GT(kMany / 2, static_cast<int>(different.size()));
+  const auto before = std::find(closed.begin(), closed.end() - 1, closed.back()) - closed.begin();
+  const auto cycle = static_cast<std::ptrdiff_t>(different.size());
+  EXPECT_EQ(closed[static_cast<std::size_t>(before)], closed[static_cast<std::size_t>(before + cycle)]);
+}
+
+TEST_F(BaseUtilStreams, OnlyStreamsAreClosed) {
+  int called = 0;
+  static int* calls;
+  calls = &called;
+  const BaseStreamFunctions functions{[](BaseStream*) { ++*calls; }, nullptr, nullptr};
+  BaseStream own{};
+  own.functions = &functions;
+  BaseStreamClose(&own);
+  BaseStreamClose(reinterpret_cast<BaseStream*>(std::uintptr_t{0x1234}));
+  EXPECT_EQ(0, called);
 }
 
 TEST(BaseUtilIoResults, MapToStatuses) {
