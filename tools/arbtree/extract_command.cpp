@@ -75,6 +75,7 @@ class Extraction {
 
   // The folder that stands for an archive may be one that has members of the archive around it too.
   void tellOfSharing(ArbForestChild& child) {
+    if (!nameProblem(path_).empty()) return;
     const std::string path = withoutDots(path_);
     std::string shared;
     if (child.kind == ARB_CHILD_FOREST) {

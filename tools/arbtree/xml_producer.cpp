@@ -274,7 +274,7 @@ void XmlProducer::leaf(ElementKind& kind, const char* first, const char* second)
 
 void XmlProducer::flushText() {
   ArbNode* node = nullptr;
-  if (!check(ArbTreeCreateNode(tree_, ARB_ELEM_TEXT, nullptr, &node))) return;
+  if (!create(ARB_ELEM_TEXT, nullptr, &node)) return;
   const bool filled = !wishes_.values || check(ArbAbstractTextNodeSetValue(node, text_.units(), text_.length()));
   text_.clear();
   if (!filled) {
@@ -312,13 +312,17 @@ void XmlProducer::collectAttributes(ElementKind& kind, const char** attributes) 
   return false;
 }
 
+// Every kind is known to its factory, which makes no node only when there is no memory.
+bool XmlProducer::create(std::uint32_t elementId, ArbNodeRef* cell, ArbNode** node) {
+  const ArbStatus status = ArbTreeCreateNode(tree_, elementId, cell, node);
+  return check(status == ARB_ERR_NOTFOUND ? ARB_ERR_NOMEMORY : status);
+}
+
 // A new node with the collected attributes, or null after a failure.
 ElementNode* XmlProducer::makeElement(ElementKind& kind, ArbNodeRef* cell) {
   ArbNode* node = nullptr;
   if (!prepareNamespaces(kind)) return nullptr;
-  // Our factory knows every kind; it makes no node only when there is no memory.
-  const ArbStatus status = ArbTreeCreateNode(tree_, kind.elementId, cell, &node);
-  if (!check(status == ARB_ERR_NOTFOUND ? ARB_ERR_NOMEMORY : status)) return nullptr;
+  if (!create(kind.elementId, cell, &node)) return nullptr;
   ElementNode& element = asElement(*node);
   if (!newAttributes_.empty() && !takeAttributes(element)) return nullptr;
   check(ArbNodeAttributesDone(node));

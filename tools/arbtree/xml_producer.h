@@ -90,6 +90,7 @@ class XmlProducer {
 
   void collectAttributes(ElementKind& kind, const char** attributes);
   bool publish(ElementKind& kind);
+  bool create(std::uint32_t elementId, ArbNodeRef* cell, ArbNode** node);
   ElementNode* makeElement(ElementKind& kind, ArbNodeRef* cell = nullptr);
   bool takeAttributes(ElementNode& element);
   bool prepareNamespaces(const ElementKind& kind) {

@@ -54,7 +54,7 @@ ARB_API uint32_t ARB_CALL ArbNodeHashCode(ArbNode *node);
  * identifiers, flags and marks. Attributes whose id has the top byte 0x37 are not copied; a copy of encoded bytes has
  * encodingFlags 0; a copied external reference has the target and the name of the source.
  *
- * The copy is announced as by ArbTreeCreateNode, before it has its value. The copy of a root counts as linked and in
+ * The copy is announced as by ArbTreeCreateNode, before it has its value; the source must outlive the call. The copy of a root counts as linked and in
  * the tree: it can be appended nowhere and is freed by its releases alone. A value, attribute or metadata entry that
  * found no memory is missing from the copy, which is not reported. Set *copy to null before the call, since a failure
  * is announced with what it holds.

@@ -28,8 +28,11 @@ extern "C" {
 #define ARB_EVENT_NODE_FREED 8u       /**< about to be freed, with its subtree */
 
 /**
- * An event callback. It may call the library; its result is ignored, and it must not throw. It does not cause the node
- * that it is told of, or an ancestor of it, to be freed before the call that raised the event has returned.
+ * An event callback. It may call the library; its result is ignored, and it must not throw. Until the call that raised
+ * the event has returned, it does not cause to be freed or destroyed:
+ * - the node that it is told of, or an ancestor of it;
+ * - nodes that are being copied (ArbNodeClone, ArbNodeCloneSubtree), or their tree;
+ * - child documents of a forest that is being released or destroyed with its subtree, or a forest around them.
  */
 typedef uint32_t(ARB_CALL *ArbEventCallback)(ArbDocument *document, uint32_t event, void *argument, void *context);
 

@@ -71,7 +71,7 @@ ARB_API ArbStatus ARB_CALL ArbForestChildProducerRelease(ArbForestChild *child);
  * ArbForestChildProducerRelease for every child document below the forest that the producer has not released yet,
  * children before their forest, then for the forest itself, with the events of that call. A nested forest that the
  * producer has released already is passed over with all that is below it. A forest that was never appended stays
- * unreleased, which is not reported.
+ * unreleased, which is not reported. No child document below the forest may be destroyed meanwhile.
  *
  * \retval ARB_OK the walk is done
  * \retval ARB_ERR_RELEASED the producer had released the forest; nothing is done
@@ -186,8 +186,8 @@ ARB_API ArbStatus ARB_CALL ArbForestChildConsumerRelease(ArbForestChild *child);
  * ArbForestChildConsumerRelease for every child document below the forest, children before their forest, then for the
  * forest itself; trees run the producer and raise events as in that call. A nested forest that the consumer has
  * released already is passed over with all that is below it. It takes the children that are there: to miss none, wait
- * first until the lists are closed. Not to be called again for a forest whose release is going on. A failure does not
- * stop the walk.
+ * first until the lists are closed. Not to be called again for a forest whose release is going on, and no child
+ * document below it may be destroyed meanwhile, by the producer either. A failure does not stop the walk.
  *
  * \retval ARB_OK no child document below failed
  * \retval ARB_ERR_MODE the document is producer-only
