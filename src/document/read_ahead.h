@@ -22,7 +22,7 @@ ArbStatus waitUntil(ArbDocument& document, Condition answered) {
 // The same for a question that may be asked about a node which the consumer has released: a run may free it, and that
 // ends the wait. The node is asked only while it is alive.
 template <typename Condition>
-ArbStatus waitWhileAlive(ArbNode& node, Condition answered) {
+ArbStatus waitWhileAlive(const ArbNode& node, Condition answered) {
   const NodeWatch watch(node);
   return waitUntil(documentOf(node), [&] { return !watch.isAlive() || answered(); });
 }

@@ -36,11 +36,16 @@ ArbStatus query(const ArbNode& node, ArbNode** result) {
   return Step::isKnown(node) ? answerLink(Step::link(node), node, result) : ArbStatus{ARB_ERR_NOTREADY};
 }
 
-// Apart from wait(), which needs no stack while the answer is known.
+// Apart from wait(), which needs no stack while the answer is known. A node that a function of the host releases during
+// the run may be gone then, and has no relatives.
 template <typename Step>
 [[gnu::noinline]] ArbStatus runUntilKnown(const ArbNode& node, ArbNode** result) {
-  const ArbStatus status = waitUntil(documentOf(node), [&] { return Step::isKnown(node); });
-  return status == ARB_OK ? answerLink(Step::link(node), node, result) : status;
+  const NodeWatch watch(node);
+  const ArbStatus status = waitWhileAlive(node, [&] { return Step::isKnown(node); });
+  if (status != ARB_OK) return status;
+  if (watch.isAlive()) return answerLink(Step::link(node), node, result);
+  *result = nullptr;
+  return ARB_OK;
 }
 
 template <typename Step>

@@ -6,6 +6,7 @@
 //  - a node on the path from the start to the current node has not been released by the consumer (else its first child
 //    could not have been waited for), so none of them is freed under the walk;
 //  - the next sibling that a wait has answered is still the one in the node's link when the node is left;
+//  - a node that a function of the host releases while the walk waits at it may be freed, and then the walk ends there;
 //  - that a wait for the next sibling failed, and the node is thus the last to be visited in its list, is noted in a
 //    flag of the node, which every walk sets anew when it comes to the node.
 #include "tree/node.h"
@@ -24,10 +25,12 @@ class ConsumerWalk {
   ArbStatus run() {
     ArbNode* node = &start_;
     while (node) {
+      const NodeWatch watch(*node);
       ArbNode* const child = waitFirstChild(*node);
+      if (!watch.isAlive()) break;
       if (child) ++depth_;
       node = child ? child : leaveUpwards(*node);
-      if (node) waitNextSibling(*node);
+      if (node && !waitNextSibling(*node)) break;
     }
     return status_;
   }
@@ -45,11 +48,15 @@ class ConsumerWalk {
     return status == ARB_OK ? child : nullptr;
   }
 
-  void waitNextSibling(ArbNode& node) {
+  // False when the node is gone.
+  bool waitNextSibling(ArbNode& node) {
+    const NodeWatch watch(node);
     ArbNode* next = nullptr;
     const ArbStatus status = ArbNodeWaitNextSibling(&node, &next);
+    if (!watch.isAlive()) return false;
     note(status, parentOf(node));
     noteLastVisited(node, status != ARB_OK || !next);
+    return true;
   }
 
   // Releases the node and each ancestor whose last child is thereby done. Gives the next node to enter, or null.

@@ -19,7 +19,8 @@ ArbStatus announceLinked(ArbNode& node, const ArbNode& connectedThrough) {
   return observe(node, [to = &connectedThrough, linked = &node](auto observers) {
     const NodeWatch watches[] = {NodeWatch(*to), NodeWatch(*linked)};
     raiseEvent(observers, ARB_EVENT_NODE_LINKED, *linked);
-    if (isObserved(observers) && !(watches[0].isAlive() && watches[1].isAlive())) return ArbStatus{ARB_OK};
+    const bool isStillLinked = watches[0].isAlive() && watches[1].isAlive() && has(*linked, ARB_NODE_LINKED);
+    if (isObserved(observers) && !isStillLinked) return ArbStatus{ARB_OK};
     if (has(*to, ARB_NODE_IN_TREE)) notifyAttached(observers, *linked);
     return ArbStatus{ARB_OK};
   });

@@ -170,6 +170,16 @@ TEST(EditingCallbacks, LinkingASubtree) {
   }
 }
 
+// What a callback takes out again as soon as it is linked is not connected, and can be freed.
+TEST(EditingCallbacks, ANodeIsRemovedInItsLinkEvent) {
+  Document document;
+  document.event = ARB_EVENT_NODE_LINKED;
+  document.about = document["x"];
+  document.edit = [](Document& made) { ok(ArbNodeRemoveFromTree(made["x"])); };
+  ok(ArbNodeAppendChild(document["p"], document["x"]));
+  EXPECT_EQ(0u, document["x"]->flags & (ARB_NODE_LINKED | ARB_NODE_IN_TREE));
+}
+
 // The source's nodes are unlinked while they are copied.
 TEST(EditingCallbacks, CloningASubtree) {
   for (const char* const unlinked : {"a", "c", "b", "p"}) {

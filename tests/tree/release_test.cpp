@@ -116,6 +116,42 @@ TEST_F(Release, SequenceOfEveryCall) {
 }
 
 // Each child is released as soon as its next sibling is known, while the producer is still making the list.
+// A callback within a run releases the node at which a walk waits, which frees it: the walk ends, and what it has not
+// come to stays.
+TEST(ReleaseOfASubtree, EndsAtANodeThatACallbackFrees) {
+  for (const bool bySibling : {true, false}) {
+    Host host;
+    ArbTree* const tree = host.makeTree();
+    ArbNode* const root = rootOf(tree);
+    const auto releaseEarlier = [](ArbDocument*, std::uint32_t event, void* node, void*) -> std::uint32_t {
+      if (event != ARB_EVENT_NODE_LINKED) return 0;
+      ArbNode* const previous = resolve(static_cast<ArbNode*>(node)->prevSiblingCell);
+      if (previous) ok(ArbNodeConsumerRelease(previous));
+      return 0;
+    };
+    ok(ArbDocumentRegisterCallback(host.document, releaseEarlier, nullptr));
+    for (const char* const name : {"a", "b", "c"}) {
+      host.then([&host, root, name] {
+        ok(ArbNodeProducerRelease(host.append(root, name)));
+        return kPause;
+      });
+    }
+    host.then([tree] { return ok(ArbForestChildProducerRelease(asChild(tree))), ARB_OK; });
+    if (bySibling) {
+      EXPECT_EQ(ARB_OK, ArbNodeConsumerReleaseSubtree(root));
+    } else {
+      ArbNode* first = nullptr;
+      ArbNode* next = root;
+      ok(ArbNodeWaitFirstChild(root, &first));
+      EXPECT_EQ(ARB_OK, ArbNodeWaitNextSibling(first, &next));
+      EXPECT_EQ(nullptr, next);
+    }
+    EXPECT_FALSE(root->flags & ARB_NODE_CONSUMER_RELEASED);
+    EXPECT_EQ(1u, root->freedChildCount);
+    ok(ArbDocumentUnregisterCallback(host.document, releaseEarlier));
+  }
+}
+
 // Not even by whoever releases it as soon as it is made, when the tree does not know it yet.
 TEST(ReleaseOfTheRoot, NeverFreesIt) {
   constexpr std::uint32_t kProducerOnly = 1;

@@ -95,7 +95,8 @@ ARB_API ArbStatus ARB_CALL ArbNodeConsumerRelease(ArbNode *node);
  * children come before it.
  *
  * The status is that of the last step along the node's own children. A failed step ends the walk along that child list,
- * and later siblings stay unreleased; the nodes above it are still released. Failures deeper down are not reported.
+ * and later siblings stay unreleased; the nodes above it are still released. Failures deeper down are not reported. A
+ * callback or producer that releases the node at which the walk waits may free it, which ends the whole walk there.
  *
  * \retval ARB_OK the last step succeeded
  * \retval ARB_ERR_MODE the document is producer-only
