@@ -44,7 +44,7 @@ ArbStatus ARB_CALL ArbNodeProducerDone(ArbNode* node) {
 
 ArbStatus ARB_CALL ArbNodeProducerDoneSubtree(ArbNode* node) {
   if (!node) return ARB_ERR_BADARG;
-  ProducerWalk<Completing>(*node).run();
+  walkAsProducer<Completing>(*node);
   return ARB_OK;
 }
 

@@ -7,13 +7,16 @@
 #ifndef ARBTREE_TREE_PRODUCER_WALK_H
 #define ARBTREE_TREE_PRODUCER_WALK_H
 
+#include "tree/observers.h"
 #include "tree/walk_path.h"
 
 namespace arbtree {
 
-// The same walk by the nodes' own links alone, for what lies deeper than there is memory for. It is not the same where
-// a callback edits the lists or completes nodes on the path: it then goes where the links lead when a node is left, but
-// never above `start`.
+// Operation: `bool isDone(const ArbNode&)`, `bool mayBeFreed(const ArbNode&)` (only by what is done to a descendant),
+// and `void finish(ArbNode&)`.
+
+// The walk by the nodes' own links alone, which takes no memory. It is not the same where a callback edits the lists or
+// completes nodes on the path: it then goes where the links lead when a node is left, but never above `start`.
 template <typename Operation>
 class LinkWalk {
  public:
@@ -63,12 +66,12 @@ class LinkWalk {
   std::uint64_t depth_ = 0;  // levels below the start
 };
 
-// Operation: `bool isDone(const ArbNode&)`, `bool mayBeFreed(const ArbNode&)` (only by what is done to a descendant),
-// and `void finish(ArbNode&)`.
+// The walk by what was noted on the way down, whatever callbacks do meanwhile. What lies deeper than there is memory
+// for is walked by the links.
 template <typename Operation>
-class ProducerWalk {
+class PathWalk {
  public:
-  explicit ProducerWalk(ArbNode& start) : start_(start) {}
+  explicit PathWalk(ArbNode& start) : start_(start) {}
 
   void run() {
     for (ArbNode* node = &start_; node;) {
@@ -103,6 +106,18 @@ class ProducerWalk {
   ArbNode& start_;
   WalkPath path_;
 };
+
+template <typename Operation>
+void walkAsProducer(ArbNode& start) {
+  observe(start, [&](auto observers) {
+    if constexpr (isObserved(observers)) {
+      PathWalk<Operation>(start).run();
+    } else {
+      LinkWalk<Operation>(start).run();
+    }
+    return ArbStatus{ARB_OK};
+  });
+}
 
 }  // namespace arbtree
 

@@ -56,7 +56,7 @@ ArbStatus ARB_CALL ArbNodeProducerRelease(ArbNode* node) {
 
 ArbStatus ARB_CALL ArbNodeProducerReleaseSubtree(ArbNode* node) {
   if (!node) return ARB_ERR_BADARG;
-  ProducerWalk<ProducerReleasing>(*node).run();
+  walkAsProducer<ProducerReleasing>(*node);
   return ARB_OK;
 }
 
