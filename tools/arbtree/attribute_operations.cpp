@@ -1,59 +1,55 @@
 // The operations of a kind's descriptor: what the library calls while it traverses, compares, hashes and clones nodes
 // of our kinds.
 #include <algorithm>
-#include <functional>
-#include <string>
+#include <new>
+#include <string_view>
 
 #include "element_node.h"
 
 namespace arbtree::tool {
 namespace {
 
-// The first entry with this index or a greater one.
-AttributeEntry* place(const ElementNode& element, std::uint32_t index) {
-  return std::lower_bound(element.entries, element.entries + element.attributeCount, index,
-                          [](const AttributeEntry& entry, std::uint32_t wanted) { return entry.index < wanted; });
-}
+bool isBefore(const AttributeEntry& entry, std::uint32_t index) { return entry.index < index; }
 
-bool isPresentAt(const ElementNode& element, const AttributeEntry* entry, std::uint32_t index) {
-  return entry != element.entries + element.attributeCount && entry->index == index;
+// Null where the node has no such attribute.
+const AttributeEntry* find(const ElementNode& element, std::uint32_t index) {
+  const auto entries = element.attributes();
+  const auto place = std::lower_bound(entries.begin(), entries.end(), index, isBefore);
+  return place != entries.end() && place->index == index ? &*place : nullptr;
 }
 
 std::uintptr_t ARB_CALL getAttribute(ArbNode* node, std::uint32_t index) {
   const ElementNode& element = asElement(*node);
-  const AttributeEntry* const entry = place(element, index);
-  return isPresentAt(element, entry, index) ? reinterpret_cast<std::uintptr_t>(element.values + entry->offset) : 0;
+  const AttributeEntry* const entry = find(element, index);
+  return entry ? reinterpret_cast<std::uintptr_t>(element.value(*entry).data()) : 0;
 }
 
 std::uint32_t ARB_CALL hasAttribute(ArbNode* node, std::uint32_t index) {
-  const ElementNode& element = asElement(*node);
-  return isPresentAt(element, place(element, index), index) ? 1 : 0;
+  return find(asElement(*node), index) ? 1 : 0;
 }
 
-// The new value goes behind the others; the units of one that it replaces stay unused. A node's own value may be passed
-// in: it is found again when the array has moved.
+// The new value, which may be one of the node's own, goes behind the others. The units of one that it replaces stay
+// unused, as those of the new one do where there is no memory for the entry.
+void set(AttributeList& list, std::uint32_t index, std::u16string_view value) {
+  const AttributeEntry entry = {index, static_cast<std::uint32_t>(list.values.size()),
+                                static_cast<std::uint32_t>(value.size())};
+  list.values.append(value.data(), value.size() + 1);
+  const auto place = std::lower_bound(list.entries.begin(), list.entries.end(), index, isBefore);
+  if (place != list.entries.end() && place->index == index) {
+    *place = entry;
+  } else {
+    list.entries.insert(place, entry);
+  }
+}
+
 std::uint32_t ARB_CALL setAttribute(ArbNode* node, std::uint32_t index, std::uintptr_t value) {
-  ElementNode& element = asElement(*node);
   if (index >= node->nodeType->attributeCount || value == 0) return ARB_ERR_BADARG;
-  const auto* source = reinterpret_cast<const char16_t*>(value);
-  const std::size_t units = std::char_traits<char16_t>::length(source) + 1;
-  const bool isOwn =
-      std::less_equal<>()(element.values, source) && std::less<>()(source, element.values + element.unitCount);
-  const std::ptrdiff_t ownOffset = isOwn ? source - element.values : 0;
-  if (!reserveAttributes(element, std::size_t{element.attributeCount} + 1, element.unitCount + units)) {
+  try {
+    set(attributeList(asElement(*node)), index, reinterpret_cast<const char16_t*>(value));
+    return ARB_OK;
+  } catch (const std::bad_alloc&) {
     return ARB_ERR_NOMEMORY;
   }
-  if (isOwn) source = element.values + ownOffset;
-  const std::uint32_t offset = element.unitCount;
-  std::copy_n(source, units, element.values + offset);
-  element.unitCount += static_cast<std::uint32_t>(units);
-  AttributeEntry* const entry = place(element, index);
-  if (!isPresentAt(element, entry, index)) {
-    std::copy_backward(entry, element.entries + element.attributeCount, element.entries + element.attributeCount + 1);
-    ++element.attributeCount;
-  }
-  *entry = {index, offset, static_cast<std::uint32_t>(units - 1)};
-  return ARB_OK;
 }
 
 // Does not depend on the order of the attributes in the document.

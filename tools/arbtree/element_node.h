@@ -2,18 +2,17 @@
 // The factory and the destroyer are registered for the namespaces of element_kinds.h; the operations that the library
 // and its users reach through the kind's descriptor are here too.
 //
-// Attribute values are zero-terminated UTF-16 that the node owns, one after the other in document order; the entries
-// that point at them are in order of the attribute's index.
-//
 // A document that streams makes and frees the same few sizes of node over and over, so destroyed records are kept, with
-// their arrays if these are small, and handed out again. No more of them exist than were ever alive at once.
+// their attribute lists if these are small, and handed out again. No more of them exist than were ever alive at once.
 #ifndef ARBTREE_TOOL_ELEMENT_NODE_H
 #define ARBTREE_TOOL_ELEMENT_NODE_H
 
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <string>
 #include <string_view>
+#include <vector>
 
 #include "arbtree/arbtree.h"
 
@@ -25,18 +24,21 @@ struct AttributeEntry {
   std::uint32_t length;  // of the value, in units, without the terminator
 };
 
+struct AttributeList {
+  std::vector<AttributeEntry> entries;  // in order of the index
+  std::u16string values;                // each with a zero behind it
+};
+
 struct ElementNode {
   ArbNode node;
-  std::uint32_t attributeCount;  // attributes present
-  std::uint32_t unitCount;       // units of all values with their terminators
-  // The next four stay with the record when it is destroyed and made again.
-  std::uint32_t entryCapacity;
-  std::uint32_t unitCapacity;
-  AttributeEntry* entries;
-  char16_t* values;
+  AttributeList* list;  // the node's own; null until the record first has attributes
 
-  std::span<const AttributeEntry> attributes() const { return {entries, attributeCount}; }
-  std::u16string_view value(const AttributeEntry& entry) const { return {values + entry.offset, entry.length}; }
+  std::span<const AttributeEntry> attributes() const {
+    return list ? std::span<const AttributeEntry>(list->entries) : std::span<const AttributeEntry>();
+  }
+  std::u16string_view value(const AttributeEntry& entry) const {
+    return std::u16string_view(list->values).substr(entry.offset, entry.length);
+  }
 };
 
 inline ElementNode& asElement(ArbNode& node) { return reinterpret_cast<ElementNode&>(node); }
@@ -52,8 +54,8 @@ struct NewAttribute {
 // node then has none.
 bool assignAttributes(ElementNode& element, std::span<const NewAttribute> attributes);
 
-// Makes room for more entries and units than the node has. False when there is no memory; nothing has changed then.
-bool reserveAttributes(ElementNode& element, std::size_t entries, std::size_t units);
+// The node's list, made if it has none. Throws std::bad_alloc.
+AttributeList& attributeList(ElementNode& element);
 
 // The node factory and destroyer of all our namespaces.
 std::uint32_t ARB_CALL makeElementNode(ArbTree* tree, std::uint32_t elementId, ArbNode** node);

@@ -336,7 +336,7 @@ bool XmlProducer::takeAttributes(ElementNode& element) {
     ArbNodeDestroy(&element.node);
     return check(ARB_ERR_NOMEMORY);
   }
-  attributeBytes_ += sizeof(char16_t) * element.unitCount;
+  attributeBytes_ += sizeof(char16_t) * element.list->values.size();
   if (attributeBytes_ >= kAttributeBytesPerRun) ArbDocumentForceBreak(document_);
   return true;
 }

@@ -135,14 +135,14 @@ std::span<const AttributeEntry> XmlWriter::inDocumentOrder(const ElementNode& el
 
 void XmlWriter::writeComment(const ElementNode& comment) {
   out_.append("<!--");
-  writeText(out_, comment.value(comment.entries[ElementKinds::kCommentText]), kNoEscapes);
+  writeText(out_, comment.value(comment.attributes()[ElementKinds::kCommentText]), kNoEscapes);
   out_.append("-->");
 }
 
 void XmlWriter::writeInstruction(const ElementNode& instruction) {
-  const auto data = instruction.value(instruction.entries[ElementKinds::kInstructionData]);
+  const auto data = instruction.value(instruction.attributes()[ElementKinds::kInstructionData]);
   out_.append("<?");
-  writeText(out_, instruction.value(instruction.entries[ElementKinds::kInstructionTarget]), kNoEscapes);
+  writeText(out_, instruction.value(instruction.attributes()[ElementKinds::kInstructionTarget]), kNoEscapes);
   if (!data.empty()) out_.append(' ');
   writeText(out_, data, kNoEscapes);
   out_.append("?>");
