@@ -78,7 +78,7 @@ inline ArbNode* makeTextAtHand(ArbTree& tree) {
 }
 
 // All that can fail comes before the first change that outlives the call.
-inline ArbStatus makeNode(ArbTree& tree, std::uint32_t elementId, ArbNode*& made) {
+[[gnu::always_inline]] inline ArbStatus makeNode(ArbTree& tree, std::uint32_t elementId, ArbNode*& made) {
   ArbNode* const node = makeRecord(tree, elementId);
   if (!node) return ARB_ERR_NOTFOUND;
   ArbNodeRef* const cell = takeCell(tree);

@@ -43,10 +43,11 @@ struct XmlProducer::Handlers {
     }
   }
 
-  static void XMLCALL startElement(void* self, const char* name, const char** attributes) {
+  // The two events of every element run straight through.
+  [[gnu::flatten]] static void XMLCALL startElement(void* self, const char* name, const char** attributes) {
     guard(self, [&](XmlProducer& producer) { producer.startElement(name, attributes); });
   }
-  static void XMLCALL endElement(void* self, const char*) {
+  [[gnu::flatten]] static void XMLCALL endElement(void* self, const char*) {
     guard(self, [](XmlProducer& producer) { producer.endElement(); });
   }
   [[gnu::noinline]] static void XMLCALL text(void* self, const char* text, int length) {
