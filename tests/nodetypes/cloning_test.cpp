@@ -1,4 +1,5 @@
 // Copies of nodes and subtrees: what they carry, where they can be made, what is announced, and what failures leave.
+#include <algorithm>
 #include <cstring>
 #include <string>
 
@@ -91,115 +92,95 @@ TEST_F(Cloning, ACopyCarriesValueAndMetadataAndNothingElse) {
   }
 }
 
+// `held` bytes, the terminator among them, are copied, and by the copy in its turn. Units in a node whose encoding says
+// bytes are copied as units.
 TEST_F(Cloning, EncodedBytesOfEveryEncoding) {
   struct Row {
     std::string bytes;
     std::uint32_t encoding;
+    std::size_t held;
+    std::u16string units;  // set afterwards, unless empty
   };
-  for (const Row& row :
-       {Row{"abcd", ARB_ENCODING_UTF16}, Row{"abc", ARB_ENCODING_BASE64}, Row{"abc", ARB_ENCODING_RAW8},
-        Row{"x", ARB_ENCODING_UTF16}, Row{"", ARB_ENCODING_RAW8}, Row{std::string("\0\0\0", 3), ARB_ENCODING_RAW8}}) {
+  const Row rows[] = {
+      {"abcd", ARB_ENCODING_UTF16, 6, {}},    {"abc", ARB_ENCODING_BASE64, 10, {}},
+      {"abc", ARB_ENCODING_RAW8, 4, {}},      {"x", ARB_ENCODING_UTF16, 2, {}},
+      {"", ARB_ENCODING_RAW8, 0, {}},         {std::string("\0\0\0", 3), ARB_ENCODING_RAW8, 4, {}},
+      {"x", ARB_ENCODING_RAW8, 12, u"units"},
+  };
+  for (const Row& row : rows) {
     SCOPED_TRACE(testing::Message() << row.bytes << " as " << row.encoding);
     ArbNode* const node = host.append(root, "source", ARB_ELEM_ENCODED_BYTES);
     const auto count = static_cast<std::uint32_t>(row.bytes.size());
     ok(ArbEncodedBytesNodeSetValueEx(node, row.bytes.data(), count, 7, row.encoding, 0x60));
-    ArbNode* const copy = clone(node, nullptr);
+    const auto units = static_cast<std::uint32_t>(row.units.size());
+    if (units != 0) ok(ArbAbstractTextNodeSetValue(node, row.units.data(), units));
     const auto& from = *reinterpret_cast<ArbEncodedBytesNode*>(node);
-    const auto& to = *reinterpret_cast<ArbEncodedBytesNode*>(copy);
-    EXPECT_EQ(from.textLength, to.textLength);
-    EXPECT_EQ(7u, to.info);
-    EXPECT_EQ(row.encoding, to.encoding);
-    EXPECT_EQ(0u, to.encodingFlags);
-    EXPECT_EQ(from.text == nullptr, to.text == nullptr);
-    if (from.text) {
-      EXPECT_NE(from.text, to.text);
-      const std::size_t bytes = row.encoding == ARB_ENCODING_RAW8 ? from.textLength + 1 : 2 * from.textLength + 2;
-      EXPECT_EQ(0, std::memcmp(from.text, to.text, bytes));
+    ArbNode* const copy = clone(node, nullptr);
+    for (ArbNode* const each : {copy, clone(copy, nullptr)}) {
+      const auto& to = *reinterpret_cast<ArbEncodedBytesNode*>(each);
+      EXPECT_EQ(from.textLength, to.textLength);
+      EXPECT_EQ(7u, to.info);
+      EXPECT_EQ(row.encoding, to.encoding);
+      EXPECT_EQ(0u, to.encodingFlags);
+      EXPECT_EQ(row.held == 0, to.text == nullptr);
+      if (row.held != 0) {
+        EXPECT_NE(from.text, to.text);
+        EXPECT_EQ(0, std::memcmp(from.text, to.text, row.held));
+      }
+      ok(ArbNodeDestroy(each));
     }
-    ok(ArbNodeDestroy(copy));
-  }
-}
-
-// Units in a node whose encoding says bytes are copied as units, and by the copy in its turn.
-TEST_F(Cloning, EncodedBytesThatHoldUnits) {
-  ArbNode* const node = host.append(root, "source", ARB_ELEM_ENCODED_BYTES);
-  ok(ArbEncodedBytesNodeSetValue(node, "x", 1, 0, ARB_ENCODING_RAW8));
-  ok(ArbAbstractTextNodeSetValue(node, u"units", 5));
-  ArbNode* const copy = clone(node, nullptr);
-  ArbNode* const second = clone(copy, nullptr);
-  for (ArbNode* const each : {copy, second}) {
-    const auto& record = *reinterpret_cast<ArbEncodedBytesNode*>(each);
-    EXPECT_EQ(std::u16string(u"units"), std::u16string(record.text, record.textLength));
-    EXPECT_EQ(ARB_ENCODING_RAW8, record.encoding);
-    ok(ArbNodeDestroy(each));
   }
 }
 
 // A callback meets the copy before it has its content: what it sets does not stay, and the size that it gives bounds
 // what is copied.
 TEST_F(Cloning, ACallbackChangesTheCopyBeforeItsContentComes) {
-  struct Change {
-    static std::uint32_t ARB_CALL byCallback(ArbDocument*, std::uint32_t event, void* made, void* bytes) {
-      auto* const node = static_cast<ArbNode*>(made);
-      if (event != ARB_EVENT_NODE_CREATED) return 0;
-      ok(ArbNodeSetMetadata(node, 3, "of the callback", 15));
-      node->size = static_cast<std::uint16_t>(sizeof(ArbNode) + *static_cast<std::uint32_t*>(bytes));
-      return 0;
-    }
-  };
-  std::uint32_t bytes = 0;
   ArbNode* const node = sample(plainKind(5));
-  ok(ArbDocumentRegisterCallback(host.document, Change::byCallback, &bytes));
+  std::size_t bytes = 0;
+  const WhenMade change(host.document, [&bytes](ArbNode* made) {
+    ok(ArbNodeSetMetadata(made, 3, "of the callback", 15));
+    made->size = static_cast<std::uint16_t>(sizeof(ArbNode) + bytes);
+  });
   const std::uint64_t blocks = heap::testing::liveBlocks();
-  for (bytes = 0; bytes <= 5; ++bytes) {
-    ArbNode* const copy = clone(node, nullptr);
-    EXPECT_EQ(std::string("12345").substr(0, bytes) + std::string(5 - bytes, '\0'),
-              std::string(reinterpret_cast<const char*>(areaOf(copy)), 5));
-    EXPECT_EQ(ARB_ERR_NOTFOUND, ArbNodeGetMetadata(copy, 3, nullptr, nullptr));
-    expectMetadata(copy, 2, "longer value");
-    ok(ArbNodeDestroy(copy));
-    EXPECT_EQ(blocks, heap::testing::liveBlocks());
+  for (const std::size_t sourceBytes : {5u, 3u}) {
+    node->size = static_cast<std::uint16_t>(sizeof(ArbNode) + sourceBytes);
+    for (bytes = 0; bytes <= 5; ++bytes) {
+      ArbNode* const copy = clone(node, nullptr);
+      std::string area = std::string("12345").substr(0, std::min(bytes, sourceBytes));
+      area.resize(5);
+      EXPECT_EQ(area, std::string(reinterpret_cast<const char*>(areaOf(copy)), 5));
+      EXPECT_EQ(ARB_ERR_NOTFOUND, ArbNodeGetMetadata(copy, 3, nullptr, nullptr));
+      expectMetadata(copy, 2, "longer value");
+      ok(ArbNodeDestroy(copy));
+      EXPECT_EQ(blocks, heap::testing::liveBlocks());
+    }
   }
-  bytes = 64;
-  node->size = sizeof(ArbNode) + 3;
-  ArbNode* const copy = clone(node, nullptr);
-  EXPECT_EQ(std::string("123\0\0", 5), std::string(reinterpret_cast<const char*>(areaOf(copy)), 5));
-  ok(ArbNodeDestroy(copy));
 }
 
 // Also a value, and another node in the caller's variable.
 TEST_F(Cloning, ACallbackGivesTheCopyAValueAndTheVariableAnotherNode) {
-  struct Change {
-    ArbNode* variable = nullptr;
-    ArbNode* other = nullptr;
-    ArbNode* copy = nullptr;
-    static std::uint32_t ARB_CALL byCallback(ArbDocument*, std::uint32_t event, void* made, void* context) {
-      auto& change = *static_cast<Change*>(context);
-      if (event != ARB_EVENT_NODE_CREATED) return 0;
-      ok(ArbEncodedBytesNodeSetValueEx(static_cast<ArbNode*>(made), "x", 1, 0, ARB_ENCODING_RAW8, 0x22));
-      ok(ArbAbstractTextNodeSetValue(static_cast<ArbNode*>(made), u"draft", 5));
-      change.copy = static_cast<ArbNode*>(made);
-      change.variable = change.other;
-      return 0;
-    }
-  } change;
   ArbNode* const full = host.append(root, "source", ARB_ELEM_ENCODED_BYTES);
   ok(ArbEncodedBytesNodeSetValue(full, "bytes", 5, 7, ARB_ENCODING_RAW8));
   ArbNode* const empty = host.append(root, "source", ARB_ELEM_ENCODED_BYTES);
-  change.other = host.append(root, "other", ARB_ELEM_TEXT);
-  ok(ArbNodeSetMetadata(change.other, 1, "kept", 4));
+  ArbNode* const other = sample(ARB_ELEM_TEXT);
   for (ArbNode* const source : {full, empty}) {
-    ok(ArbDocumentRegisterCallback(host.document, Change::byCallback, &change));
-    ok(ArbNodeClone(source, nullptr, &change.variable));
-    ok(ArbDocumentUnregisterCallback(host.document, Change::byCallback));
-    EXPECT_EQ(change.other, change.variable);
-    expectMetadata(change.other, 1, "kept");
-    EXPECT_EQ(1u, ArbNodeIsEqual(source, change.copy));
-    EXPECT_EQ(0u, reinterpret_cast<ArbEncodedBytesNode*>(change.copy)->encodingFlags);
-    ArbNode* const second = clone(change.copy, nullptr);
-    EXPECT_EQ(1u, ArbNodeIsEqual(source, second));
-    ok(ArbNodeDestroy(second));
-    ok(ArbNodeDestroy(change.copy));
+    ArbNode* variable = nullptr;
+    ArbNode* copy = nullptr;
+    const WhenMade change(host.document, [&](ArbNode* made) {
+      if (copy) return;
+      ok(ArbEncodedBytesNodeSetValueEx(made, "x", 1, 0, ARB_ENCODING_RAW8, 0x22));
+      ok(ArbAbstractTextNodeSetValue(made, u"draft", 5));
+      copy = made;
+      variable = other;
+    });
+    ok(ArbNodeClone(source, nullptr, &variable));
+    EXPECT_EQ(other, variable);
+    expectMetadata(other, 2, "longer value");
+    for (ArbNode* const each : {copy, clone(copy, nullptr)}) {
+      EXPECT_EQ(1u, ArbNodeIsEqual(source, each));
+      EXPECT_EQ(0u, reinterpret_cast<ArbEncodedBytesNode*>(each)->encodingFlags);
+      ok(ArbNodeDestroy(each));
+    }
   }
 }
 
@@ -230,14 +211,11 @@ TEST_F(Cloning, RefusalsAreThoseOfMakingANode) {
   addAttributeKinds(closed);
   ok(ArbForestChildProducerDone(asChild(closed)));
   ArbNode* copy = untouchedNode();
+  const RefusingFactory refusing(0);
   for (const auto call : {ArbNodeClone, ArbNodeCloneSubtree}) {
     EXPECT_EQ(ARB_ERR_NOTFOUND, call(node, bare, &copy)) << "no factory";
     EXPECT_EQ(ARB_ERR_LOCKED, call(node, closed, &copy));
-    {
-      const RefusingFactory refusing(0);
-      EXPECT_EQ(ARB_ERR_NOTFOUND, call(node, tree, &copy)) << "a factory that makes nothing";
-    }
-    EXPECT_EQ(ARB_ERR_BADARG, call(nullptr, tree, &copy));
+    EXPECT_EQ(ARB_ERR_NOTFOUND, call(node, tree, &copy)) << "a factory that makes nothing";
     EXPECT_EQ(ARB_ERR_BADARG, call(node, tree, nullptr));
     EXPECT_EQ(untouchedNode(), copy);
   }
@@ -285,10 +263,8 @@ TEST_F(CloningSubtrees, FailingMidwayKeepWhatWasMade) {
     const std::uint64_t live = liveAttributeNodes();
     nameCopies();
     ArbNode* copy = nullptr;
-    {
-      const RefusingFactory refusing(made);
-      EXPECT_EQ(ARB_ERR_NOTFOUND, ArbNodeCloneSubtree(top, nullptr, &copy));
-    }
+    const RefusingFactory refusing(made);
+    EXPECT_EQ(ARB_ERR_NOTFOUND, ArbNodeCloneSubtree(top, nullptr, &copy));
     ASSERT_NE(nullptr, copy);
     EXPECT_EQ("top'", host.events.nameOf(copy));
     EXPECT_EQ(live + made, liveAttributeNodes());

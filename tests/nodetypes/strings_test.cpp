@@ -10,42 +10,38 @@ namespace arbtree::test {
 namespace {
 
 // The unbalanced search tree, walked from its root for every text.
-class PlainTree {
- public:
+struct PlainTree {
   struct Entry {
     std::u16string text;
     std::uint32_t greater = 0, less = 0;
   };
+  std::vector<Entry> entries;
+
   std::uint32_t request(const std::u16string& text) {
     std::uint32_t at = 0;
-    while (!entries_.empty() && entries_[at].text != text) {
-      const bool greater = entries_[at].text < text;
-      const auto made = static_cast<std::uint32_t>(entries_.size());
-      std::uint32_t& link = greater ? entries_[at].greater : entries_[at].less;
-      if (link == 0) {
-        link = made;
-        entries_.push_back({text});
-        return made;
-      }
+    while (at < entries.size() && entries[at].text != text) {
+      std::uint32_t& link = entries[at].text < text ? entries[at].greater : entries[at].less;
+      if (link == 0) link = static_cast<std::uint32_t>(entries.size());
       at = link;
     }
-    if (entries_.empty()) entries_.push_back({text});
+    if (at == entries.size()) entries.push_back({text});
     return at;
   }
-  const std::vector<Entry>& entries() const { return entries_; }
-
- private:
-  std::vector<Entry> entries_;
 };
 
 class Strings : public testing::Test {
  protected:
-  ArbString* make(const std::u16string& text) { return host.makeString(text); }
-  static void expectSameAs(const Host& owner, const PlainTree& model) {
+  static void compareOn(Host& owner, const std::vector<std::u16string>& texts) {
     const StringTable& table = owner.document->strings;
-    ASSERT_EQ(model.entries().size(), table.count);
+    PlainTree model;
+    for (const std::u16string& text : texts) {
+      const std::uint32_t index = model.request(text);
+      const ArbString* const string = owner.makeString(text);
+      ASSERT_EQ(table.entries[index], string);
+    }
+    ASSERT_EQ(model.entries.size(), table.count);
     for (std::uint32_t i = 0; i < table.count; ++i) {
-      const PlainTree::Entry& entry = model.entries()[i];
+      const PlainTree::Entry& entry = model.entries[i];
       const ArbString& string = *table.entries[i];
       ASSERT_EQ(entry.text, string.text) << i;
       ASSERT_EQ(entry.text.size(), string.length) << i;
@@ -53,18 +49,8 @@ class Strings : public testing::Test {
       ASSERT_EQ(entry.less, string.less) << i;
     }
   }
-  static void compareOn(Host& owner, const std::vector<std::u16string>& texts) {
-    PlainTree model;
-    for (const std::u16string& text : texts) {
-      const std::uint32_t index = model.request(text);
-      const ArbString* const string = owner.makeString(text);
-      ASSERT_EQ(owner.document->strings.entries[index], string);
-    }
-    expectSameAs(owner, model);
-  }
 
   Host host;
-  std::mt19937 random{testSeed()};
 };
 
 std::u16string chapter(std::uint32_t number) {
@@ -89,6 +75,7 @@ TEST_F(Strings, LinksOfOrderedTexts) {
 
 TEST_F(Strings, LinksOfRandomTexts) {
   const std::u16string units = u"ab\x01\x7F\x80\xD800\xDFFF\xFF41\xFFFF";
+  std::mt19937 random(testSeed());
   std::vector<std::u16string> texts(20'000);
   for (std::u16string& text : texts) {
     text.resize(random() % 6);
@@ -99,10 +86,8 @@ TEST_F(Strings, LinksOfRandomTexts) {
 
 TEST_F(Strings, OneRecordForOneText) {
   const std::u16string text = u"name";
-  const std::u16string again = u"name";
-  ArbString* const string = make(text);
-  EXPECT_EQ(string, make(again));
-  EXPECT_EQ(text, string->text);
+  ArbString* const string = host.makeString(text);
+  EXPECT_EQ(string, host.makeString(text));
   EXPECT_NE(text.data(), string->text);
   EXPECT_EQ(nullptr, string->boundRef);
   Host other;
@@ -117,8 +102,8 @@ TEST_F(Strings, Order) {
   };
   for (const Row& row : {Row{u"ID10", u"ID2"}, Row{u"ab", u"abc"}, Row{u"a", u"\xFF41"}, Row{u"", u"a"},
                          Row{u"\x7FFF", u"\x8000"}, Row{u"a\x8000", u"a\xFFFF"}, Row{u"\xD83D\xDE00", u"\xFF41"}}) {
-    ArbString* const less = make(row.less);
-    ArbString* const greater = make(row.greater);
+    ArbString* const less = host.makeString(row.less);
+    ArbString* const greater = host.makeString(row.greater);
     EXPECT_EQ(-1, ArbStringCompare(less, greater));
     EXPECT_EQ(1, ArbStringCompare(greater, less));
     EXPECT_EQ(0, ArbStringCompare(less, less));
@@ -138,7 +123,7 @@ TEST_F(Strings, HashesWrittenOut) {
                          Row{u"\x1234", 0x12 ^ 0x34}, Row{u"ab\x1234", 0x00620061 ^ 0x12 ^ 0x34}, Row{u"abab", 0},
                          // Only (2 x length) modulo 65536 bytes count: none of 32768 units, two of 32769.
                          Row{half, 0}, Row{u"a" + half, 0x61}, Row{u"ab" + half, 0x00620061}}) {
-    EXPECT_EQ(row.hash, ArbStringGetHashCode(make(row.text))) << row.text.size();
+    EXPECT_EQ(row.hash, ArbStringGetHashCode(host.makeString(row.text))) << row.text.size();
   }
   EXPECT_EQ(0u, ArbStringGetHashCode(nullptr));
 }

@@ -24,15 +24,19 @@ std::uint32_t ARB_CALL Recorder::onEvent(ArbDocument*, std::uint32_t event, void
   return 0;
 }
 
-MadeNodes::MadeNodes(ArbDocument* document) {
-  const auto note = [](ArbDocument*, std::uint32_t event, void* node, void* nodes) -> std::uint32_t {
-    if (event == ARB_EVENT_NODE_CREATED && node) {
-      static_cast<std::vector<ArbNode*>*>(nodes)->push_back(static_cast<ArbNode*>(node));
-    }
-    return 0;
-  };
-  ArbDocumentRegisterCallback(document, note, &nodes_);
+WhenMade::WhenMade(ArbDocument* document, std::function<void(ArbNode*)> work)
+    : document_(document), work_(std::move(work)) {
+  ArbDocumentRegisterCallback(document, onEvent, this);
 }
+
+WhenMade::~WhenMade() { ArbDocumentUnregisterCallback(document_, onEvent); }
+
+std::uint32_t ARB_CALL WhenMade::onEvent(ArbDocument*, std::uint32_t event, void* node, void* self) {
+  if (event == ARB_EVENT_NODE_CREATED && node) static_cast<WhenMade*>(self)->work_(static_cast<ArbNode*>(node));
+  return 0;
+}
+
+MadeNodes::MadeNodes(ArbDocument* document) : whenMade_(document, [this](ArbNode* node) { nodes_.push_back(node); }) {}
 
 std::vector<ArbNode*> MadeNodes::takeUnlinked() {
   std::vector<ArbNode*> made = std::exchange(nodes_, {});

@@ -4,6 +4,7 @@
 #define ARBTREE_TESTS_SUPPORT_RECORDER_H
 
 #include <cstdint>
+#include <functional>
 #include <initializer_list>
 #include <map>
 #include <string>
@@ -41,7 +42,22 @@ class Recorder {
   Lines lines_;
 };
 
-// Notes the nodes that a document makes from now on. REQUIRES: it lives as long as the document makes any.
+// While it lives, has `work` done with each node that a document makes, in the event that announces it. REQUIRES: the
+// document lives longer and has no other of these.
+class WhenMade {
+ public:
+  WhenMade(ArbDocument* document, std::function<void(ArbNode*)> work);
+  ~WhenMade();
+  WhenMade(const WhenMade&) = delete;
+  WhenMade& operator=(const WhenMade&) = delete;
+
+ private:
+  static std::uint32_t ARB_CALL onEvent(ArbDocument* document, std::uint32_t event, void* node, void* self);
+  ArbDocument* document_;
+  std::function<void(ArbNode*)> work_;
+};
+
+// Notes the nodes that a document makes. REQUIRES: as WhenMade.
 class MadeNodes {
  public:
   explicit MadeNodes(ArbDocument* document);
@@ -50,6 +66,7 @@ class MadeNodes {
 
  private:
   std::vector<ArbNode*> nodes_;
+  WhenMade whenMade_;
 };
 
 }  // namespace arbtree::test
