@@ -2,11 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include <map>
 #include <utility>
 
 #include "arbtree/elemdefs.h"
-#include "platform/heap.h"
 #include "support/ok.h"
 
 namespace arbtree::test {
@@ -16,7 +14,6 @@ const ArbAttributeDef kAttributes[kAttributeCount] = {
 
 namespace {
 
-std::uint64_t live = 0;
 bool refusing = false;
 std::uint32_t passesLeft = 0;
 std::vector<std::uint32_t> setAttributes;
@@ -58,38 +55,23 @@ const ArbNodeType kFunctionType = {kAttributeKind, ARB_TYPE_ATTR_FUNCTIONS,
                                    hash,           isEqual,
                                    nullptr,        nullptr};
 
-const ArbNodeType* plainType(std::uint32_t id) {
-  static std::map<std::uint32_t, ArbNodeType> types;
-  types[id].elementId = id;
-  return &types[id];
-}
-
 std::uint32_t ARB_CALL make(ArbTree*, std::uint32_t id, ArbNode** node) {
   if (refusing && passesLeft-- == 0) {
     passesLeft = 0;
     return ARB_OK;
   }
-  const std::size_t size =
-      id == kAttributeKind ? sizeof(AttributeNode) : sizeof(ArbNode) + (id & 0x3FFF) - (plainKind(0) & 0x3FFF);
-  auto* const made = static_cast<ArbNode*>(heap::allocateZeroed(size));
+  const bool hasFunctions = id == kAttributeKind;
+  ArbNode* const made = newElement(id, hasFunctions ? sizeof(AttributeNode) : sizeof(ArbNode) + id - plainKind(0));
   if (!made) return ARB_ERR_NOMEMORY;
-  made->size = static_cast<std::uint16_t>(size);
-  made->nodeType = id == kAttributeKind ? &kFunctionType : plainType(id);
-  ++live;
+  if (hasFunctions) made->nodeType = &kFunctionType;
   *node = made;
-  return ARB_OK;
-}
-
-std::uint32_t ARB_CALL destroy(ArbNode* node) {
-  --live;
-  heap::release(node);
   return ARB_OK;
 }
 
 }  // namespace
 
 void addAttributeKinds(ArbTree* tree) {
-  static const std::uint32_t registered = ElemDefsRegisterNamespace(kAttributeNamespace, make, destroy, 1);
+  static const std::uint32_t registered = ElemDefsRegisterNamespace(kAttributeNamespace, make, destroyElement, 1);
   ok(registered);
   ok(ArbTreeAddNodeFactory(tree, kAttributeNamespace));
 }
@@ -100,8 +82,6 @@ RefusingFactory::RefusingFactory(std::uint32_t passes) {
 }
 
 RefusingFactory::~RefusingFactory() { refusing = false; }
-
-std::uint64_t liveAttributeNodes() { return live; }
 
 std::vector<std::uint32_t> takeSetAttributes() { return std::exchange(setAttributes, {}); }
 

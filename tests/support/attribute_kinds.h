@@ -43,8 +43,6 @@ class RefusingFactory {
   RefusingFactory& operator=(const RefusingFactory&) = delete;
 };
 
-std::uint64_t liveAttributeNodes();
-
 // The indices that setAttribute was called with since the last call.
 std::vector<std::uint32_t> takeSetAttributes();
 

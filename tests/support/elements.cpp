@@ -20,22 +20,28 @@ const ArbNodeType* descriptorOf(std::uint32_t id) {
 }
 }  // namespace
 
+ArbNode* newElement(std::uint32_t id, std::size_t size) {
+  auto* const node = static_cast<ArbNode*>(heap::allocateZeroed(size));
+  if (!node) return nullptr;
+  node->size = static_cast<std::uint16_t>(size);
+  node->nodeType = descriptorOf(id);
+  ++live;
+  return node;
+}
+
 std::uint32_t ARB_CALL makeElement(ArbTree*, std::uint32_t id, ArbNode** node) {
   if (elementTrace) elementTrace->add("make " + std::to_string(id & 0x3FFF));
   if ((id & 0x3FFF) >= kFirstUnmade) return ARB_OK;
-  auto* const element = heap::allocateRecord<ElementNode>();
-  if (!element) return ARB_ERR_NOMEMORY;
-  element->node.size = sizeof(ElementNode);
-  element->node.nodeType = descriptorOf(id);
-  ++live;
-  *node = &element->node;
+  ArbNode* const made = newElement(id, sizeof(ElementNode));
+  if (!made) return ARB_ERR_NOMEMORY;
+  *node = made;
   return ARB_OK;
 }
 
 std::uint32_t ARB_CALL destroyElement(ArbNode* node) {
   if (elementTrace) elementTrace->add("destroy " + elementTrace->nameOf(node));
   --live;
-  heap::release(node, sizeof(ElementNode));
+  heap::release(node);
   return ARB_OK;
 }
 

@@ -26,7 +26,10 @@ struct ElementNode {
 std::uint32_t ARB_CALL makeElement(ArbTree* tree, std::uint32_t id, ArbNode** node);
 std::uint32_t ARB_CALL destroyElement(ArbNode* node);
 
-// Element nodes made and not destroyed.
+// A record of so many bytes for a node of this kind, which destroyElement gives back; null when there is no memory.
+ArbNode* newElement(std::uint32_t id, std::size_t size);
+
+// Records of newElement that are not given back.
 std::uint64_t liveElements();
 
 // Where factory and destroyer write; null: nowhere.

@@ -33,7 +33,7 @@ struct Content {
   }
 
   Host host;
-  ArbDocument* document = nullptr;
+  ArbDocument *document = nullptr, *madeDocument = nullptr;
   ArbTree *tree = nullptr, *finished = nullptr, *looseTree = nullptr, *madeTree = nullptr;
   ArbNode *root = nullptr, *a = nullptr, *b = nullptr, *text = nullptr, *bytes = nullptr, *reference = nullptr;
   ArbNode *open = nullptr, *trigger = nullptr, *loose = nullptr, *node = nullptr, *madeNode = nullptr;
@@ -42,7 +42,8 @@ struct Content {
   ArbForestChild* child = nullptr;
   ArbString *name = nullptr, *string = nullptr;
   ArbNodeRef *floating = nullptr, *cell = nullptr;
-  ArbSavedHooks* saved = nullptr;
+  ArbSavedHooks *saved = nullptr, *madeHooks = nullptr;
+  ArbInterfaceFunction slot = nullptr;
   std::uint32_t number = 0;
 
  private:
