@@ -34,14 +34,9 @@ class Factories : public testing::Test {
   bool makes(std::uint32_t ns) {
     ArbNode* node = nullptr;
     const ArbStatus status = ArbTreeCreateNode(tree, elementId(1, ns), nullptr, &node);
-    EXPECT_EQ(status == ARB_OK, node != nullptr);
+    EXPECT_EQ(status, node ? ArbNodeDestroy(node) : ARB_ERR_NOTFOUND);
     EXPECT_EQ(status == ARB_OK, finds(ns));
-    if (node) {
-      ok(ArbNodeDestroy(node));
-      return true;
-    }
-    EXPECT_EQ(ARB_ERR_NOTFOUND, status);
-    return false;
+    return status == ARB_OK;
   }
 
   Host host;
@@ -99,16 +94,15 @@ TEST_F(Factories, TheDefaultNamespaceIsChosenOnce) {
   EXPECT_EQ(kTestNamespace, tree->defaultNamespace);
 }
 
-TEST(FactoriesOfAFinishedTree, AreLocked) {
-  Host host;
-  ArbTree* const tree = host.makeTree();
-  ok(ArbForestChildProducerDone(asChild(tree)));
+TEST_F(Factories, OfAFinishedTreeAreLocked) {
+  ArbTree* const done = host.makeTree();
+  ok(ArbForestChildProducerDone(asChild(done)));
   for (const std::uint32_t ns : {kManyNamespaces, 2u, 99u}) {
-    EXPECT_EQ(ARB_ERR_LOCKED, ArbTreeAddNodeFactory(tree, ns));
-    EXPECT_EQ(ARB_ERR_LOCKED, ArbTreeSetDefaultNamespace(tree, ns));
+    EXPECT_EQ(ARB_ERR_LOCKED, ArbTreeAddNodeFactory(done, ns));
+    EXPECT_EQ(ARB_ERR_LOCKED, ArbTreeSetDefaultNamespace(done, ns));
   }
-  EXPECT_EQ(1u, tree->factoryCount);
-  EXPECT_EQ(1u, tree->defaultNamespace);
+  EXPECT_EQ(1u, done->factoryCount);
+  EXPECT_EQ(1u, done->defaultNamespace);
 }
 
 }  // namespace
