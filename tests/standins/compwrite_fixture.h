@@ -9,7 +9,6 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <memory>
 #include <set>
 #include <stdexcept>
 #include <string>
@@ -40,9 +39,9 @@ class FileChild {
       forests_[i].archiveType = levels[i].archiveType;
       parent = &forests_[i];
     }
-    setName(file_->child, ARB_CHILD_FILE, name, parent);
+    setName(file_.child, ARB_CHILD_FILE, name, parent);
   }
-  ArbFile* get() { return file_.get(); }
+  ArbFile* get() { return &file_; }
 
  private:
   static void setName(ArbForestChild& child, std::uint32_t kind, const std::u16string& name, ArbForest* parent) {
@@ -52,7 +51,7 @@ class FileChild {
   }
 
   std::vector<ArbForest> forests_;
-  std::unique_ptr<ArbFile> file_ = std::make_unique<ArbFile>();
+  ArbFile file_{};
 };
 
 // Content for the directory writer, handed out in pieces of at most `piece` bytes.

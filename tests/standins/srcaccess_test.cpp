@@ -6,6 +6,8 @@
 #include <cstdlib>
 #include <cstring>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "arbtree/baseutil.h"
 #include "support/threads.h"
@@ -36,35 +38,25 @@ std::u16string pathOf(std::uint32_t fileHandle) {
 
 constexpr std::uint32_t kPreset = 0xFFFFFFFF;  // what arbtree presets a file handle to
 
+using Files = std::pair<const char16_t*, const char16_t*>;  // input and output
+
 TEST(SrcAccess, GivesTheFilesOfASource) {
-  struct Case {
-    const char16_t* input;
-    const char16_t* output;
-  };
-  const Case cases[] = {
-      {u"in.xml", u"out/report.xml"}, {nullptr, u"E:\\out\\r.xml"}, {u"in.xml", nullptr}, {nullptr, nullptr},
-      {u"", u"\xD800 alone"},
-  };
-  for (const Case& c : cases) {
+  for (const auto& [input, output] : {Files{u"in.xml", u"out/report.xml"}, Files{nullptr, u"E:\\out\\r.xml"},
+                                      Files{u"in.xml", nullptr}, Files{}, Files{u"", u"\xD800 alone"}}) {
     std::uint32_t source = 0;
-    ASSERT_EQ(SrcOpen(c.input, c.output, &source), ARB_OK);
+    ASSERT_EQ(SrcOpen(input, output, &source), ARB_OK);
     EXPECT_NE(source, 0u);
-    const auto check = [source](auto get, const char16_t* path) {
+    std::vector<std::uint32_t> handles;
+    for (const auto& [get, path] : {std::pair(&SrcGetFileHandle, input), std::pair(&SrcGetOutputFileHandle, output)}) {
+      EXPECT_EQ(get(source, nullptr), ARB_ERR_BADARG);
       std::uint32_t handle = kPreset;
       EXPECT_EQ(get(source, &handle), path ? ARB_OK : SRC_ERR_NO_FILE);
-      if (path) {
-        EXPECT_EQ(pathOf(handle), path);
-      } else {
-        EXPECT_EQ(handle, kPreset);
-      }
-      EXPECT_EQ(get(source, nullptr), ARB_ERR_BADARG);
-      return handle;
-    };
-    const std::uint32_t input = check(SrcGetFileHandle, c.input);
-    const std::uint32_t output = check(SrcGetOutputFileHandle, c.output);
+      EXPECT_EQ(pathOf(handle), path ? path : u"?");
+      EXPECT_EQ(path == nullptr, handle == kPreset);
+      handles.push_back(handle);
+    }
     EXPECT_EQ(SrcClose(source), ARB_OK);
-    EXPECT_EQ(pathOf(input), u"?") << "closing releases the file handles";
-    EXPECT_EQ(pathOf(output), u"?");
+    for (const std::uint32_t handle : handles) EXPECT_EQ(pathOf(handle), u"?") << "closing releases the file handles";
   }
 }
 
@@ -117,24 +109,18 @@ std::string extensionOf(std::uint32_t formatId) {
 }
 
 TEST(SrcAccess, FormatsAndTheirBounds) {
+  const std::string longest(SRC_MAX_EXTENSION, 'e');
   struct Case {
     std::uint32_t formatId;
     std::string extension;
     std::uint32_t status;
     std::string then;  // the extension afterwards
   };
-  const Case cases[] = {
-      {1998, "jar", SRC_ERR_DUPLICATE, "zip"},
-      {1150, "xhtml", SRC_ERR_DUPLICATE, "xml"},
-      {1802, "cpio", SRC_ERR_DUPLICATE, "tar"},
-      {41, "", ARB_OK, ""},
-      {42, "x", ARB_OK, "x"},
-      {42, "y", SRC_ERR_DUPLICATE, "x"},
-      {0xFFFFFFFF, std::string(SRC_MAX_EXTENSION, 'e'), ARB_OK, std::string(SRC_MAX_EXTENSION, 'e')},
-      {43, std::string(SRC_MAX_EXTENSION + 1, 'e'), ARB_ERR_BADARG, "?"},
-      {44, std::string(5000, 'e'), ARB_ERR_BADARG, "?"},
-  };
-  for (const Case& c : cases) {
+  for (const Case& c :
+       {Case{1998, "jar", SRC_ERR_DUPLICATE, "zip"}, Case{1150, "xhtml", SRC_ERR_DUPLICATE, "xml"},
+        Case{1802, "cpio", SRC_ERR_DUPLICATE, "tar"}, Case{41, "", ARB_OK, ""}, Case{42, "x", ARB_OK, "x"},
+        Case{42, "y", SRC_ERR_DUPLICATE, "x"}, Case{0xFFFFFFFF, longest, ARB_OK, longest},
+        Case{43, longest + "e", ARB_ERR_BADARG, "?"}, Case{44, std::string(5000, 'e'), ARB_ERR_BADARG, "?"}}) {
     EXPECT_EQ(SrcRegisterFormat(c.formatId, c.extension.c_str()), c.status) << c.formatId;
     EXPECT_EQ(extensionOf(c.formatId), c.then) << c.formatId;
   }
