@@ -126,13 +126,14 @@ struct Pieces : BaseStream {
   }
   static std::uint32_t ARB_CALL write(BaseStream* stream, void* buffer, std::uint32_t count, std::uint32_t*) {
     auto& self = *static_cast<Pieces*>(stream);
-    if (self.pieces.size() == self.room) return BASE_IO_FULL;
+    if (self.transfers++ == self.failing) return BASE_IO_FULL;
     self.pieces.emplace_back(static_cast<const char*>(buffer), count);
     return BASE_IO_OK;
   }
 
   std::vector<std::string> pieces;
-  std::size_t room = 3;
+  std::size_t transfers = 0;
+  std::size_t failing = 99;  // the place of the one that finds the stream full
 };
 
 std::string imageOf(const void* bytes, std::size_t count) { return {static_cast<const char*>(bytes), count}; }
@@ -141,6 +142,8 @@ using StreamForm = BuiltinKinds;
 
 // A record and its value are one transfer each.
 TEST_F(StreamForm, ARecordComesBackAsItWasWithABufferOfItsOwn) {
+  ArbNodeDestroyer destroy = nullptr;
+  ok(ArbTreeGetNodeDestroyer(tree, ARB_NAMESPACE_BUILTIN, &destroy));
   for (const std::uint32_t id : {ARB_ELEM_TEXT, ARB_ELEM_TEXT_3, ARB_ELEM_TEXT_4, ARB_ELEM_ENCODED_BYTES}) {
     for (const std::u16string value : {u"", u"a", u"some value"}) {
       SCOPED_TRACE(testing::Message() << id << " with " << value.size() << " units");
@@ -153,6 +156,7 @@ TEST_F(StreamForm, ARecordComesBackAsItWasWithABufferOfItsOwn) {
       EXPECT_EQ(expected, stream.pieces);
 
       // Read back into a record of the same kind and size; what it was before is overwritten.
+      const std::uint64_t live = heap::testing::liveBlocks();
       auto* const copy = static_cast<ArbTextNode*>(heap::allocateZeroed(node->size));
       ok(node->nodeType->read(&copy->node, &stream));
       EXPECT_TRUE(stream.pieces.empty());
@@ -161,8 +165,8 @@ TEST_F(StreamForm, ARecordComesBackAsItWasWithABufferOfItsOwn) {
       EXPECT_EQ(record.textLength, copy->textLength);
       EXPECT_EQ(1u, node->nodeType->isEqual(node, &copy->node));
       EXPECT_EQ(value.empty(), record.text == copy->text);
-      heap::release(copy->text);
-      heap::release(copy);
+      ok(destroy(&copy->node));
+      EXPECT_EQ(live, heap::testing::liveBlocks());
     }
   }
   ArbNode* const reference = host.append(root, "n", ARB_ELEM_EXTERNAL_REFERENCE);
@@ -173,15 +177,16 @@ TEST_F(StreamForm, ARecordComesBackAsItWasWithABufferOfItsOwn) {
   EXPECT_EQ(0, std::memcmp(&copy, reference, sizeof copy));
 }
 
-// Bytes of 8 bits: the text is textLength bytes long, and the stream holds zeros behind them.
+// Bytes of 8 bits: the text is textLength bytes long, and counts as if zeros were behind them.
 TEST_F(StreamForm, EightBitBytesAreFilledUp) {
-  ArbNode* const node = host.append(root, "n", ARB_ELEM_ENCODED_BYTES);
-  ok(ArbEncodedBytesNodeSetValue(node, "wxyz", 4, 0, ARB_ENCODING_RAW8));
+  ArbNode* const node = text(u"units before", ARB_ELEM_ENCODED_BYTES);
+  ok(ArbEncodedBytesNodeSetValue(node, "xyz", 3, 0, ARB_ENCODING_RAW8));
   Pieces stream;
   ok(node->nodeType->write(node, &stream));
   std::string written;
   for (const std::string& piece : stream.pieces) written += piece;
-  EXPECT_EQ(imageOf("wxyz\0\0\0\0\0", 10), written.substr(node->size));
+  EXPECT_EQ(imageOf("xyz\0\0\0\0\0", 8), written.substr(node->size));
+  EXPECT_EQ(3u ^ 0x007A7978, node->nodeType->hash(node));
 }
 
 TEST_F(StreamForm, FailuresOfTheStreamAndOfTheHeap) {
@@ -189,7 +194,7 @@ TEST_F(StreamForm, FailuresOfTheStreamAndOfTheHeap) {
   for (const std::size_t place : {0u, 1u}) {
     SCOPED_TRACE(place);
     Pieces full;
-    full.room = place;
+    full.failing = place;
     EXPECT_EQ(BASE_ERR_FULL, node->nodeType->write(node, &full));
 
     Pieces cut;

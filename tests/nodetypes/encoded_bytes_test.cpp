@@ -35,7 +35,8 @@ TEST_F(EncodedBytes, FlagsAreCompletedAndOthersKept) {
   ok(ArbEncodedBytesNodeSetValue(node, "ab", 2, 5, ARB_ENCODING_UTF16));
   EXPECT_EQ(0x11u, record.encodingFlags);
   std::uint32_t info = 99, encoding = 98;
-  ok(ArbEncodedBytesNodeGetValue(node, nullptr, nullptr, &info, &encoding));
+  ok(ArbEncodedBytesNodeGetValue(node, nullptr, nullptr, nullptr, &encoding));
+  ok(ArbEncodedBytesNodeGetValue(node, nullptr, nullptr, &info, nullptr));
   EXPECT_EQ(5u, info);
   EXPECT_EQ(ARB_ENCODING_UTF16, encoding);
 }

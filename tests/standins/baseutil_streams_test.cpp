@@ -37,7 +37,7 @@ const std::pair<std::uint32_t, std::size_t> kRefused{BASE_IO_HANDLE, 0};
 class BaseUtilStreams : public ::testing::Test {
  protected:
   // A name outside ASCII and outside the basic plane, so that paths are seen to be converted.
-  std::filesystem::path file() const { return directory / std::filesystem::path(u"f\u00FC\u20AC\U0010FFFD.bin"); }
+  std::filesystem::path file() const { return directory / std::filesystem::path(u"f\u00FC\u07FF\u20AC\U0010FFFD.bin"); }
 
   BaseStream* openFile(std::uint32_t mode) {
     BaseStream* stream = nullptr;
