@@ -7,14 +7,10 @@
 
 namespace {
 thread_local int untilFailure = 0;  // 0: not failing
-thread_local bool hasFired = false;
 }  // namespace
 
 void* operator new(std::size_t bytes) {
-  if (untilFailure && --untilFailure == 0) {
-    hasFired = true;
-    throw std::bad_alloc();
-  }
+  if (untilFailure && --untilFailure == 0) throw std::bad_alloc();
   if (void* const block = std::malloc(bytes ? bytes : 1)) return block;
   throw std::bad_alloc();
 }
@@ -23,12 +19,9 @@ void operator delete(void* block, std::size_t) noexcept { std::free(block); }
 
 namespace arbtree::test {
 
-FailingNew::FailingNew(int n) {
-  untilFailure = n;
-  hasFired = false;
-}
+FailingNew::FailingNew(int n) { untilFailure = n; }
 FailingNew::~FailingNew() { untilFailure = 0; }
-bool FailingNew::fired() const { return hasFired; }
+bool FailingNew::fired() const { return untilFailure == 0; }
 
 }  // namespace arbtree::test
 
