@@ -37,22 +37,20 @@ class FileChild {
   explicit FileChild(const std::u16string& name, const std::vector<Level>& levels = {{u"root", 0}})
       : forests_(levels.size()) {
     ArbForest* parent = nullptr;
+    const auto place = [&parent](ArbForestChild& child, const std::u16string& childName) {
+      child.parent = parent;
+      childName.copy(child.name, std::size(child.name) - 1);
+    };
     for (std::size_t i = 0; i < levels.size(); ++i) {
-      setName(forests_[i].child, ARB_CHILD_FOREST, levels[i].name, parent);
+      place(forests_[i].child, levels[i].name);
       forests_[i].archiveType = levels[i].archiveType;
       parent = &forests_[i];
     }
-    setName(file_.child, ARB_CHILD_FILE, name, parent);
+    place(file_.child, name);
   }
   ArbFile* get() { return &file_; }
 
  private:
-  static void setName(ArbForestChild& child, std::uint32_t kind, const std::u16string& name, ArbForest* parent) {
-    child.kind = kind;
-    child.parent = parent;
-    name.copy(child.name, std::size(child.name) - 1);
-  }
-
   std::vector<ArbForest> forests_;
   ArbFile file_{};
 };
