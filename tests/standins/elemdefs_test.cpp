@@ -35,11 +35,11 @@ class ElemDefs : public ::testing::Test {
 
 TEST_F(ElemDefs, RefusesWhatCannotBeRegistered) {
   add(7, 1);
-  const std::pair<std::uint32_t, std::uint32_t> cases[] = {{2, ARB_ERR_NAMESPACE},
-                                                           {4096, ELEMDEFS_ERR_NUMBER},
-                                                           {0x10008, ELEMDEFS_ERR_NUMBER},
-                                                           {0xFFFFFFFF, ELEMDEFS_ERR_NUMBER},
-                                                           {7, ELEMDEFS_ERR_DUPLICATE}};
+  const std::pair<std::uint32_t, std::uint32_t> cases[] = {
+      {2, ARB_ERR_NAMESPACE},         {4096, ELEMDEFS_ERR_NUMBER},
+      {0x10008, ELEMDEFS_ERR_NUMBER}, {0xFFFFFFFF, ELEMDEFS_ERR_NUMBER},
+      {7, ELEMDEFS_ERR_DUPLICATE},
+  };
   for (const auto& [number, status] : cases) {
     EXPECT_EQ(ElemDefsRegisterNamespace(number, makeNothingElse, destroyNothing, 9), status) << number;
   }
