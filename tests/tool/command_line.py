@@ -1,22 +1,16 @@
 """The command line: what is asked for, help, and what is refused with exit status 2."""
-import json
 import os
 import re
 import subprocess
-import sys
-import tempfile
 import unittest
 
-sys.dont_write_bytecode = True
-sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "support"))
-from tool import run, stats  # noqa: E402
-
+from support.tool import InFolder, output, run, stats
 
 COMMANDS = ["ls", "text", "xml", "find", "extract", "dups", "stats"]
 SOURCE = os.environ["ARBTREE_SOURCE"]
 
 
-class CommandLine(unittest.TestCase):
+class CommandLine(InFolder):
     def test_usage_errors(self):
         cases = [[], ["nothing"], ["xml"], ["stats"], ["ls", "--tree", "--json", "a"], ["find", "a"], ["dups", "a"],
                  ["extract", "a"], ["find", "--element", "e", "--attribute", "k", "a"], ["find", "--element", "e", "--limit", "0", "a"],
@@ -37,10 +31,7 @@ class CommandLine(unittest.TestCase):
     def test_help_goes_to_standard_output_and_has_examples(self):
         for arguments in [["--help"], ["xml", "-h"]] + [[command, "--help"] for command in COMMANDS]:
             with self.subTest(arguments):
-                result = run(*arguments)
-                self.assertEqual((0, ""), (result.status, result.err))
-                self.assertIn(b"Examples:\n  arbtree ", result.out)
-        self.assertIn(b"Not kept:", run("xml", "--help").out)
+                self.assertIn(b"Examples:\n  arbtree ", output(*arguments))
 
     def test_help_manual_and_completion_name_the_same_commands_and_options(self):
         with open(os.path.join(SOURCE, "docs/arbtree.1")) as file:
@@ -64,24 +55,15 @@ class CommandLine(unittest.TestCase):
             self.assertEqual(set(), set(re.findall(r"(?<![\w-])--[a-z-]+", text)) - known)
 
     def test_version(self):
-        result = run("--version")
-        self.assertEqual((0, ""), (result.status, result.err))
-        self.assertRegex(result.out, rb"^arbtree \d+\.\d+\.\d+\n\Z")
+        self.assertRegex(output("--version"), rb"^arbtree \d+\.\d+\.\d+\n\Z")
 
     def test_a_file_is_read_like_standard_input(self):
-        with tempfile.TemporaryDirectory() as folder:
-            for name, shown in {"plain.xml": "plain.xml", "-dash.xml": "-dash.xml", 'quo"te\\.xml': 'quo"te\\\\.xml',
-                                "new\nline.xml": "new\\nline.xml", b"not-utf8-\xff.xml": "not-utf8-\\377.xml"}.items():
-                with self.subTest(name):
-                    path = os.path.join(os.fsencode(folder), os.fsencode(name))
-                    with open(path, "wb") as file:
-                        file.write(b"<a>x</a>")
-                    self.assertEqual(run("xml", "-", data=b"<a>x</a>").out, run("xml", path).out)
-                    os.chdir(folder)
-                    result = run("stats", "--json", "--", os.fsencode(name))
-                    self.assertEqual(0, result.status, result.err)
-                    self.assertEqual(shown, json.loads(result.out)["file"])
-                    os.chdir("/")
+        for name, shown in {"plain.xml": "plain.xml", "-dash.xml": "-dash.xml", 'quo"te\\.xml': 'quo"te\\\\.xml',
+                            "new\nline.xml": "new\\nline.xml", b"not-utf8-\xff.xml": "not-utf8-\\377.xml"}.items():
+            with self.subTest(name):
+                path = self.write(name, b"<a>x</a>")
+                self.assertEqual(output("xml", "-", data=b"<a>x</a>"), output("xml", path))
+                self.assertEqual(shown, stats("--", name, cwd=self.folder)["file"])
 
 
 class Figures(unittest.TestCase):
@@ -90,19 +72,17 @@ class Figures(unittest.TestCase):
     EXPECTED = {"complete": True, "elements": 4, "elementNames": 3, "attributes": 3, "textNodes": 4, "comments": 2,
                 "processingInstructions": 2, "depth": 3}
 
+    LABELS = ["elements", "different element names", "attributes", "text nodes", "comments", "processing instructions",
+              "depth of elements"]
+
     def test_json(self):
         for chunk_bytes in ["1", "300", "32768"]:
             with self.subTest(chunk_bytes):
-                figures = stats("--chunk-bytes", chunk_bytes, "-", data=self.DOCUMENT)
-                self.assertEqual(self.EXPECTED, {key: figures[key] for key in self.EXPECTED})
+                self.assertLessEqual(self.EXPECTED.items(), stats("--chunk-bytes", chunk_bytes, "-", data=self.DOCUMENT).items())
 
     def test_text(self):
-        lines = run("stats", "-", data=self.DOCUMENT).out.decode().splitlines()
-        figures = dict(line.rsplit(maxsplit=1) for line in lines)
-        self.assertEqual(["4", "3", "3", "4", "2", "2", "3"],
-                         [figures[label] for label in ["elements", "different element names", "attributes",
-                                                       "text nodes", "comments", "processing instructions",
-                                                       "depth of elements"]])
+        figures = dict(line.rsplit(maxsplit=1) for line in output("stats", "-", data=self.DOCUMENT).decode().splitlines())
+        self.assertEqual(["4", "3", "3", "4", "2", "2", "3"], [figures[label] for label in self.LABELS])
 
     def test_runs_and_live_nodes_follow_the_chunk_size(self):
         document = b"<r>" + b"<e>x</e>" * 1000 + b"</r>"

@@ -1,15 +1,11 @@
 """Inputs and outputs that fail: what came before is delivered, one line says where and why, and the exit status is 1.
 """
-import os
+import json
 import re
 import subprocess
-import sys
-import tempfile
 import unittest
 
-sys.dont_write_bytecode = True
-sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "support"))
-from tool import ENVIRONMENT, TIMEOUT, TOOL, run  # noqa: E402
+from support.tool import ENVIRONMENT, TIMEOUT, TOOL, run
 
 DECLARATION = b'<?xml version="1.0" encoding="UTF-8"?>\n'
 
@@ -45,34 +41,29 @@ INPUTS = {
 
 
 class Inputs(unittest.TestCase):
-    def check_message(self, result, name, place, reason):
+    def check_message(self, result, place, reason):
         self.assertEqual(3 if "(see --max-" in reason else 1, result.status)
-        self.assertRegex(result.err, rf"^arbtree: {re.escape(name)}:{place}: .+\n\Z")
-        self.assertEqual(1, result.err.count("\n"))
-        self.assertIn(reason, result.err)
+        self.assertRegex(result.err, rf"^arbtree: <stdin>:{place}: .*{re.escape(reason)}.*\n\Z")
 
     def test_each_failing_input(self):
         for name, (data, delivered, place, reason) in INPUTS.items():
             for chunk_bytes in ["1", "32768"]:
                 with self.subTest(name, chunk_bytes=chunk_bytes):
                     result = run("xml", "--chunk-bytes", chunk_bytes, "-", data=data)
-                    self.check_message(result, "<stdin>", place, reason)
+                    self.check_message(result, place, reason)
                     self.assertEqual(b"" if delivered is None else DECLARATION + delivered, result.out)
 
     def test_stats_count_what_came_before(self):
         result = run("stats", "--json", "-", data=b"<a><b/><c>x</c><!-- --><?p?><d>")
-        self.check_message(result, "<stdin>", "1:32", "inside element <d>")
-        for figure in ['"complete": false', '"elements": 4', '"textNodes": 1', '"comments": 1', '"depth": 2',
-                       '"processingInstructions": 1', '"elementNames": 4']:
-            self.assertIn(figure, result.out.decode())
+        self.check_message(result, "1:32", "inside element <d>")
+        self.assertLessEqual({"complete": False, "elements": 4, "textNodes": 1, "comments": 1, "depth": 2,
+                              "processingInstructions": 1, "elementNames": 4}.items(), json.loads(result.out).items())
 
     def test_files_that_cannot_be_read(self):
-        with tempfile.TemporaryDirectory() as folder:
-            missing = os.path.join(folder, "missing.xml")
-            for command in [["ls"], ["xml"], ["find", "--element", "e"], ["extract", "-C", folder]]:
-                for path, reason in [(missing, "No such file or directory"), (folder, "Is a directory")]:
-                    result = run(*command, path)
-                    self.assertEqual((1, b"", f"arbtree: {path}: {reason}\n"), (result.status, result.out, result.err))
+        for command in [["ls"], ["xml"], ["find", "--element", "e"], ["extract", "-C", "/"]]:
+            for path, reason in [("/no/such.xml", "No such file or directory"), ("/usr", "Is a directory")]:
+                result = run(*command, path)
+                self.assertEqual((1, b"", f"arbtree: {path}: {reason}\n"), (result.status, result.out, result.err))
 
     def test_the_amplification_of_entities_is_limited(self):
         entities = "".join(f'<!ENTITY e{i + 1} "{f"&e{i};" * 20}">' for i in range(8))
@@ -92,29 +83,18 @@ class Inputs(unittest.TestCase):
 
 
 class Outputs(unittest.TestCase):
-    def run_into(self, output, *arguments, data=b"<a>x</a>"):
-        return subprocess.run([TOOL, *arguments, "-"], input=data, stdout=output, stderr=subprocess.PIPE,
-                              timeout=TIMEOUT, env=ENVIRONMENT)
-
-    def test_a_full_device(self):
-        for command in ["xml", "stats", "--help"]:
-            with self.subTest(command), open("/dev/full", "wb") as full:
-                done = self.run_into(full, command)
-                self.assertEqual((1, b"arbtree: standard output: No space left on device\n"),
-                                 (done.returncode, done.stderr))
-
-    def test_a_closed_output(self):
-        done = subprocess.run(["sh", "-c", '"$0" xml - >&-', TOOL], input=b"<a/>", stderr=subprocess.PIPE,
-                              timeout=TIMEOUT, env=ENVIRONMENT)
-        self.assertEqual(1, done.returncode)
-        self.assertIn(b"arbtree: standard output: ", done.stderr)
+    def test_an_output_that_takes_nothing(self):
+        full, closed = "No space left on device", "Bad file descriptor"
+        for command, reason in {"xml - >/dev/full": full, "stats - >/dev/full": full, "--help >/dev/full": full, "xml - >&-": closed}.items():
+            with self.subTest(command):
+                done = subprocess.run(["sh", "-c", '"$0" ' + command, TOOL], input=b"<a>x</a>", stderr=subprocess.PIPE,
+                                      timeout=TIMEOUT, env=ENVIRONMENT)
+                self.assertEqual((1, f"arbtree: standard output: {reason}\n"), (done.returncode, done.stderr.decode()))
 
     def test_a_reader_that_goes_away_ends_the_work_at_once_and_in_silence(self):
-        tool = subprocess.Popen([TOOL, "xml", "-"], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
-                                stderr=subprocess.PIPE, env=ENVIRONMENT, bufsize=0)
-        self.addCleanup(tool.kill)
-        tool.stdout.close()
-        with tool.stdin, tool.stderr:
+        with subprocess.Popen([TOOL, "xml", "-"], stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.PIPE,
+                              env=ENVIRONMENT, bufsize=0) as tool:
+            tool.stdout.close()
             with self.assertRaises(BrokenPipeError):
                 tool.stdin.write(b"<a>")
                 for _ in range(10000):  # far more than all buffers hold

@@ -4,13 +4,10 @@ import os
 import pty
 import select
 import subprocess
-import sys
 import time
 import unittest
 
-sys.dont_write_bytecode = True
-sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "support"))
-from tool import ENVIRONMENT, TIMEOUT, TOOL  # noqa: E402
+from support.tool import ENVIRONMENT, TIMEOUT, TOOL
 
 BLOCK = b"<e>text</e>\n" * 1000
 

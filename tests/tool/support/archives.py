@@ -3,7 +3,10 @@ import io
 import os
 import subprocess
 import tarfile
+import tempfile
 import zipfile
+
+from support.tool import InFolder, run
 
 XML = b'<?xml version="1.0"?>\n<r><e a="1">x &amp; \xc3\xa4</e><e a="2"/><e a="1">x &amp; \xc3\xa4</e></r>\n'
 
@@ -28,9 +31,9 @@ def tar_entry(name, **fields):
     return member
 
 
-def make_zip(members, **options):
+def make_zip(members, method=zipfile.ZIP_DEFLATED):
     out = io.BytesIO()
-    with zipfile.ZipFile(out, "w", zipfile.ZIP_DEFLATED, **options) as archive:
+    with zipfile.ZipFile(out, "w", method) as archive:
         for name, content in members:
             archive.writestr(zipfile.ZipInfo(name) if name.endswith("/") else name, content)
     return out.getvalue()
@@ -70,3 +73,24 @@ def tree_of(folder):
             mode = status.st_mode if kind != 0o120000 else kind
             found[os.path.relpath(full, os.fsencode(folder))] = (mode, status.st_mtime_ns // 10**9, content)
     return found
+
+
+def contents_of(tree):
+    """Path -> content of what tree_of() has found."""
+    return {name: content for name, (_, _, content) in tree.items()}
+
+
+class IntoTarget(InFolder):
+    def extract(self, *arguments, **options):
+        """Extracts into a folder of its own and answers the result and what is there; around it must be nothing."""
+        around = tempfile.mkdtemp(dir=self.folder)
+        os.mkdir(around + "/target")
+        result = run("extract", "-C", around + "/target", *arguments, **options)
+        self.assertEqual(["target"], os.listdir(around))
+        return result, tree_of(around + "/target")
+
+    def extracted(self, *arguments, **options):
+        """What is there after an extraction that has nothing to complain of."""
+        result, found = self.extract(*arguments, **options)
+        self.assertEqual((0, ""), (result.status, result.err))
+        return found

@@ -55,11 +55,16 @@ class InFolder(unittest.TestCase):
         return path
 
 
+def output(*arguments, **options):
+    """What a run writes that has nothing to complain of."""
+    result = run(*arguments, **options)
+    assert (result.status, result.err) == (0, ""), (arguments, result.status, result.err)
+    return result.out
+
+
 def stats(*arguments, **options):
-    """The figures of `stats --json`, which must succeed."""
-    result = run("stats", "--json", *arguments, **options)
-    assert result.status == 0 and result.err == "", (arguments, result.status, result.err)
-    return json.loads(result.out)
+    """The figures of `stats --json`."""
+    return json.loads(output("stats", "--json", *arguments, **options))
 
 
 def canonical(document):
