@@ -289,7 +289,7 @@ class Searching(InFolder):
                 start = len(document)
                 if name == b"e":
                     starts.append(start)
-                document += b"<" + name + chance.choice([b"", b"", b' a="1"']) + b">"
+                document += b"<" + name + chance.choice([b"", b' a="1"', b' b="1"', b' a="1" b="2"']) + b">"
                 for _ in range(chance.randrange(4) if depth < 7 else 0):
                     element(depth + 1)
                 document += chance.choice([b"", b"x", b"xy"]) + b"</" + name + b">"
