@@ -38,11 +38,18 @@ class Raiser {
     EXPECT_EQ(ARB_OK, ArbTreeQueryRootNode(tree, &root));
   }
   ~Raiser() {
+    BaseSetHostFunctions(context_.producerArg1, nullptr);  // if there are any
     EXPECT_EQ(ARB_OK, ArbTreeDestroy(tree));
     EXPECT_EQ(ARB_OK, ArbDocumentDestroy(document));
   }
   Raiser(const Raiser&) = delete;
   Raiser& operator=(const Raiser&) = delete;
+
+  // The bail-out that is asked for after each of its runs; baseutil's own for null.
+  void abandonWith(BaseBailOutFunction bailOut) const {
+    const BaseHostFunctions functions{[](std::uint32_t, void*) -> std::uint32_t { return 20; }, bailOut, nullptr};
+    EXPECT_EQ(ARB_OK, BaseSetHostFunctions(context_.producerArg1, &functions));
+  }
 
   // The texts that exist, walked as a consumer does, and whether a run is in progress.
   std::string state() const {
@@ -57,7 +64,6 @@ class Raiser {
     return texts + (head().flags & ARB_DOC_RUNNING ? " running" : "");
   }
   const ArbDocumentHead& head() const { return *reinterpret_cast<const ArbDocumentHead*>(document); }
-  std::uint32_t statusContext() const { return context_.producerArg1; }
 
   ArbDocument* document = nullptr;
   ArbTree* tree = nullptr;
@@ -167,21 +173,6 @@ TEST(Guard, AThreadCancelledInItsRun) {
 Raiser* inner = nullptr;
 std::jmp_buf inOuterProducer;
 
-// The bail-out of the inner document, asked for after each of its runs.
-class BailOut {
- public:
-  BailOut(std::uint32_t statusContext, BaseBailOutFunction bailOut) : statusContext_(statusContext) {
-    const BaseHostFunctions functions{[](std::uint32_t, void*) -> std::uint32_t { return 20; }, bailOut, nullptr};
-    EXPECT_EQ(ARB_OK, BaseSetHostFunctions(statusContext, &functions));
-  }
-  ~BailOut() { EXPECT_EQ(ARB_OK, BaseSetHostFunctions(statusContext_, nullptr)); }
-  BailOut(const BailOut&) = delete;
-  BailOut& operator=(const BailOut&) = delete;
-
- private:
-  std::uint32_t statusContext_;
-};
-
 void waitForInner() {
   std::uint32_t count = 0;
   ArbNodeWaitChildCount(inner->root, &count);
@@ -191,8 +182,7 @@ void waitForInner() {
 TEST(Guard, ABailOutJumpsBackIntoTheProducerThatWaited) {
   Raiser nested([] {});
   inner = &nested;
-  const BailOut bailOut(nested.statusContext(),
-                        [](std::uint32_t, std::uint32_t, void*) { std::longjmp(inOuterProducer, 1); });
+  nested.abandonWith([](std::uint32_t, std::uint32_t, void*) { std::longjmp(inOuterProducer, 1); });
   Raiser outer([] {
     if (setjmp(inOuterProducer) == 0) waitForInner();
   });
@@ -211,7 +201,7 @@ TEST(Guard, ABailOutByExceptionFailsTheProducerThatWaited) {
 #endif
   Raiser nested([] {});
   inner = &nested;
-  const BailOut bailOut(nested.statusContext(), nullptr);
+  nested.abandonWith(nullptr);
   expectTranslated(code, waitForInner);
   EXPECT_EQ("tttttt", nested.state());
 }

@@ -27,45 +27,40 @@ std::uint32_t ARB_CALL onEvent(ArbDocument*, std::uint32_t event, void* argument
 
 std::uint32_t ARB_CALL onHook(std::uintptr_t, void*) { return act(), 0; }
 
-enum class From { kProducer, kEvent, kHook };
-
-void callDuringARun(const FunctionCall& row, From from) {
-  const std::uint64_t blocks = heap::testing::liveBlocks();
-  const std::uint64_t elements = liveElements();
-  {
-    Content content(row.mode);
-    std::uint32_t answer = 0xDEAD;
-    pending = [&] {
-      EXPECT_TRUE(content.document->flags & ARB_DOC_RUNNING);
-      answer = row.call(content);
-    };
-    content.run([&] {
-      if (from == From::kEvent) {
-        ok(ArbDocumentRegisterCallback(content.document, onEvent, nullptr));
-      } else if (from == From::kHook) {
-        ok(ArbTreeSetProducerNodeHook(content.tree, ARB_HOOK_ATTRIBUTES_DONE, kTrigger, onHook, nullptr));
-      } else {
-        act();
-      }
-    });
-    EXPECT_EQ(row.expected, answer);
-    content.clear();
-  }
-  EXPECT_EQ(elements, liveElements());
-  EXPECT_EQ(blocks, heap::testing::liveBlocks());
-}
+// What leads into `act` in the middle of a run.
+struct From {
+  const char* name;
+  void (*lead)(const Content&);
+};
+const From kFrom[] = {
+    {"the producer", [](const Content&) { act(); }},
+    {"an event", [](const Content& content) { ok(ArbDocumentRegisterCallback(content.document, onEvent, nullptr)); }},
+    {"a hook",
+     [](const Content& content) {
+       ok(ArbTreeSetProducerNodeHook(content.tree, ARB_HOOK_ATTRIBUTES_DONE, kTrigger, onHook, nullptr));
+     }},
+};
 
 TEST(Reentrancy, EveryFunctionDuringARun) {
+  const std::uint64_t blocks = heap::testing::liveBlocks();
+  const std::uint64_t elements = liveElements();
   std::set<std::string> functions;
   for (const FunctionCall& row : everyFunction()) {
     functions.insert(row.function);
-    for (const From from : {From::kProducer, From::kEvent, From::kHook}) {
-      SCOPED_TRACE(testing::Message() << row.function << " expecting " << row.expected << " from "
-                                      << (from == From::kProducer ? "the producer"
-                                          : from == From::kEvent  ? "an event"
-                                                                  : "a hook"));
-      callDuringARun(row, from);
+    for (const From& from : kFrom) {
+      SCOPED_TRACE(testing::Message() << row.function << " expecting " << row.expected << " from " << from.name);
+      Content content(row.mode);
+      std::uint32_t answer = 0xDEAD;
+      pending = [&] {
+        EXPECT_TRUE(content.document->flags & ARB_DOC_RUNNING);
+        answer = row.call(content);
+      };
+      content.run([&] { from.lead(content); });
+      EXPECT_EQ(row.expected, answer);
+      content.clear();
     }
+    EXPECT_EQ(elements, liveElements()) << row.function;
+    EXPECT_EQ(blocks, heap::testing::liveBlocks()) << row.function;
   }
   EXPECT_EQ(116u, functions.size()) << "all exports but ArbDocumentDestroy";
 }

@@ -245,8 +245,8 @@ class Searching(InFolder):
         self.assertEqual(places, output("find", "--element", "e", "--attribute", "a=1", "-", data=NESTED).decode().splitlines())
         for arguments in [["none"], ["e", "--attribute", "a=3"]]:
             self.assertEqual(b"", output("find", "--element", *arguments, "-", data=NESTED))
-        named = b'<r><e/><e xml:id="x"/><e id="x"/><f id="y"/></r>'
-        for identifier, place in {"x": b"stdin:7\n", "y": b"", "z": b""}.items():
+        named = b'<r><e/><e xml:id="x"/><e id="x"/><f id="y"/><e id="w"/></r>'
+        for identifier, place in {"x": b"stdin:7\n", "w": b"stdin:%d\n" % named.index(b'<e id="w"'), "y": b"", "z": b""}.items():
             self.assertEqual(place, output("find", "--element", "e", "--id", identifier, "-", data=named))
         limited = output("find", "--element", "e", "--limit", "010", "--json", "-", data=b"<r>" + b"<e/>" * 20 + b"</r>")
         self.assertEqual([{"path": "stdin", "offset": 3 + 4 * i} for i in range(10)], [json.loads(line) for line in limited.splitlines()])
