@@ -7,7 +7,7 @@ import tarfile
 import unittest
 
 from support.archives import XML, IntoTarget, bsdtar, contents_of, make_old, make_zip, packed, tar, tar_entry, tree_of
-from support.tool import ENVIRONMENT, TIMEOUT, TOOL, InFolder, canonical, output, run, stats
+from support.tool import ENVIRONMENT, TIMEOUT, InFolder, canonical, output, run, start, stats
 
 FORMATS = {"tar": ("gnutar", []), "tar.gz": ("pax", ["-z"]), "tar.bz2": ("ustar", ["-j"]), "tar.xz": ("pax", ["-J"]),
            "tar.zst": ("pax", ["--zstd"]), "v7.tar": ("v7", []), "cpio": ("newc", []), "odc.cpio": ("odc", []),
@@ -261,8 +261,7 @@ class Searching(InFolder):
 
     def test_a_limit_ends_reading(self):
         # The input stays open and never ends; only what is found can end the work.
-        with subprocess.Popen([TOOL, "find", "--element", "e", "--limit", "2", "-"], bufsize=0,
-                              stdin=subprocess.PIPE, stdout=subprocess.PIPE, env=ENVIRONMENT) as tool:
+        with start("find", "--element", "e", "--limit", "2", "-") as tool:
             tool.stdin.write(b"<r><e/>" + b" " * 20000 + b"<e/>" + b"<x>y</x>" * 1000)
             self.assertEqual(0, tool.wait(TIMEOUT))
             self.assertEqual(b"stdin:3\nstdin:20007\n", tool.stdout.read())

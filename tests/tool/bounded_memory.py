@@ -4,7 +4,7 @@ depth and the number of different names, has its limit or its bounds. The figure
 import subprocess
 import unittest
 
-from support.tool import ENVIRONMENT, TIMEOUT, TOOL, output, run, stats
+from support.tool import ENVIRONMENT, TIMEOUT, TOOL, output, run, start, stats
 
 MEBIBYTE = 2**20
 DECLARATION = b'<?xml version="1.0" encoding="UTF-8"?>\n'
@@ -84,8 +84,7 @@ class Pieces(unittest.TestCase):
             with self.subTest(encoding):
                 declared = "UTF-16" if encoding.startswith("UTF-16") else encoding
                 data = bom + self.DOCUMENT.format(declared).encode(encoding)
-                with subprocess.Popen([TOOL, "xml", "-"], stdin=subprocess.PIPE, stdout=subprocess.PIPE, env=ENVIRONMENT,
-                                      bufsize=0) as tool:
+                with start("xml", "-") as tool:
                     for byte in data:
                         tool.stdin.write(bytes([byte]))
                     self.assertEqual(output("xml", "-", data=data), tool.communicate(timeout=TIMEOUT)[0])

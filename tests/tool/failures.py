@@ -5,7 +5,7 @@ import re
 import subprocess
 import unittest
 
-from support.tool import ENVIRONMENT, TIMEOUT, TOOL, run
+from support.tool import ENVIRONMENT, TIMEOUT, TOOL, run, start
 
 DECLARATION = b'<?xml version="1.0" encoding="UTF-8"?>\n'
 
@@ -92,8 +92,7 @@ class Outputs(unittest.TestCase):
                 self.assertEqual((1, f"arbtree: standard output: {reason}\n"), (done.returncode, done.stderr.decode()))
 
     def test_a_reader_that_goes_away_ends_the_work_at_once_and_in_silence(self):
-        with subprocess.Popen([TOOL, "xml", "-"], stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.PIPE,
-                              env=ENVIRONMENT, bufsize=0) as tool:
+        with start("xml", "-") as tool:
             tool.stdout.close()
             with self.assertRaises(BrokenPipeError):
                 tool.stdin.write(b"<a>")

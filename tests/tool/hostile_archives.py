@@ -17,7 +17,7 @@ from array import array
 from concurrent.futures import ThreadPoolExecutor
 
 from support.archives import XML, IntoTarget, bsdtar, contents_of, make_zip, packed, tar, tar_entry, tree_of
-from support.tool import ENVIRONMENT, TIMEOUT, TOOL, output, run, stats
+from support.tool import TIMEOUT, output, run, start, stats
 
 SYMBOLIC, HARD, DEVICE, FIFO = b"2", b"1", b"3", b"6"
 GOOD = ("good", b"good")
@@ -93,7 +93,7 @@ class Escapes(IntoTarget):
 
     def test_temporary_names_are_nobody_elses(self):
         target = self.new_folder("target")
-        with subprocess.Popen([TOOL, "extract", "-C", target, "-"], stdin=subprocess.PIPE, env=ENVIRONMENT) as tool:
+        with start("extract", "-C", target, "-") as tool:
             names = [f".arbtree-{tool.pid}-{number}" for number in range(1, 7)]
             self.write("target/" + names[1], b"left behind")
             tool.communicate(tar([(name, b"member") for name in names[3:] + ["last"]]), TIMEOUT)
@@ -314,37 +314,35 @@ class Damage(IntoTarget):
 
 
 class Interrupts(IntoTarget):
+    def interrupt(self, tool, number, message):
+        """Ends the tool by a signal; the message is all that it says."""
+        tool.send_signal(number)
+        self.assertEqual(-number, tool.wait(TIMEOUT))
+        self.assertEqual(f"arbtree: {message}: interrupted\n", tool.stderr.read().decode())
+
     def test_no_part_of_a_file_stays(self):
         data = tar([GOOD, ("large", b"x" * 10_000_000)])
         for number in [signal.SIGINT, signal.SIGTERM]:
             target = self.new_folder(str(number))
-            with subprocess.Popen([TOOL, "extract", "-C", target, "-"], stdin=subprocess.PIPE, env=ENVIRONMENT,
-                                  stderr=subprocess.PIPE, bufsize=0) as tool:
+            with start("extract", "-C", target, "-") as tool:
                 tool.stdin.write(data[:5_000_000])
-                tool.send_signal(number)
-                self.assertEqual(-number, tool.wait(TIMEOUT))
-                self.assertEqual(b"arbtree: <stdin>: large: interrupted\n", tool.stderr.read())
+                self.interrupt(tool, number, "<stdin>: large")
             self.assertEqual({b"good"}, set(tree_of(target)))
 
     def test_an_interrupt_before_the_first_byte(self):
-        with subprocess.Popen([TOOL, "ls", "-"], stdin=subprocess.PIPE, env=ENVIRONMENT, stderr=subprocess.PIPE, bufsize=0) as tool:
+        with start("ls", "-") as tool:
             with open(f"/proc/{tool.pid}/stat") as state:
                 while state.read().split(")")[1].split()[0] != "S":  # sleeps, until there is something to read
                     state.seek(0)
                     time.sleep(0.001)
-            tool.send_signal(signal.SIGTERM)
-            self.assertEqual(-signal.SIGTERM, tool.wait(TIMEOUT))
-            self.assertEqual(b"arbtree: <stdin>: interrupted\n", tool.stderr.read())
+            self.interrupt(tool, signal.SIGTERM, "<stdin>")
 
     def test_work_goes_on_no_further_once_all_input_is_read(self):
         path, target = self.write("zeros.tar.gz", packed("gzip", tar([("zeros", ZEROS)]))), self.new_folder("target")
-        command = [TOOL, "extract", "-C", target, "--max-ratio", "100000", path]
-        with subprocess.Popen(command, env=ENVIRONMENT, stderr=subprocess.PIPE) as tool:
+        with start("extract", "-C", target, "--max-ratio", "100000", path) as tool:
             while not os.listdir(target):
                 time.sleep(0.001)
-            tool.send_signal(signal.SIGINT)
-            self.assertEqual(-signal.SIGINT, tool.wait(TIMEOUT))
-            self.assertEqual(f"arbtree: {path}: zeros: interrupted\n", tool.stderr.read().decode())
+            self.interrupt(tool, signal.SIGINT, f"{path}: zeros")
         self.assertEqual([], os.listdir(target))
 
     def test_nothing_stays_of_a_file_larger_than_the_system_allows(self):
@@ -354,22 +352,16 @@ class Interrupts(IntoTarget):
         self.assertEqual({b"good"}, set(found))
 
     def test_a_write_that_nobody_reads_is_ended(self):
-        unread, output = os.pipe()
-        capacity = fcntl.fcntl(output, fcntl.F_SETPIPE_SZ, 4096)  # so that the first write does not fit
-        path = self.write("long.xml", b"<a>" + b"<b/>" * 100_000 + b"</a>")
-        with subprocess.Popen([TOOL, "xml", path], stdout=output, env=ENVIRONMENT, stderr=subprocess.DEVNULL) as tool:
-            while array("i", fcntl.ioctl(unread, termios.FIONREAD, bytes(4)))[0] < capacity:
+        with start("xml", self.write("long.xml", b"<a>" + b"<b/>" * 100_000 + b"</a>"), pipesize=4096) as tool:
+            capacity = fcntl.fcntl(tool.stdout, fcntl.F_GETPIPE_SZ)  # so small that the first write does not fit
+            while array("i", fcntl.ioctl(tool.stdout, termios.FIONREAD, bytes(4)))[0] < capacity:
                 time.sleep(0.01)
             tool.send_signal(signal.SIGTERM)
             self.assertEqual(-signal.SIGTERM, tool.wait(TIMEOUT))
-        os.close(unread)
-        os.close(output)
 
     def test_an_ignored_signal_stays_ignored(self):
-        with subprocess.Popen([TOOL, "stats", "-"], stdin=subprocess.PIPE, stdout=subprocess.PIPE, env=ENVIRONMENT,
-                              preexec_fn=lambda: signal.signal(signal.SIGHUP, signal.SIG_IGN)) as tool:
+        with start("stats", "-", preexec_fn=lambda: signal.signal(signal.SIGHUP, signal.SIG_IGN)) as tool:
             tool.stdin.write(b"<a>")
-            tool.stdin.flush()
             tool.send_signal(signal.SIGHUP)
             tool.communicate(b"</a>", TIMEOUT)
             self.assertEqual(0, tool.returncode)

@@ -3,61 +3,45 @@ import json
 import os
 import pty
 import select
-import subprocess
 import time
 import unittest
 
-from support.tool import ENVIRONMENT, TIMEOUT, TOOL
+from support.tool import TIMEOUT, start
 
 BLOCK = b"<e>text</e>\n" * 1000
 
 
-class OnTerminal:
-    """The tool with its standard error on a terminal, fed through a pipe."""
-
-    def __init__(self, *options):
-        self.terminal, tools_end = pty.openpty()
-        self.process = subprocess.Popen([TOOL, *options, "-"], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
-                                        stderr=tools_end, env=ENVIRONMENT)
+def run_on_terminal(*options, enough):
+    """Feeds the tool, whose standard error is a terminal, until there is enough: what the terminal shows, the number of
+    blocks, and what is written."""
+    terminal, tools_end = pty.openpty()
+    shown, blocks = b"", 0
+    with start(*options, "-", stderr=tools_end) as tool:
         os.close(tools_end)
-        self.shown = b""
-        self.process.stdin.write(b"<r>")
-
-    def feed(self):
-        self.process.stdin.write(BLOCK)
-        self.process.stdin.flush()
-        while select.select([self.terminal], [], [], 0)[0]:
-            self.shown += os.read(self.terminal, 4096)
-
-    def finish(self):
-        out = self.process.communicate(b"</r>", timeout=TIMEOUT)[0]
-        try:
-            while True:
-                self.shown += os.read(self.terminal, 4096)
-        except OSError:  # how a terminal says that its other end is closed
-            os.close(self.terminal)
-        assert self.process.returncode == 0
-        return out
+        tool.stdin.write(b"<r>")
+        while not enough(shown, blocks):
+            tool.stdin.write(BLOCK)
+            blocks += 1
+            while select.select([terminal], [], [], 0)[0]:
+                shown += os.read(terminal, 4096)
+        written = tool.communicate(b"</r>", timeout=TIMEOUT)[0]
+    assert tool.returncode == 0
+    try:
+        while True:
+            shown += os.read(terminal, 4096)
+    except OSError:  # how a terminal says that its other end is closed
+        os.close(terminal)
+    return shown, blocks, written
 
 
 class Bar(unittest.TestCase):
     def test_it_comes_and_goes(self):
-        shown = OnTerminal("stats", "--json")
-        blocks = 0
-        enough = time.monotonic() + TIMEOUT
-        while b"MB read" not in shown.shown:
-            self.assertLess(time.monotonic(), enough, "no bar comes")
-            shown.feed()
-            blocks += 1
-        out = shown.finish()
-        self.assertEqual(1000 * blocks + 1, json.loads(out)["elements"])
-        self.assertTrue(shown.shown.endswith(b"\r\x1b[K"), shown.shown[-100:])
-
-        hidden = OnTerminal("stats", "--quiet")
-        for _ in range(2 * blocks):
-            hidden.feed()
-        hidden.finish()
-        self.assertEqual(b"", hidden.shown)
+        limit = time.monotonic() + TIMEOUT
+        shown, blocks, written = run_on_terminal("stats", "--json", enough=lambda shown, _: b"MB read" in shown or time.monotonic() > limit)
+        self.assertIn(b"MB read", shown)
+        self.assertTrue(shown.endswith(b"\r\x1b[K"), shown[-100:])
+        self.assertEqual(1000 * blocks + 1, json.loads(written)["elements"])
+        self.assertEqual(b"", run_on_terminal("stats", "--quiet", enough=lambda _, fed: fed == 2 * blocks)[0])
 
 
 if __name__ == "__main__":

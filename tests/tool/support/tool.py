@@ -34,6 +34,12 @@ def run(*arguments, data=None, **options):
     return Result(subprocess.run(command, capture_output=True, timeout=TIMEOUT, env=ENVIRONMENT, **options))
 
 
+def start(*arguments, **options):
+    """The tool at work, with unbuffered pipes to all its streams that the options do not say something else of."""
+    pipes = dict.fromkeys(["stdin", "stdout", "stderr"], subprocess.PIPE)
+    return subprocess.Popen([TOOL, *arguments], env=ENVIRONMENT, bufsize=0, **{**pipes, **options})
+
+
 class InFolder(unittest.TestCase):
     """Tests with a folder of their own, removed after each."""
 
