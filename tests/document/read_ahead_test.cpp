@@ -13,6 +13,10 @@ std::uint32_t breakDue(const Host& host) {
   return due;
 }
 
+void run(const Host& host, int times) {
+  for (int i = 0; i < times; ++i) ok(ArbDocumentReadAhead(host.document));
+}
+
 // A run that finds a break due, or not, and pauses.
 Host::Step findsDue(const Host& host, std::uint32_t due) {
   return [&host, due] {
@@ -66,8 +70,7 @@ TEST(ReadAhead, NodeBudgetIsFullAtThe4097thNode) {
     return kPause;
   });
   host.then(findsDue(host, 0));
-  ok(ArbDocumentReadAhead(host.document));
-  ok(ArbDocumentReadAhead(host.document));
+  run(host, 2);
 }
 
 TEST(ReadAhead, ChildBudgetIsFullAtThe33rdChild) {
@@ -123,11 +126,9 @@ TEST(ReadAhead, AForcedBreakHoldsToTheEndOfTheRun) {
     return kPause;
   });
   host.then(findsDue(host, 0)).then(findsDue(host, 1)).then(findsDue(host, 0));
-  ok(ArbDocumentReadAhead(host.document));
-  ok(ArbDocumentReadAhead(host.document));
+  run(host, 2);
   ok(ArbDocumentForceBreak(host.document));
-  ok(ArbDocumentReadAhead(host.document));
-  ok(ArbDocumentReadAhead(host.document));
+  run(host, 2);
 }
 
 TEST(StatusCallback, IsAskedOnceAfterEveryRunThatAttachedANode) {
