@@ -21,12 +21,12 @@ static int run(void) {
   ArbNode* second = NULL;
   context.startEntry = produce;
   context.continueEntry = produce;
-  if (ArbDocumentCreate(0, &context, NULL, 0, 0, &document) != ARB_OK) return 0;
-  if (ArbDocumentCreateTree(document, NULL, &tree) != ARB_OK) return 0;
-  if (ArbForestAppendChild(ArbDocumentRootForest(document), (ArbForestChild*)tree) != ARB_OK) return 0;
-  if (ArbTreeWaitRootNode(tree, &root) != ARB_OK || ArbNodeWaitFirstChild(root, &first) != ARB_OK) return 0;
-  if (ArbNodeWaitNextSibling(first, &second) != ARB_OK || !second || second == first) return 0;
-  return ArbDocumentDestroy(document) == ARB_OK;
+  return ArbDocumentCreate(0, &context, NULL, 0, 0, &document) == ARB_OK &&
+         ArbDocumentCreateTree(document, NULL, &tree) == ARB_OK &&
+         ArbForestAppendChild(ArbDocumentRootForest(document), (ArbForestChild*)tree) == ARB_OK &&
+         ArbTreeWaitRootNode(tree, &root) == ARB_OK && ArbNodeWaitFirstChild(root, &first) == ARB_OK &&
+         ArbNodeWaitNextSibling(first, &second) == ARB_OK && second && second != first &&
+         ArbDocumentDestroy(document) == ARB_OK;
 }
 
 int main(void) {

@@ -98,9 +98,12 @@ TEST(AllocationFailure, OneMoreEntryInAFullTable) {
     EXPECT_EQ(status == ARB_OK, node != nullptr);
     return node ? ArbNodeAppendChild(rootOf(tree), node) : status;
   };
-  const auto addString = [](Host& host, ArbString** string) {
-    const std::string digits = std::to_string(host.document->strings.count);
-    return ArbDocumentCreateString(host.document, std::u16string(digits.begin(), digits.end()).c_str(), string);
+  const auto addString = [](Host& host) {
+    ArbString* string = nullptr;
+    const std::u16string text(1, static_cast<char16_t>(1 + host.document->strings.count));
+    const ArbStatus status = ArbDocumentCreateString(host.document, text.c_str(), &string);
+    EXPECT_EQ(status == ARB_OK, string != nullptr);
+    return status;
   };
   const auto addReference = [](Host& host, ArbTree* tree) {
     ArbNodeRef* cell = nullptr;
@@ -111,6 +114,7 @@ TEST(AllocationFailure, OneMoreEntryInAFullTable) {
     EXPECT_EQ(used + (status == ARB_OK), tree->cellBlocks[0]->usedCount);
     return status;
   };
+  const auto hook = [](std::uintptr_t, void*) -> std::uint32_t { return 0; };
   const auto countReferences = [](const Host&, const ArbTree* tree) { return tree->pendingRefCount; };
   const Table tables[] = {
       {"cells", 16 * kCellsPerBlock, 3,
@@ -145,25 +149,15 @@ TEST(AllocationFailure, OneMoreEntryInAFullTable) {
        countReferences},
       {"bound strings", 32, 1,
        [=](Host& host, ArbTree* tree) {
-         ArbString* name = nullptr;
-         while (host.document->strings.count < 40) addString(host, &name);
-         name = host.document->strings.entries[tree->boundStringCount];
+         while (host.document->strings.count < 40) ok(addString(host));
+         ArbString* const name = host.document->strings.entries[tree->boundStringCount];
          return ArbNodeSetIDString(resolve(rootOf(tree)->firstChildCell), name);
        },
        [](const Host&, const ArbTree* tree) { return tree->boundStringCount; }},
-      {"strings", 1024, 3,
-       [=](Host& host, ArbTree*) {
-         ArbString* string = nullptr;
-         const ArbStatus status = addString(host, &string);
-         EXPECT_EQ(status == ARB_OK, string != nullptr);
-         return status;
-       },
+      {"strings", 1024, 3, [=](Host& host, ArbTree*) { return addString(host); },
        [](const Host& host, const ArbTree*) { return host.document->strings.count; }},
       {"hooks", 128, 1,
-       [](Host& host, ArbTree* tree) {
-         const auto hook = [](std::uintptr_t, void*) -> std::uint32_t { return 0; };
-         return ArbTreeSetProducerNodeHook(tree, ARB_HOOK_NODE, 7, hook, &host);
-       },
+       [=](Host& host, ArbTree* tree) { return ArbTreeSetProducerNodeHook(tree, ARB_HOOK_NODE, 7, hook, &host); },
        [](const Host&, const ArbTree* tree) { return tree->hookCount; }},
       {"callbacks", 3, 1,
        [](Host& host, ArbTree*) { return ArbDocumentRegisterCallback(host.document, Recorder::onEvent, &host.events); },
