@@ -6,7 +6,7 @@ import subprocess
 import tarfile
 import unittest
 
-from support.archives import XML, IntoTarget, bsdtar, contents_of, make_old, make_zip, packed, tar, tar_entry, tree_of
+from support.archives import XML, IntoTarget, bsdtar, bsdtar_of, contents_of, make_old, make_zip, packed, tar, tar_entry, tree_of
 from support.tool import ENVIRONMENT, TIMEOUT, InFolder, canonical, output, run, start, stats
 
 FORMATS = {"tar": ("gnutar", []), "tar.gz": ("pax", ["-z"]), "tar.bz2": ("ustar", ["-j"]), "tar.xz": ("pax", ["-J"]),
@@ -81,10 +81,8 @@ class Formats(IntoTarget):
                         self.assertEqual((0, "", dict.fromkeys(chosen, XML)), (result.status, result.err, contents_of(found)))
 
     def test_archives_that_are_read_back_and_forth_within_others(self):
-        self.write("in/b.xml", XML)
         for form in ["7zip", "xar"]:
-            with open(bsdtar(self.folder + "/" + form, form, [], self.folder + "/in", ["b.xml"]), "rb") as inner:
-                self.assertEqual(output("text", "-", data=XML), output("text", "-", data=tar([("i", inner.read())])))
+            self.assertEqual(output("text", "-", data=XML), output("text", "-", data=tar([("i", bsdtar_of({"b.xml": XML}, form))])))
 
     def test_the_tables_of_a_static_library_are_no_members(self):
         def entry(name, data):
@@ -96,11 +94,9 @@ class Formats(IntoTarget):
 
     def test_a_package_of_rpm_is_an_archive_behind_headers(self):
         header = b"\x8e\xad\xe8\x01" + bytes(4) + (1).to_bytes(4, "big") + (5).to_bytes(4, "big") + bytes(16) + b"store"
-        self.write("in/b.xml", XML)
-        with open(bsdtar(self.folder + "/cpio", "newc", [], self.folder + "/in", ["b.xml"]), "rb") as file:
-            content = file.read()
+        headers = b"\xed\xab\xee\xdb\3\0" + bytes(90) + header + bytes(-len(header) % 8) + header
         for program in ["gzip", "xz", "zstd"]:
-            package = b"\xed\xab\xee\xdb\3\0" + bytes(90) + header + bytes(-len(header) % 8) + header + packed(program, content)
+            package = headers + packed(program, bsdtar_of({"b.xml": XML}, "newc"))
             self.assertEqual(b"p.rpm\np.rpm/b.xml\n", output("ls", "-", data=tar([("p.rpm", package)])))
             self.assertEqual(2, stats("-", data=tar([("p.rpm", package)]))["archives"])
             self.assertEqual(1, run("stats", "-", data=package[:-20]).status)

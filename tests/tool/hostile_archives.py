@@ -16,7 +16,7 @@ import zipfile
 from array import array
 from concurrent.futures import ThreadPoolExecutor
 
-from support.archives import XML, IntoTarget, bsdtar, contents_of, make_zip, packed, tar, tar_entry, tree_of
+from support.archives import XML, IntoTarget, bsdtar_of, contents, contents_of, make_zip, packed, tar, tar_entry, tree_of
 from support.tool import TIMEOUT, output, run, start, stats
 
 SYMBOLIC, HARD, DEVICE, FIFO = b"2", b"1", b"3", b"6"
@@ -128,11 +128,6 @@ class Escapes(IntoTarget):
         self.assertEqual(14, len(self.extracted("-", data=data)))
 
 
-def contents(path):
-    with open(path, "rb") as file:
-        return file.read()
-
-
 def quine_like(depth):
     data = b"core"
     for _ in range(depth):
@@ -193,12 +188,8 @@ class Limits(IntoTarget):
 
 
 class Damage(IntoTarget):
-    def made_by_bsdtar(self, name, form, filters=()):
-        """A package when it is an ar archive, which has no folders."""
-        files = {"debian-binary": b"2.0\n", "data.tar.gz": packed("gzip", tar([("r", RANDOM)])), "x.xml": XML}
-        for file, data in files.items():
-            self.write(file, data)
-        return contents(bsdtar(os.path.join(self.folder, name), form, filters, self.folder, files))
+    # A package when it is an ar archive, which has no folders.
+    FILES = {"debian-binary": b"2.0\n", "data.tar.gz": packed("gzip", tar([("r", RANDOM)])), "x.xml": XML}
 
     def test_truncation_at_any_point_fails(self):
         nested = tar([("n.zip", make_zip([("r", RANDOM), ("x.xml", XML)])), ("x.xml", XML)])
@@ -208,7 +199,7 @@ class Damage(IntoTarget):
                     "xml": (b"<r>" + b"<e a='1'>x</e>" * 500 + b"</r>", 1000)}
         for name, form, filters in [("cpio", "newc", []), ("odc.cpio", "odc", []), ("bin.cpio", "bin", []), ("7z", "7zip", []),
                                     ("deb", "arbsd", []), ("iso", "iso9660", []), ("tar.zst", "pax", ["--zstd"]), ("tar.bz2", "pax", ["-j"])]:
-            archives[name] = (self.made_by_bsdtar(name, form, filters), 60)
+            archives[name] = (bsdtar_of(self.FILES, form, filters), 60)
         for name, (data, cuts) in archives.items():
             # An ar archive that ends between two members is a whole one.
             whole = [at.start() - 58 for at in re.finditer(b"`\n", data)] if name == "deb" else []
@@ -230,8 +221,8 @@ class Damage(IntoTarget):
         return result.status if result.err else 0
 
     def test_a_cut_archive_within_an_archive_is_named(self):
-        formats = {"zip": make_zip([("r", RANDOM)]), "tar": tar([("r", RANDOM)]).rstrip(b"\0"), "cpio": self.made_by_bsdtar("a", "newc"),
-                   "7z": self.made_by_bsdtar("b", "7zip"), "deb": self.made_by_bsdtar("c", "arbsd")}
+        formats = {"zip": make_zip([("r", RANDOM)]), "tar": tar([("r", RANDOM)]).rstrip(b"\0"), "cpio": bsdtar_of(self.FILES, "newc"),
+                   "7z": bsdtar_of(self.FILES, "7zip"), "deb": bsdtar_of(self.FILES, "arbsd")}
         for program in ["gzip", "bzip2", "xz", "zstd"]:
             formats[program] = packed(program, tar([("r", RANDOM)]))
         for name, data in formats.items():

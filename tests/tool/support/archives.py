@@ -49,6 +49,20 @@ def bsdtar(path, form, filters, folder, names):
     return path
 
 
+def bsdtar_of(files, form, filters=()):
+    """The bytes of an archive that bsdtar makes of files with these contents."""
+    with tempfile.TemporaryDirectory() as folder:
+        for name, content in files.items():
+            with open(os.path.join(folder, name), "wb") as file:
+                file.write(content)
+        return contents(bsdtar(os.path.join(folder, "archive"), form, filters, folder, files))
+
+
+def contents(path):
+    with open(path, "rb") as file:
+        return file.read()
+
+
 def make_old(folder):
     """Gives all that lies below a folder times of its own, long past."""
     for path, folders, files in os.walk(folder):
@@ -64,14 +78,9 @@ def tree_of(folder):
             full = os.path.join(path, name)
             status = os.lstat(full)
             kind = status.st_mode & 0o170000
-            content = None
-            if kind == 0o100000:
-                with open(full, "rb") as file:
-                    content = file.read()
-            elif kind == 0o120000:
-                content = os.readlink(full)
+            read = {0o100000: contents, 0o120000: os.readlink}.get(kind, lambda _: None)
             mode = status.st_mode if kind != 0o120000 else kind
-            found[os.path.relpath(full, os.fsencode(folder))] = (mode, status.st_mtime_ns // 10**9, content)
+            found[os.path.relpath(full, os.fsencode(folder))] = (mode, status.st_mtime_ns // 10**9, read(full))
     return found
 
 
