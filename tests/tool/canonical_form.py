@@ -84,6 +84,7 @@ class LeftOut(InFolder):
             "declared elsewhere": ('<!DOCTYPE r SYSTEM "missing.dtd">\n<r>1&x;2&x;3</r>', "<r>123</r>", "2:5"),
             "in attributes": (attributes, '<q b="&amp;"><r a="123" b=""/></q>', "2:14"),
             "in attributes in UTF-16": (attributes.encode("utf-16"), '<q b="&amp;"><r a="123" b=""/></q>', "2:14"),
+            "with the big end first": (("\ufeff" + attributes).encode("utf-16-be"), '<q b="&amp;"><r a="123" b=""/></q>', "2:14"),
             "in Latin-1": ('<?xml version="1.0" encoding="ISO-8859-1"?><!DOCTYPE r SYSTEM "m.dtd" [<!ENTITY \u00e9 "2">]>\n<r a="1&x;&\u00e9;&x;"/>'
                            .encode("latin-1"), '<r a="12"/>', "2:1"),
             "behind a parameter": ("<!DOCTYPE r [<!ENTITY % p ''> %p;]>\n<r a='1&x;2&x;3'/>", '<r a="123"/>', "2:1"),

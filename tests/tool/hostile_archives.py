@@ -129,8 +129,7 @@ class Escapes(IntoTarget):
         self.assertEqual(14, len(self.extracted("-", data=data)))
 
 
-def quine_like(depth):
-    data = b"core"
+def quine_like(depth, data=b"core"):
     for _ in range(depth):
         data = make_zip([("z.zip", data)])
     return data
@@ -184,8 +183,9 @@ class Limits(IntoTarget):
         output("ls", "--max-nesting", "3", "-", data=quine_like(3))
 
     def test_an_archive_that_is_nested_too_deep_is_extracted_as_a_file(self):
-        result, found = self.extract("--max-nesting", "2", "-", data=quine_like(3))
-        self.assertEqual((3, quine_like(1)), (result.status, found[b"z.zip/z.zip"][2]))
+        innermost = quine_like(1)
+        result, found = self.extract("--max-nesting", "2", "-", data=quine_like(2, innermost))
+        self.assertEqual((3, innermost), (result.status, found[b"z.zip/z.zip"][2]))
 
 
 class Damage(IntoTarget):
