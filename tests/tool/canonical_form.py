@@ -75,6 +75,10 @@ class Table(unittest.TestCase):
                     self.assertEqual(expected, canonical(written), chunk_bytes)
                 self.assertEqual(written, output("xml", "-", data=written), "what was written is written so again")
 
+    def test_what_the_canonical_form_does_not_tell_is_kept_too(self):
+        document = b'<?xml version="1.0" encoding="UTF-8"?>\n<?a?>\n<r><e b="1" a="2"/><e a="1" b="2"/></r>\n'
+        self.assertEqual(document, output("xml", "-", data=document))
+
 
 class LeftOut(InFolder):
     def test_entities_that_are_not_in_the_document_are_left_out_with_a_warning(self):
