@@ -310,6 +310,14 @@ class Damage(IntoTarget):
             self.assertIn(f"arbtree: <stdin>: z.zip/{name}: ", result.err)
 
 
+def wait_until_it_sleeps(tool):
+    """Until there is something to read."""
+    with open(f"/proc/{tool.pid}/stat") as state:
+        while state.read().split(")")[1].split()[0] != "S":
+            state.seek(0)
+            time.sleep(0.001)
+
+
 class Interrupts(IntoTarget):
     def interrupt(self, tool, number, message):
         """Ends the tool by a signal; the message is all that it says."""
@@ -328,10 +336,7 @@ class Interrupts(IntoTarget):
 
     def test_an_interrupt_before_the_first_byte(self):
         with start("ls", "-") as tool:
-            with open(f"/proc/{tool.pid}/stat") as state:
-                while state.read().split(")")[1].split()[0] != "S":  # sleeps, until there is something to read
-                    state.seek(0)
-                    time.sleep(0.001)
+            wait_until_it_sleeps(tool)
             self.interrupt(tool, signal.SIGTERM, "<stdin>")
 
     def test_work_goes_on_no_further_once_all_input_is_read(self):
@@ -358,9 +363,9 @@ class Interrupts(IntoTarget):
 
     def test_an_ignored_signal_stays_ignored(self):
         with start("stats", "-", preexec_fn=lambda: signal.signal(signal.SIGHUP, signal.SIG_IGN)) as tool:
-            tool.stdin.write(b"<a>")
+            wait_until_it_sleeps(tool)
             tool.send_signal(signal.SIGHUP)
-            tool.communicate(b"</a>", TIMEOUT)
+            tool.communicate(b"<a/>", TIMEOUT)
             self.assertEqual(0, tool.returncode)
 
 
