@@ -1,8 +1,10 @@
 """Archives of all formats, nested in each other: listed and extracted as bsdtar, dpkg-deb and unzip do, and searched."""
+import glob
 import json
 import os
 import random
 import subprocess
+import sys
 import tarfile
 import unittest
 
@@ -26,6 +28,11 @@ def system(*command):
 def members(*arguments, **options):
     """What `ls --json` says."""
     return [json.loads(line) for line in output("ls", "--json", *arguments, **options).splitlines()]
+
+
+def without_times(tree):
+    """Those of links, and of folders with links, depend on who extracts."""
+    return {name: (mode, content) for name, (mode, _, content) in tree.items()}
 
 
 class Formats(IntoTarget):
@@ -52,17 +59,28 @@ class Formats(IntoTarget):
                 figures = stats(archive)
                 self.assertEqual((1, 1, 4), (figures["archives"], figures["documents"], figures["elements"]))
 
-    def test_a_debian_package_is_listed_and_extracted_as_dpkg_deb_does(self):
-        files, package, theirs = self.make_files(), self.folder + "/p.deb", self.new_folder("theirs")
+    def test_debian_packages_and_zip_files_are_listed_and_extracted_as_dpkg_deb_and_unzip_do(self):
         self.write("in/DEBIAN/control", b"Package: p\nVersion: 1\nArchitecture: all\nMaintainer: m <m@m>\nDescription: d\n")
-        system("dpkg-deb", "--root-owner-group", "-Zxz", "-b", files, package)
-        system("dpkg-deb", "-x", package, theirs)
-        fields = [line.split(None, 5) for line in system("dpkg-deb", "-c", package).decode().splitlines()]
-        ours = [(member["mode"], member["path"]) for member in members(package) if member["path"].startswith("data.tar.xz/")]
-        self.assertEqual([(mode, "data.tar.xz/" + name.split(" -> ")[0]) for mode, *_, name in fields], ours)
-        found = self.extracted("--member", "data.tar.xz/*", package)
-        self.assertEqual({b"data.tar.xz/" + name: item for name, item in tree_of(theirs).items()},
-                         {name: item for name, item in found.items() if name != b"data.tar.xz"})
+        system("dpkg-deb", "--root-owner-group", "-Zxz", "-b", self.make_files(), self.folder + "/made.deb")
+        # And one of the distribution's, where it can be fetched.
+        subprocess.run(["apt-get", "download", "xz-utils"], cwd=self.folder, capture_output=True, env=ENVIRONMENT, timeout=TIMEOUT)
+        packages = glob.glob(self.folder + "/*.deb")
+        for number, package in enumerate(packages):
+            with self.subTest(package):
+                theirs = self.new_folder(f"theirs-{number}")
+                system("dpkg-deb", "-x", package, theirs)
+                fields = [line.split(None, 5) for line in system("dpkg-deb", "-c", package).decode().splitlines()]
+                ours = [(member["mode"], member["path"]) for member in members(package) if member["path"].startswith("data.tar.xz/")]
+                self.assertEqual([(mode, "data.tar.xz/" + name.split(" -> ")[0]) for mode, *_, name in fields], ours)
+                found = self.extracted("--member", "data.tar.xz/*", package)
+                self.assertEqual({b"data.tar.xz/" + name: item for name, item in without_times(tree_of(theirs)).items()},
+                                 {name: item for name, item in without_times(found).items() if name != b"data.tar.xz"})
+                zipped, unzipped = theirs + ".zip", self.new_folder(f"unzipped-{number}")
+                system("sh", "-c", 'cd "$0" && exec zip -qry "$0.zip" .', theirs)
+                system("unzip", "-q", zipped, "-d", unzipped)
+                self.assertEqual(system("unzip", "-Z1", zipped), output("ls", zipped))
+                self.assertEqual(without_times(tree_of(unzipped)), without_times(self.extracted("--keep-archives", zipped)))
+        print(f"compared {len(packages)} packages", file=sys.stderr)
 
     def test_hard_links_share_their_content_wherever_the_archive_keeps_it(self):
         first = self.write("in/1.xml", XML)
