@@ -49,6 +49,12 @@ Answer PlainTree::popCursor() {
   return {ARB_OK, place ? nodeAt(*place) : nullptr, true};
 }
 
+bool PlainTree::isCursorKnown() {
+  if (producerOnly || cursorDepth == 0 || cursorDepth > std::size(cursors_)) return true;
+  const std::optional<Place>& place = cursors_[cursorDepth - 1];
+  return !place || nodeAt(*place);
+}
+
 Place PlainTree::createReference(ArbNodeRef* real, ArbString* name) {
   const Place place = take();
   at(place) = name ? ArbNodeRef{ARB_REF_NAMED, reinterpret_cast<std::uintptr_t>(name)}

@@ -92,6 +92,8 @@ class PlainTree {
   // Positions are cells, so that a popped one leads to whatever node the cell leads to by then.
   ArbStatus pushCursor(const PlainNode* node);
   Answer popCursor();
+  // Popping needs no run.
+  bool isCursorKnown();
 
   // A reference made ahead; the slot is the lowest free one.
   Place createReference(ArbNodeRef* real, ArbString* name);

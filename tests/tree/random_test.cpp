@@ -2,7 +2,7 @@
 // references, IDs and metadata. Functions of the host come and go meanwhile, so that the calls' observed and unobserved
 // ways have to agree with the same model. In some sequences production is still open: then waits run a producer, whose
 // runs are random calls in their turn, and no wait may run it for an answer that exists, or give up before it has
-// ended.
+// ended. At times its last run fails: then so does the wait that made it, and every later one for what is not there.
 //
 // ARBTREE_SEQUENCES says how many sequences each test runs; ARBTREE_SEED=n runs a printed sequence first.
 #include <bit>
@@ -38,8 +38,8 @@ ArbNode* foreign[2];
 // What the library told the host's functions since the last look.
 std::vector<Happening> happened;
 
-// What a function of the host returns and nobody may look at.
-constexpr std::uint32_t kIgnored = 13;
+// What a function of the host returns and nobody may look at; the status of a run that fails.
+constexpr std::uint32_t kIgnored = 13, kFailure = 14;
 
 std::uint32_t ARB_CALL make(ArbTree*, std::uint32_t id, ArbNode** node) {
   static ArbNodeType kind{}, topKind{};
@@ -91,9 +91,10 @@ class Sequence {
       : random_(seed), length_(length), host_(mode), model_(mode == 1) {
     host_.stepsPerRun = 1;
     if (random_() % 2) runsToCome_ = static_cast<std::uint32_t>(random_() % 12);
+    if (random_() % 4 == 0) host_.endResult = kFailure;
     host_.then([] { return ARB_OK; });  // nodes of all kinds can be made after the first run
     for (std::uint32_t i = 0; i < runsToCome_; ++i) host_.then([this] { return produce(); });
-    EXPECT_EQ(hasEnded() ? ARB_STATUS_END : ARB_OK, ArbDocumentReadAhead(host_.document));
+    EXPECT_EQ(hasEnded() ? host_.endResult : ARB_OK, ArbDocumentReadAhead(host_.document));
     for (const char16_t* const text : {u"a", u"b", u"c"}) {
       names_.push_back(nullptr);
       ok(ArbDocumentCreateString(host_.document, text, &names_.back()));
@@ -158,20 +159,22 @@ class Sequence {
     --runsToCome_;  // the last one ends production
     return ARB_OK;
   }
-  // The status of a wait for something that a run may bring.
+  // The status of a wait for something that a run may bring. A run that fails ends it even when it brings the answer.
   template <typename Answered, typename Wait>
   ArbStatus waitFor(Answered isAnswered, Wait wait) {
+    const bool wasAnswered = isAnswered();
     isAnswered_ = isAnswered;
     const ArbStatus status = wait();
     isAnswered_ = nullptr;
     expect("an answer", hasEnded() || isAnswered());
+    failed_ = !wasAnswered && hasEnded() && host_.endResult == kFailure;
     return status;
   }
   void readAhead(PlainNode*, PlainNode*) {
     const std::uint32_t before = runsToCome_;
     const ArbStatus status = ArbDocumentReadAhead(host_.document);
     expect("one run", runsToCome_ + 1 == before || before == 0);
-    expectStatus(hasEnded() ? ARB_STATUS_END : ARB_OK, status);
+    expectStatus(hasEnded() ? host_.endResult : ARB_OK, status);
   }
   void waitForMarks(PlainNode* a, PlainNode*) {
     struct Row {
@@ -184,7 +187,10 @@ class Sequence {
     const Row& row = rows[random_() % std::size(rows)];
     const auto isAnswered = [&] { return model_.producerOnly || (a->flags & row.marks) == row.marks; };
     const ArbStatus status = waitFor(isAnswered, [&] { return row.call(a->real); });
-    expectStatus(model_.producerOnly ? ARB_ERR_MODE : ARB_OK, status);
+    expectWaited(status);
+  }
+  void expectWaited(ArbStatus status) {
+    expectStatus(model_.producerOnly ? ARB_ERR_MODE : failed_ ? kFailure : ARB_OK, status);
   }
 
   void expect(const char* what, bool holds) {
@@ -259,7 +265,7 @@ class Sequence {
   }
   // The model does it in one go, as only an ended production lets it be done.
   void consumerReleaseSubtree(PlainNode* a, PlainNode* b) {
-    if (!hasEnded() && !model_.producerOnly) return;
+    if (!(hasEnded() && host_.endResult == ARB_STATUS_END) && !model_.producerOnly) return;
     simple<&PlainTree::consumerReleaseSubtree, ArbNodeConsumerReleaseSubtree>(a, b);
   }
   void markSeparate(PlainNode* a, PlainNode*) {
@@ -315,20 +321,30 @@ class Sequence {
     ArbNode* read = nullptr;
     expectStatus(node ? ARB_OK : ARB_ERR_NOTREADY, ArbNodeRefQueryNode(cell, &read));
     expect("a reference's node", read == (node ? node->real : nullptr));
-    const ArbStatus waited = waitFor([&] { return model_.producerOnly || model_.nodeAt(place); },
-                                     [&] { return ArbNodeRefWaitNode(cell, host_.document, &read); });
-    expectStatus(model_.producerOnly ? ARB_ERR_MODE : ARB_OK, waited);
+    expectWaited(waitFor([&] { return model_.producerOnly || model_.nodeAt(place); },
+                         [&] { return ArbNodeRefWaitNode(cell, host_.document, &read); }));
     node = model_.nodeAt(place);
     expect("a reference's node", read == (node && !model_.producerOnly ? node->real : nullptr));
-    ArbString* name = nullptr;
-    const ArbStatus status = ArbNodeRefQueryIdString(cell, &name);
-    const bool known = node ? node->has(ARB_NODE_ATTRIBUTES_DONE) : model_.at(place).state == ARB_REF_NAMED;
-    expectStatus(known ? ARB_OK : ARB_ERR_NOTREADY, status);
-    if (node && known && !node->idString) return expectGenerated(*node, name);
-    expect("a reference's name", (name != nullptr) == known);
-    if (known) expect("a reference's name", name == (node ? node->idString : anyNameAt(place)));
+    for (const bool wait : {false, true}) readName(cell, place, wait);
   }
-  ArbString* anyNameAt(Place place) { return reinterpret_cast<ArbString*>(model_.at(place).value); }
+  // A node that exists gets a name, also when nobody can tell whether its attributes are done.
+  void readName(ArbNodeRef* cell, Place place, bool wait) {
+    PlainNode* const node = model_.nodeAt(place);
+    const bool named = model_.at(place).state == ARB_REF_NAMED;
+    const auto isKnown = [&] { return named || (node && node->has(ARB_NODE_ATTRIBUTES_DONE)); };
+    ArbString* name = nullptr;
+    const ArbStatus status = waitFor([&] { return !wait || model_.producerOnly || isKnown(); },
+                                     [&] {
+                                       return wait ? ArbNodeRefWaitIdString(cell, host_.document, &name)
+                                                   : ArbNodeRefQueryIdString(cell, &name);
+                                     });
+    failed_ &= !node;
+    wait ? expectWaited(status) : expectStatus(isKnown() ? ARB_OK : ARB_ERR_NOTREADY, status);
+    const bool told = wait ? !model_.producerOnly && (named || node) : isKnown();
+    if (told && node && !node->idString) return expectGenerated(*node, name);
+    expect("a reference's name", name == (!told ? nullptr : node ? node->idString : nameAt(place)));
+  }
+  ArbString* nameAt(Place place) { return reinterpret_cast<ArbString*>(model_.at(place).value); }
   void expectGenerated(PlainNode& node, ArbString* name) {
     std::ostringstream text;
     text << "ID" << std::hex << node.number;
@@ -362,14 +378,14 @@ class Sequence {
       ArbNode* result = untouchedNode();
       const auto isAnswered = [&] { return !row.wait || isSettled(row.to, a); };
       const ArbStatus status = waitFor(isAnswered, [&] { return row.call(a->real, &result); });
-      expectAnswer(model_.step(row.to, row.wait, a), status, result);
+      expectAnswer(failed_ ? Answer{kFailure} : model_.step(row.to, row.wait, a), status, result);
     }
     for (const bool wait : {false, true}) {
       std::uint32_t count = 77;
       const auto isAnswered = [&] { return !wait || isSettled(R::kLastChild, a); };
       const auto call = wait ? ArbNodeWaitChildCount : ArbNodeQueryChildCount;
       const ArbStatus answer = waitFor(isAnswered, [&] { return call(a->real, &count); });
-      const ArbStatus status = model_.step(R::kLastChild, wait, a).status;
+      const ArbStatus status = failed_ ? kFailure : model_.step(R::kLastChild, wait, a).status;
       expectStatus(status, answer);
       const bool counted =
           wait ? a->has(ARB_NODE_CHILDREN_DONE) && status == ARB_OK : status == ARB_OK || status == ARB_ERR_NOTREADY;
@@ -388,8 +404,11 @@ class Sequence {
   void popCursors(PlainNode*, PlainNode*) {
     for (std::uint32_t i = howMany(); i > 0; --i) {
       ArbNode* result = untouchedNode();
-      const ArbStatus status = ArbTreePopCursor(tree_, &result);
-      expectAnswer(model_.popCursor(), status, result);
+      const ArbStatus status =
+          waitFor([&] { return model_.isCursorKnown(); }, [&] { return ArbTreePopCursor(tree_, &result); });
+      Answer answer = model_.popCursor();
+      if (failed_) answer.status = kFailure;
+      expectAnswer(answer, status, result);
     }
     expect("depth of the cursors", model_.cursorDepth == tree_->cursorDepth);
   }
@@ -418,6 +437,7 @@ class Sequence {
       const ArbStatus status = waitFor(isAnswered, [&] { return row.call(a->real, id, &result); });
       Answer answer = row.form == 'g' ? PlainTree::get(row.first, row.next, a, id)
                                       : model_.search(row.first, row.next, row.form == 'w', a, id);
+      if (failed_) answer = {kFailure};
       if (row.call == ArbNodeWaitAncestorByElementId) answer.written = true;
       expectAnswer(answer, status, result);
     }
@@ -517,6 +537,7 @@ class Sequence {
   std::uint32_t separateStreams_ = 0;
   std::uint32_t runsToCome_ = 0;
   std::function<bool()> isAnswered_;  // of the wait in progress
+  bool failed_ = false;               // the last wait ended in the producer's failure
   bool same_ = true;
   std::ostringstream what_;
 };
