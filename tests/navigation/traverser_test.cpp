@@ -10,7 +10,6 @@
 #include "support/attribute_kinds.h"
 #include "support/bail_out.h"
 #include "support/host.h"
-#include "support/small_stack.h"
 #include "support/standins.h"
 
 namespace arbtree::test {
@@ -125,7 +124,10 @@ TEST(Traverser, WholeSequencesAtEveryChunkSize) {
     EXPECT_EQ(100 + Content::whole().size(), content.walk(first));
     EXPECT_EQ(Content::whole(), first.lines);
     Walk again{content.host.events};
+    heap::testing::failAllocation(1, true);
     content.walk(again);
+    heap::testing::stopFailing();
+    EXPECT_FALSE(heap::testing::failureFired());
     EXPECT_EQ(Content::whole(), again.lines) << "nothing was released";
     Walk below{content.host.events};
     EXPECT_EQ(107u, content.walk(below, content.f));
@@ -309,63 +311,6 @@ TEST(Traverser, CallbacksCallTheLibrary) {
       EXPECT_EQ(Content::whole(), walk.lines);
     }
   }
-}
-
-TEST(Traverser, AllocatesNothing) {
-  Content content;
-  Walk first{content.host.events};
-  content.walk(first);
-  heap::testing::failAllocation(1, true);
-  Walk walk{content.host.events};
-  content.walk(walk);
-  heap::testing::stopFailing();
-  EXPECT_FALSE(heap::testing::failureFired());
-  EXPECT_EQ(Content::whole(), walk.lines);
-}
-
-struct Counts {
-  std::uint32_t starts = 0, ends = 0, depth = 0, deepest = 0;
-  static std::uint32_t ARB_CALL onStart(ArbNode*, std::uint32_t, void* self) {
-    auto& counts = *static_cast<Counts*>(self);
-    counts.deepest = std::max(counts.deepest, ++counts.depth);
-    return ++counts.starts;
-  }
-  static std::uint32_t ARB_CALL onEnd(ArbNode*, std::uint32_t, void* self) {
-    auto& counts = *static_cast<Counts*>(self);
-    --counts.depth;
-    return ++counts.ends;
-  }
-};
-
-// A million levels, made while they are walked. No level takes stack or memory of the walk's own.
-TEST(Traverser, AMillionLevelsWhileTheyAreProduced) {
-  constexpr std::uint32_t kLevels = 1'000'000;
-  constexpr std::uint32_t kChunk = 4000;
-  Host host;
-  ArbTree* const tree = host.makeTree();
-  ArbNode* lowest = rootOf(tree);
-  for (std::uint32_t chunk = 0; chunk < kLevels / kChunk; ++chunk) {
-    host.then([&] {
-      for (std::uint32_t i = 0; i < kChunk; ++i) {
-        ArbNode* child = nullptr;
-        if (ArbTreeCreateNode(tree, elementId(1), nullptr, &child) != ARB_OK) return ARB_ERR_NOMEMORY;
-        if (ArbNodeAppendChild(lowest, child) != ARB_OK) return ARB_ERR_BADARG;
-        if (ArbNodeProducerDone(lowest) != ARB_OK) return ARB_ERR_BADARG;
-        lowest = child;
-      }
-      return kPause;
-    });
-  }
-  Counts counts;
-  ArbTraverserCallbacks callbacks{};
-  callbacks.startElement = Counts::onStart;
-  callbacks.endElement = Counts::onEnd;
-  onSmallStack([&] { EXPECT_EQ(kLevels + 1, ArbDocumentOrderTraverser(rootOf(tree), &callbacks, &counts)); });
-  EXPECT_EQ(kLevels + 1, counts.starts);
-  EXPECT_EQ(kLevels + 1, counts.deepest);
-  EXPECT_EQ(0u, counts.depth);
-  EXPECT_EQ(kLevels / kChunk + 1, host.runs.size());
-  onSmallStack([&] { host.destroy(); });
 }
 
 }  // namespace

@@ -1,12 +1,13 @@
-// Making trees and nodes: what is called in which order, what a failed creation leaves behind, cells given by the
-// caller.
+// Making trees and nodes: what a failed creation leaves behind, and a tree whose root is being made.
 #include "support/host.h"
 #include "tree/cell_pool.h"
 
 namespace arbtree::test {
 namespace {
 
-TEST(Creation, AFailureReportsTheCallersNodeAndTakesNothing) {
+using Creation = TreeTest;
+
+TEST_F(Creation, AFailureReportsTheCallersNodeAndTakesNothing) {
   struct Row {
     const char* name;
     std::uint32_t id;
@@ -20,58 +21,42 @@ TEST(Creation, AFailureReportsTheCallersNodeAndTakesNothing) {
       {"a built-in id with other top bits", 0x04008002, ARB_ERR_NOTFOUND},
       {"a tree closed to new nodes", elementId(1), ARB_ERR_LOCKED},
   };
+  ArbNode* const callers = host.append(root, "caller's");
+  host.record();
+  const std::uint32_t number = host.document->nodeCounter;
+  const std::uint32_t chunkNodes = host.document->chunkNodes;
   for (const Row& row : rows) {
     SCOPED_TRACE(row.name);
-    Host host;
-    ArbTree* const tree = host.makeTree();
-    ArbNode* const callers = host.make(tree, "caller's");
     if (row.status == ARB_ERR_LOCKED) ok(ArbForestChildProducerDone(asChild(tree)));
-    host.record(true);
-    const std::uint32_t number = host.document->nodeCounter;
-    const std::uint32_t chunkNodes = host.document->chunkNodes;
-    ArbNode* node = callers;
-    EXPECT_EQ(row.status, ArbTreeCreateNode(tree, row.id, nullptr, &node));
-    EXPECT_EQ(callers, node);
-    Lines events = {"created caller's"};
-    if (row.id == elementId(kFirstUnmade)) events.insert(events.begin(), "make " + std::to_string(kFirstUnmade));
-    EXPECT_EQ(events, host.events.take());
-    node = nullptr;
-    EXPECT_EQ(row.status, ArbTreeCreateNode(tree, row.id, nullptr, &node));
-    EXPECT_EQ("created null", host.events.take().back());
+    for (ArbNode* const before : {callers, static_cast<ArbNode*>(nullptr)}) {
+      ArbNode* node = before;
+      EXPECT_EQ(row.status, ArbTreeCreateNode(tree, row.id, nullptr, &node));
+      EXPECT_EQ(before, node);
+      EXPECT_EQ(Lines{before ? "created caller's" : "created null"}, host.events.take());
+    }
     EXPECT_EQ(number, host.document->nodeCounter);
     EXPECT_EQ(chunkNodes, host.document->chunkNodes);
     EXPECT_EQ(2u, tree->cellBlocks[0]->usedCount);
-    ok(ArbNodeDestroy(callers));
   }
 }
 
 // While its root is being made a tree has none yet, and an event callback can see it so.
-struct RootlessTree {
-  ArbStatus query = 99, wait = 99;
-  ArbNode* queried = untouchedNode();
-  ArbNode* waited = untouchedNode();
-};
-std::uint32_t ARB_CALL askForRoot(ArbDocument*, std::uint32_t, void* argument, void* context) {
-  auto& seen = *static_cast<RootlessTree*>(context);
-  ArbTree* const tree = static_cast<ArbNode*>(argument)->tree;
-  seen.query = ArbTreeQueryRootNode(tree, &seen.queried);
-  seen.wait = ArbTreeWaitRootNode(tree, &seen.waited);
-  return 0;
-}
-
-TEST(Creation, ARootThatIsNeverMade) {
+TEST(CreationOfATree, HasNoRootWhileItIsBeingMade) {
   Host host;
   host.endResult = 13;
-  RootlessTree seen;
-  ok(ArbDocumentRegisterCallback(host.document, askForRoot, &seen));
-  ArbTree* tree = nullptr;
-  ok(ArbDocumentCreateTree(host.document, nullptr, &tree));
-  EXPECT_EQ(ARB_ERR_NOTREADY, seen.query);
-  EXPECT_EQ(untouchedNode(), seen.queried);
-  EXPECT_EQ(13u, seen.wait);
-  EXPECT_EQ(nullptr, seen.waited);
+  const auto askForRoot = [](ArbDocument*, std::uint32_t, void* root, void*) -> std::uint32_t {
+    ArbTree* const tree = static_cast<ArbNode*>(root)->tree;
+    ArbNode* node = untouchedNode();
+    EXPECT_EQ(ARB_ERR_NOTREADY, ArbTreeQueryRootNode(tree, &node));
+    EXPECT_EQ(untouchedNode(), node);
+    EXPECT_EQ(13u, ArbTreeWaitRootNode(tree, &node));
+    EXPECT_EQ(nullptr, node);
+    return 0;
+  };
+  ok(ArbDocumentRegisterCallback(host.document, askForRoot, nullptr));
+  host.makeTree();
   EXPECT_EQ(1u, host.runs.size());
-  ok(ArbTreeDestroy(tree));
+  ok(ArbDocumentUnregisterCallback(host.document, askForRoot));
 }
 
 }  // namespace

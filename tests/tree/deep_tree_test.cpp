@@ -9,7 +9,10 @@ constexpr std::uint32_t kLevels = 1'000'000;
 constexpr std::uint32_t kChildren = 100'000;
 
 struct Counts {
-  std::uint32_t events[9] = {};
+  std::uint32_t events[9] = {}, starts = 0;
+  static std::uint32_t ARB_CALL onStart(ArbNode*, std::uint32_t, void* self) {
+    return ++static_cast<Counts*>(self)->starts;
+  }
   static std::uint32_t ARB_CALL onEvent(ArbDocument*, std::uint32_t event, void*, void* context) {
     ++static_cast<Counts*>(context)->events[event];
     return 0;
@@ -39,7 +42,7 @@ void releaseEach(ArbNode* top, Calls... calls) {
 }
 
 // One letter of a script.
-void take(char letter, ArbTree* tree, ArbNode* top) {
+void take(char letter, ArbTree* tree, ArbNode* top, Counts& counts) {
   ArbNode* const root = rootOf(tree);
   if (letter == 'a') ok(ArbNodeAppendChild(root, top)), ok(ArbNodeAllChildrenAttached(root));
   if (letter == 'd') ok(ArbNodeProducerDoneSubtree(top));
@@ -48,6 +51,11 @@ void take(char letter, ArbTree* tree, ArbNode* top) {
   if (letter == 'P') releaseEach(top, ArbNodeProducerRelease);
   if (letter == 'C') releaseEach(top, ArbNodeConsumerRelease);
   if (letter == 'L') releaseEach(resolve(top->firstChildCell), ArbNodeProducerRelease, ArbNodeConsumerRelease);
+  if (letter == 'w') {
+    ArbTraverserCallbacks callbacks{};
+    callbacks.startElement = Counts::onStart;
+    EXPECT_LT(0u, ArbDocumentOrderTraverser(top, &callbacks, &counts));
+  }
   if (letter == 'x') ok(ArbNodeDestroy(top));
   if (letter == 't') ok(ArbTreeDestroy(tree));
   if (letter == 'f') ok(ArbForestChildProducerRelease(asChild(tree))), ok(ArbForestChildConsumerRelease(asChild(tree)));
@@ -73,9 +81,10 @@ void inEachShape(const Work& work, bool deep) {
   Counts counts;
   ok(ArbDocumentRegisterCallback(host.document, Counts::onEvent, &counts));
   onSmallStack([&] {
-    for (const char* letter = work.script; *letter; ++letter) take(*letter, tree, top);
+    for (const char* letter = work.script; *letter; ++letter) take(*letter, tree, top, counts);
   });
   EXPECT_EQ(work.freedEvents * count + work.freedFixed, counts.events[ARB_EVENT_NODE_FREED]);
+  EXPECT_EQ(std::string(work.script).find('w') == std::string::npos ? 0 : count, counts.starts);
   EXPECT_EQ(work.gone, elements == liveElements());
   onSmallStack([&] { host.destroy(); });
   EXPECT_EQ(elements, liveElements());
@@ -85,7 +94,7 @@ TEST(DeepTree, EveryWalkInConstantStack) {
   for (const Work& work : {Work{"destroyed while loose", 0, "x", 0, 1, true},
                            Work{"attached and destroyed with the document", 0, "a", 0, 0, false},
                            Work{"tree destroyed by itself", 0, "at", 0, 1, true},
-                           Work{"completed, released by producer then consumer", 0, "adpc", 1, 0, true},
+                           Work{"completed, walked, released by producer then consumer", 0, "adwpc", 1, 0, true},
                            Work{"completed, released by consumer then producer", 0, "adcp", 1, 0, true},
                            Work{"released through the child document", 0, "af", 1, 0, true},
                            Work{"no consumer, released by the producer", 1, "adp", 1, 0, true}}) {

@@ -1,33 +1,13 @@
-// When a node is freed, and in which order events, links and destroyers follow.
+// Freeing: a whole tree, within the event of freeing, and without a destroyer. When nodes are freed, and in which order
+// events, links and destroyers follow, is part of the random calls (tests/tree/random_test.cpp).
 #include "support/host.h"
 
 namespace arbtree::test {
 namespace {
 
-// Releasing the last child frees its released ancestors: each is announced before its own ancestors, and destroyed
-// after.
-TEST(FreeingOrder, CascadeUpAChain) {
-  Host host;
-  ArbNode* const root = rootOf(host.makeTree());
-  ArbNode* const a = host.append(root, "a");
-  ArbNode* const b = host.append(a, "b");
-  ArbNode* const c = host.append(b, "c");
-  ok(ArbNodeProducerDoneSubtree(root));
-  ok(ArbNodeProducerReleaseSubtree(root));
-  ok(ArbNodeConsumerRelease(a));
-  ok(ArbNodeConsumerRelease(b));
-  host.record(true);
-  ok(ArbNodeConsumerRelease(c));
-  EXPECT_EQ((Lines{"consumer-release c", "freed c", "freed b", "freed a", "destroy a", "destroy b", "destroy c"}),
-            host.events.take());
-  EXPECT_EQ("root", host.shape(root));
-  EXPECT_EQ(1u, root->freedChildCount);
-}
+using Freeing = TreeTest;
 
-TEST(FreeingOrder, ATreeGoesFromItsRootAndLeavesWhatWasNeverLinked) {
-  Host host;
-  ArbTree* const tree = host.makeTree();
-  ArbNode* const root = rootOf(tree);
+TEST_F(Freeing, ATreeGoesFromItsRootAndLeavesWhatWasNeverLinked) {
   ArbNode* const loose = host.make(tree, "loose");
   ArbNode* const a = host.append(root, "a");
   host.append(a, "b");
@@ -42,9 +22,7 @@ TEST(FreeingOrder, ATreeGoesFromItsRootAndLeavesWhatWasNeverLinked) {
 }
 
 // The callback that is told of it frees the node once more.
-TEST(FreeingOrder, FreeingWithinFreeing) {
-  Host host;
-  ArbTree* const tree = host.makeTree();
+TEST_F(Freeing, FreeingWithinFreeing) {
   ArbNode* const top = host.make(tree, "top");
   host.append(top, "a");
   host.record(true);
@@ -59,9 +37,7 @@ TEST(FreeingOrder, FreeingWithinFreeing) {
 }
 
 // A node whose destroyer cannot be found is settled like any other, but its record stays.
-TEST(FreeingOrder, ANodeWithoutDestroyerKeepsItsRecord) {
-  Host host;
-  ArbTree* const tree = host.makeTree();
+TEST_F(Freeing, ANodeWithoutDestroyerKeepsItsRecord) {
   ArbNode* const top = host.make(tree, "top");
   ArbNode* const a = host.append(top, "a");
   ArbNodeRef* const cell = a->cell;

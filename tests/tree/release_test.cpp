@@ -1,124 +1,13 @@
-// Completion and release by both sides: the whole sequence of events and hooks of every call, and its refusals.
-#include <memory>
-#include <vector>
-
+// The consumer's release of a subtree while the producer works, and releases that callbacks make. Everything else about
+// releases is part of the random calls (tests/tree/random_test.cpp).
 #include "support/host.h"
 
 namespace arbtree::test {
 namespace {
 
-std::uint32_t ARB_CALL attributesHook(std::uintptr_t argument, void* context) {
-  const auto* const node = reinterpret_cast<const ArbNode*>(argument);
-  auto& events = *static_cast<Recorder*>(context);
-  events.add("hook attributes " + events.nameOf(node) + (node->flags & ARB_NODE_ATTRIBUTES_DONE ? " done" : ""));
-  return 13;  // of no consequence
-}
-std::uint32_t ARB_CALL releaseHook(std::uintptr_t argument, void* context) {
-  const auto* const node = reinterpret_cast<const ArbNode*>(argument);
-  auto& events = *static_cast<Recorder*>(context);
-  events.add("hook release " + events.nameOf(node) + (node->flags & ARB_NODE_PRODUCER_RELEASED ? " released" : ""));
-  return 13;
-}
-
-class Release : public testing::Test {
- protected:
-  void open(std::uint32_t mode = 0) {
-    host = std::make_unique<Host>(mode);
-    tree = host->makeTree();
-    root = rootOf(tree);
-    for (const std::uint32_t id : {elementId(1), ARB_ELEM_ROOT}) {
-      ok(ArbTreeSetProducerNodeHook(tree, ARB_HOOK_ATTRIBUTES_DONE, id, attributesHook, &host->events));
-      ok(ArbTreeSetProducerNodeHook(tree, ARB_HOOK_PRODUCER_RELEASE, id, releaseHook, &host->events));
-    }
-    host->record();
-  }
-  Lines events() { return host->events.take(); }
-
-  std::unique_ptr<Host> host;
-  ArbTree* tree = nullptr;
-  ArbNode* root = nullptr;
-};
-
-using NodeCall = ArbStatus(ARB_CALL*)(ArbNode*);
-
-// The calls are made one after another on one linked node whose parent is open.
-TEST_F(Release, SequenceOfEveryCall) {
-  struct Step {
-    NodeCall call;
-    ArbStatus status;
-    Lines events;
-    std::uint32_t flags;  // beyond linked and in the tree
-  };
-  struct Row {
-    const char* name;
-    std::vector<Step> steps;
-  };
-  const std::uint32_t attributes = ARB_NODE_ATTRIBUTES_DONE;
-  const std::uint32_t done = attributes | ARB_NODE_CHILDREN_DONE;
-  const std::uint32_t released = done | ARB_NODE_PRODUCER_RELEASED;
-  const std::uint32_t consumer = ARB_NODE_CONSUMER_RELEASED;
-  const Row rows[] = {
-      {"attributes twice",
-       {{ArbNodeAttributesDone, 0, {"hook attributes a", "attributes a"}, attributes},
-        {ArbNodeAttributesDone, 0, {}, attributes}}},
-      {"children twice",
-       {{ArbNodeAllChildrenAttached, 0, {"children a"}, ARB_NODE_CHILDREN_DONE},
-        {ArbNodeAllChildrenAttached, 0, {"children a"}, ARB_NODE_CHILDREN_DONE}}},
-      {"done twice",
-       {{ArbNodeProducerDone, 0, {"hook attributes a", "attributes a", "children a"}, done},
-        {ArbNodeProducerDone, 0, {"children a"}, done}}},
-      {"done after attributes",
-       {{ArbNodeAttributesDone, 0, {"hook attributes a", "attributes a"}, attributes},
-        {ArbNodeProducerDone, 0, {"children a"}, done}}},
-      {"release of an open node",
-       {{ArbNodeProducerRelease,
-         0,
-         {"producer-release a", "hook release a", "hook attributes a", "attributes a", "children a"},
-         released},
-        {ArbNodeProducerRelease, ARB_ERR_RELEASED, {}, released}}},
-      {"release after attributes",
-       {{ArbNodeAttributesDone, 0, {"hook attributes a", "attributes a"}, attributes},
-        {ArbNodeProducerRelease, 0, {"producer-release a", "hook release a", "children a"}, released}}},
-      {"release after children",
-       {{ArbNodeAllChildrenAttached, 0, {"children a"}, ARB_NODE_CHILDREN_DONE},
-        {ArbNodeProducerRelease,
-         0,
-         {"producer-release a", "hook release a", "hook attributes a", "attributes a"},
-         released}}},
-      {"release of a complete node",
-       {{ArbNodeProducerDone, 0, {"hook attributes a", "attributes a", "children a"}, done},
-        {ArbNodeProducerRelease, 0, {"producer-release a", "hook release a"}, released}}},
-      {"consumer release twice",
-       {{ArbNodeConsumerRelease, 0, {"consumer-release a"}, consumer},
-        {ArbNodeConsumerRelease, ARB_ERR_RELEASED, {}, consumer},
-        {ArbNodeAttributesDone, 0, {"hook attributes a", "attributes a"}, consumer | attributes}}},
-      {"subtree calls on a leaf",
-       {{ArbNodeProducerDoneSubtree, 0, {"hook attributes a", "attributes a", "children a"}, done},
-        {ArbNodeProducerDoneSubtree, 0, {}, done},
-        {ArbNodeProducerReleaseSubtree, 0, {"producer-release a", "hook release a"}, released},
-        {ArbNodeProducerReleaseSubtree, 0, {}, released},
-        {ArbNodeConsumerReleaseSubtree, 0, {"consumer-release a"}, released | consumer},
-        {ArbNodeConsumerReleaseSubtree, ARB_ERR_RELEASED, {}, released | consumer}}},
-  };
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.name);
-    open();
-    ArbNode* const a = host->append(root, "a");  // stays: the last child of an open list
-    events();
-    int number = 0;
-    for (const Step& step : row.steps) {
-      SCOPED_TRACE(testing::Message() << "step " << ++number);
-      EXPECT_EQ(step.status, step.call(a));
-      EXPECT_EQ(step.events, events());
-      EXPECT_EQ(step.flags | ARB_NODE_LINKED | ARB_NODE_IN_TREE, a->flags);
-    }
-  }
-}
-
-// Each child is released as soon as its next sibling is known, while the producer is still making the list.
 // A callback within a run releases the node at which a walk waits, which frees it: the walk ends, and what it has not
 // come to stays.
-TEST(ReleaseOfASubtree, EndsAtANodeThatACallbackFrees) {
+TEST(ReleaseOfNodes, EndsAtANodeThatACallbackFrees) {
   for (const bool bySibling : {true, false}) {
     Host host;
     ArbTree* const tree = host.makeTree();
@@ -131,12 +20,9 @@ TEST(ReleaseOfASubtree, EndsAtANodeThatACallbackFrees) {
     };
     ok(ArbDocumentRegisterCallback(host.document, releaseEarlier, nullptr));
     for (const char* const name : {"a", "b", "c"}) {
-      host.then([&host, root, name] {
-        ok(ArbNodeProducerRelease(host.append(root, name)));
-        return kPause;
-      });
+      host.then([&host, root, name] { return ok(ArbNodeProducerRelease(host.append(root, name))), kPause; });
     }
-    host.then([tree] { return ok(ArbForestChildProducerRelease(asChild(tree))), ARB_OK; });
+    host.then([tree] { return ArbForestChildProducerRelease(asChild(tree)); });
     if (bySibling) {
       EXPECT_EQ(ARB_OK, ArbNodeConsumerReleaseSubtree(root));
     } else {
@@ -154,8 +40,7 @@ TEST(ReleaseOfASubtree, EndsAtANodeThatACallbackFrees) {
 
 // Not even by whoever releases it as soon as it is made, when the tree does not know it yet.
 TEST(ReleaseOfTheRoot, NeverFreesIt) {
-  constexpr std::uint32_t kProducerOnly = 1;
-  Host host(kProducerOnly);
+  Host host(1);  // without a consumer
   const auto release = [](ArbDocument*, std::uint32_t event, void* node, void*) -> std::uint32_t {
     EXPECT_NE(ARB_EVENT_NODE_FREED, event);
     if (event == ARB_EVENT_NODE_CREATED) ok(ArbNodeProducerRelease(static_cast<ArbNode*>(node)));
@@ -172,54 +57,37 @@ TEST(ReleaseOfTheRoot, NeverFreesIt) {
   ok(ArbTreeDestroy(tree));
 }
 
-TEST_F(Release, ConsumerSubtreeReleaseDrivesTheProducer) {
-  open();
-  ArbNode* const a = host->append(root, "a");
+using ReleaseOfASubtree = TreeTest;
+
+// Each child is released as soon as its next sibling is known, while the producer is still making the list.
+TEST_F(ReleaseOfASubtree, DrivesTheProducer) {
+  ArbNode* const a = host.append(root, "a");
   const auto add = [&](const char* name) {
-    return [this, a, name] { return ArbNodeProducerRelease(host->append(a, name)) == ARB_OK ? kPause : 13u; };
+    return [this, a, name] { return ArbNodeProducerRelease(host.append(a, name)) == ARB_OK ? kPause : 13u; };
   };
-  host->then(add("b")).then(add("c")).then([this] { return host->events.add("idle"), kPause; }).then(add("d"));
-  host->then([this] { return host->events.add("idle"), kPause; });
-  host->then([a] { return ArbNodeProducerRelease(a); });
-  host->then([this] { return ArbNodeProducerRelease(root); });
-  events();
+  const auto idle = [this] { return host.events.add("idle"), kPause; };
+  host.then(add("b")).then(add("c")).then(idle).then(add("d")).then(idle);
+  host.then([a] { return ArbNodeProducerRelease(a); });
+  host.then([this] { return ArbNodeProducerRelease(root); });
+  host.record();
   ok(ArbNodeConsumerReleaseSubtree(a));
-  Lines lines;
-  for (const std::string& line : events()) {
-    if (line.starts_with("created") || line.starts_with("consumer") || line.starts_with("freed") || line == "idle") {
-      lines.push_back(line);
-    }
-  }
+  Lines lines = host.events.take();
+  std::erase_if(lines, [](const std::string& line) {
+    return line.starts_with("linked") || line.starts_with("in-tree") || line.starts_with("attributes") ||
+           line.starts_with("children") || line.starts_with("producer");
+  });
   EXPECT_EQ((Lines{"created b", "created c", "consumer-release b", "freed b", "idle", "created d", "consumer-release c",
                    "freed c", "idle", "consumer-release d", "freed d", "consumer-release a", "freed a"}),
             lines);
-  EXPECT_EQ("root", host->shape(root));
+  EXPECT_EQ("root", host.shape(root));
 }
 
-TEST_F(Release, ConsumerSubtreeReleaseAnswersTheLastWait) {
-  struct Row {
-    const char* name;
-    bool releasedBefore;
-    ArbStatus end;
-    ArbStatus status;
-    Lines events;
-  };
-  const Row rows[] = {
-      {"ended", false, 452, ARB_OK, {"consumer-release b", "consumer-release a"}},
-      {"failed", false, 13, 13, {"consumer-release b", "consumer-release a"}},
-      {"released before", true, 452, ARB_ERR_RELEASED, {}},
-  };
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.name);
-    open();
-    host->endResult = row.end;
-    ArbNode* const a = host->append(root, "a");
-    host->append(a, "b");
-    if (row.releasedBefore) ok(ArbNodeConsumerRelease(a));
-    events();
-    EXPECT_EQ(row.status, ArbNodeConsumerReleaseSubtree(a));
-    EXPECT_EQ(row.events, events());
-  }
+TEST_F(ReleaseOfASubtree, AnswersTheFailureOfItsOwnLastWait) {
+  host.endResult = 13;
+  ArbNode* const a = host.append(root, "a");
+  ArbNode* const b = host.append(a, "b");
+  EXPECT_EQ(13u, ArbNodeConsumerReleaseSubtree(a));
+  for (const ArbNode* const node : {a, b}) EXPECT_TRUE(node->flags & ARB_NODE_CONSUMER_RELEASED);
 }
 
 }  // namespace
