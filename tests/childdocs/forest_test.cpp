@@ -1,261 +1,283 @@
-// Forests: the producer's and the consumer's calls with their checks, navigation, and release of either side.
+// Random calls on the forests, trees and files of a document, compared with a plain model: the checks of the producer's
+// and the consumer's calls, navigation, release by either side, and destruction. In some sequences production is still
+// open: then waits run a producer, whose runs make more of the calls; the last one may fail.
+#include <algorithm>
 #include <functional>
-#include <string>
+#include <iterator>
+#include <memory>
+#include <random>
 #include <vector>
 
+#include "platform/heap.h"
 #include "support/host.h"
+#include "support/seed.h"
 
 namespace arbtree::test {
 namespace {
 
 constexpr std::uint32_t kAttached = ARB_CHILD_ATTACHED, kClosed = ARB_CHILD_CLOSED, kDone = ARB_CHILD_PRODUCER_DONE,
                         kProducer = ARB_CHILD_PRODUCER_RELEASED, kConsumer = ARB_CHILD_CONSUMER_RELEASED;
+constexpr ArbStatus kFailure = 14;  // of a run
 
-TEST(ForestProducer, ChecksInOrderAndEffects) {
-  enum Call { Append, Close, Archive0, Archive3, Archive7, Done, Release, Subtree };
-  struct Row {
-    Call call;
-    std::uint32_t before;
-    ArbStatus status;
-    std::uint32_t after;
-  };
-  const std::uint32_t released = kClosed | kDone | kProducer;
-  const Row rows[] = {
-      {Append, kAttached, 0, kAttached},
-      {Append, 0, 0, 0},
-      {Append, kAttached | kConsumer, 0, kAttached | kConsumer},
-      {Append, kAttached | kClosed, ARB_ERR_CLOSED, kAttached | kClosed},
-      {Append, kAttached | released, ARB_ERR_RELEASED, kAttached | released},
-      {Close, kAttached, 0, kAttached | kClosed},
-      {Close, kAttached | kClosed, 0, kAttached | kClosed},
-      {Close, kAttached | released, ARB_ERR_RELEASED, kAttached | released},
-      {Archive0, kAttached, ARB_ERR_BADARG, kAttached},
-      {Archive0, kAttached | kDone, ARB_ERR_LOCKED, kAttached | kDone},
-      {Archive0, kAttached | released, ARB_ERR_RELEASED, kAttached | released},
-      {Archive3, kAttached | kClosed, 0, kAttached | kClosed},
-      {Archive3, kAttached | kDone, ARB_ERR_LOCKED, kAttached | kDone},
-      {Archive7, 0, 0, 0},
-      {Done, kAttached, 0, kAttached | kClosed | kDone},
-      {Done, kAttached | kClosed | kDone, 0, kAttached | kClosed | kDone},
-      {Done, 0, ARB_ERR_DETACHED, 0},
-      {Done, released, ARB_ERR_RELEASED, released},
-      {Release, kAttached, 0, kAttached | released},
-      {Release, kAttached | kConsumer, 0, kAttached | released | kConsumer},
-      {Release, 0, ARB_ERR_DETACHED, 0},
-      {Release, released, ARB_ERR_RELEASED, released},
-      {Subtree, kAttached, 0, kAttached | released},
-      {Subtree, 0, 0, 0},  // its own release is refused, and not part of the answer
-      {Subtree, kAttached | released, ARB_ERR_RELEASED, kAttached | released},
-  };
-  for (const std::uint32_t mode : {0u, 1u}) {
-    for (const Row& row : rows) {
-      SCOPED_TRACE(testing::Message() << "call " << row.call << ", flags " << row.before << ", mode " << mode);
-      Host host(mode);
-      ArbForest* const forest = host.makeForest(row.before & kAttached ? host.document->rootForest : nullptr);
-      ArbForest* const extra = host.makeForest(nullptr);
-      forest->child.flags = row.before;
-      const std::function<ArbStatus()> calls[] = {
-          [&] { return ArbForestAppendChild(forest, asChild(extra)); },
-          [&] { return ArbForestAllChildrenAttached(forest); },
-          [&] { return ArbForestSetArchiveType(forest, 0); },
-          [&] { return ArbForestSetArchiveType(forest, 3); },
-          [&] { return ArbForestSetArchiveType(forest, 7); },
-          [&] { return ArbForestChildProducerDone(asChild(forest)); },
-          [&] { return ArbForestChildProducerRelease(asChild(forest)); },
-          [&] { return ArbForestProducerReleaseSubtree(forest); },
-      };
-      EXPECT_EQ(row.status, calls[row.call]());
-      EXPECT_EQ(row.after, forest->child.flags);
-      const bool appended = row.call == Append && row.status == ARB_OK;
-      EXPECT_EQ(appended ? 1u : 0u, forest->childCount);
-      EXPECT_EQ(appended ? asChild(extra) : nullptr, forest->firstChild);
-      EXPECT_EQ(appended ? kAttached : 0u, extra->child.flags);
-      if (!appended) ok(ArbForestDestroy(extra));
-      if (!(row.before & kAttached)) ok(ArbForestDestroy(forest));
-    }
-  }
-}
+struct PlainChild {
+  ArbForestChild* real;
+  std::uint32_t format, flags = 0, archiveType = 1, count = 0;
+  PlainChild* parent = nullptr;
+  std::vector<PlainChild*> children{};
 
-TEST(ForestProducer, ArchiveTypesAndTheirFormats) {
-  Host host;
-  ArbForest* const forest = host.makeForest(host.document->rootForest);
-  struct Row {
-    std::uint32_t type;
-    std::uint32_t format;
-  };
-  for (const Row& row : {Row{7, 1998}, Row{2, 1802}, Row{7, 1802}, Row{1, 1998}, Row{3, 1802}, Row{4, 1802},
-                         Row{1, 1998}, Row{0xFFFFFFFF, 1998}}) {
-    ok(ArbForestSetArchiveType(forest, row.type));
-    EXPECT_EQ(row.type, forest->archiveType);
-    EXPECT_EQ(row.format, forest->child.formatId);
+  bool has(std::uint32_t flag) const { return (flags & flag) != 0; }
+  bool isForest() const { return real->kind == ARB_CHILD_FOREST; }
+  ArbForest* forest() const { return reinterpret_cast<ArbForest*>(real); }
+  bool isWithin(const PlainChild* other) const { return this == other || (parent && parent->isWithin(other)); }
+  ArbForestChild* sibling(std::ptrdiff_t distance) const {
+    if (!parent) return nullptr;
+    const auto& list = parent->children;
+    const auto at = static_cast<std::size_t>(std::find(list.begin(), list.end(), this) - list.begin() + distance);
+    return at < list.size() ? list[at]->real : nullptr;
   }
-  ok(ArbForestChildProducerDone(&host.document->rootForest->child));
-  ok(ArbForestChildProducerRelease(&host.document->rootForest->child));
-}
-
-using ChildStep = ArbStatus(ARB_CALL*)(ArbForestChild*, ArbForestChild**);
-using ForestStep = ArbStatus(ARB_CALL*)(ArbForest*, ArbForestChild**);
-
-// A forest "f" in the root forest, with children 3, 4, 5 (its own id is 2) or none.
-struct Grove {
-  explicit Grove(std::uint32_t children, bool closed, std::uint32_t mode = 0, ArbStatus end = ARB_STATUS_END)
-      : host(mode), forest(host.makeForest(host.document->rootForest)) {
-    host.endResult = end;
-    for (std::uint32_t i = 0; i < children; ++i) made.push_back(asChild(host.makeForest(forest)));
-    if (closed) ok(ArbForestAllChildrenAttached(forest));
-  }
-  static std::string answer(ArbStatus status, const ArbForestChild* child) {
-    return joined({std::to_string(status), " ", child ? std::to_string(child->id) : "null"});
-  }
-  std::string take(ForestStep step) {
-    ArbForestChild* child = &untouched;
-    const ArbStatus status = step(forest, &child);
-    return answer(status, child);
-  }
-  std::string take(ChildStep step, ArbForestChild* from) {
-    ArbForestChild* child = &untouched;
-    const ArbStatus status = step(from, &child);
-    return child == &untouched ? std::to_string(status) + " -" : answer(status, child);
-  }
-  std::string count(ArbStatus(ARB_CALL* call)(ArbForest*, std::uint32_t*)) {
-    std::uint32_t number = 99;
-    const ArbStatus status = call(forest, &number);
-    EXPECT_EQ(status, call(forest, nullptr));
-    return std::to_string(status) + " " + std::to_string(number);
-  }
-  Host host;
-  ArbForest* const forest;
-  std::vector<ArbForestChild*> made;
-  ArbForestChild untouched{};
+  ArbForestChild* first() const { return children.empty() ? nullptr : children.front()->real; }
+  ArbForestChild* last() const { return children.empty() ? nullptr : children.back()->real; }
 };
 
-TEST(ForestConsumer, QueryAndWait) {
-  struct Row {
-    const char* name;
-    std::uint32_t children;
-    bool closed, released;
-    std::uint32_t mode;
-    ArbStatus end;
-    const char *queryCount, *waitCount, *queryFirst, *waitFirst, *queryLast, *waitLast;
-    ArbStatus waitAll;
-  };
-  const Row rows[] = {
-      {"open, empty", 0, false, false, 0, 452, "145 0", "0 0", "145 null", "0 null", "145 null", "0 null", 0},
-      {"open", 3, false, false, 0, 452, "145 0", "0 0", "0 3", "0 3", "145 null", "0 5", 0},
-      {"closed, empty", 0, true, false, 0, 13, "0 0", "0 0", "0 null", "0 null", "0 null", "0 null", 0},
-      {"closed", 3, true, false, 0, 13, "0 3", "0 3", "0 3", "0 3", "0 5", "0 5", 0},
-      {"failing, empty", 0, false, false, 0, 13, "145 0", "13 0", "145 null", "13 null", "145 null", "13 null", 13},
-      {"failing", 3, false, false, 0, 13, "145 0", "13 0", "0 3", "0 3", "145 null", "13 null", 13},
-      {"released", 3, true, true, 0, 452, "2048 0", "2048 0", "2048 null", "2048 null", "2048 null", "2048 null", 2048},
-      {"no consumer", 3, true, true, 1, 452, "2057 0", "2057 0", "2057 null", "2057 null", "2057 null", "2057 null",
-       2057},
-  };
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.name);
-    Grove grove(row.children, row.closed, row.mode, row.end);
-    if (row.released) grove.forest->child.flags |= kConsumer;
-    EXPECT_EQ(row.queryCount, grove.count(ArbForestQueryChildCount));
-    EXPECT_EQ(row.queryFirst, grove.take(ArbForestQueryFirstChild));
-    EXPECT_EQ(row.queryLast, grove.take(ArbForestQueryLastChild));
-    EXPECT_TRUE(grove.host.runs.empty());
-    EXPECT_EQ(row.waitCount, grove.count(ArbForestWaitChildCount));
-    EXPECT_EQ(row.waitFirst, grove.take(ArbForestWaitFirstChild));
-    EXPECT_EQ(row.waitLast, grove.take(ArbForestWaitLastChild));
-    EXPECT_EQ(row.waitAll, ArbForestWaitAllChildrenAttached(grove.forest));
+class Forests {
+ public:
+  Forests(std::uint32_t seed, std::uint32_t mode) : random_(seed), producerOnly_(mode == 1), host_(mode) {
+    if (below(3) == 0) host_.endResult = kFailure;
+    runsToCome_ = below(5);
+    host_.stepsPerRun = 1;
+    host_.then([] { return ARB_OK; });
+    for (std::uint32_t i = 0; i < runsToCome_; ++i) host_.then([this] { return produce(); });
+    EXPECT_EQ(hasEnded() ? host_.endResult : ARB_OK, ArbDocumentReadAhead(host_.document));
+    enter(asChild(host_.document->rootForest), 1998);
+    root().flags = kAttached;
+    root().archiveType = 0;
   }
-}
+  void run() {
+    for (int calls = 0; calls < 60 && !testing::Test::HasFailure(); ++calls) {
+      call(false);
+      compare();
+    }
+    // What is in no forest is its maker's to destroy.
+    for (std::size_t i = children_.size(); i-- > 1;) {
+      if (i < children_.size() && !children_[i]->parent) destroy(root(), *children_[i]);
+    }
+    host_.destroy();
+  }
 
-TEST(ForestConsumer, Siblings) {
-  struct Row {
-    const char* name;
-    bool closed;
-    std::uint32_t mode;
-    ArbStatus end;
-    const char *queryLast, *waitLast;  // from the last child
-  };
-  for (const Row& row :
-       {Row{"open", false, 0, 452, "145 null", "0 null"}, Row{"closed", true, 0, 13, "0 null", "0 null"},
-        Row{"failing", false, 0, 13, "145 null", "13 null"}}) {
-    SCOPED_TRACE(row.name);
-    Grove grove(3, row.closed, row.mode, row.end);
-    grove.made[0]->flags |= kConsumer | kProducer;  // of no consequence
-    EXPECT_EQ("0 4", grove.take(ArbForestChildQueryNextSibling, grove.made[0]));
-    EXPECT_EQ("0 4", grove.take(ArbForestChildWaitNextSibling, grove.made[0]));
-    EXPECT_EQ("0 null", grove.take(ArbForestChildWaitPrevSibling, grove.made[0]));
-    EXPECT_EQ("0 4", grove.take(ArbForestChildWaitPrevSibling, grove.made[2]));
-    EXPECT_EQ(row.queryLast, grove.take(ArbForestChildQueryNextSibling, grove.made[2]));
-    EXPECT_TRUE(grove.host.runs.empty());
-    EXPECT_EQ(row.waitLast, grove.take(ArbForestChildWaitNextSibling, grove.made[2]));
+ private:
+  using Call = void (Forests::*)(PlainChild& forest, PlainChild& child);
+  void call(bool inRun) {
+    using F = Forests;
+    constexpr std::uint32_t kRunCalls = 5;  // so many are made by runs as well
+    static constexpr Call kCalls[] = {&F::create,
+                                      &F::append,
+                                      &F::close,
+                                      &F::setArchiveType,
+                                      &F::done,
+                                      &F::producerRelease,
+                                      &F::append,
+                                      &F::consumerRelease,
+                                      &F::producerReleaseSubtree,
+                                      &F::navigate,
+                                      &F::destroy,
+                                      &F::consumerReleaseSubtree};
+    const Call chosen = kCalls[below(inRun ? kRunCalls : std::size(kCalls))];
+    PlainChild* forest = nullptr;
+    while (!forest || !forest->isForest()) forest = children_[below(children_.size())].get();
+    (this->*chosen)(*forest, *children_[below(children_.size())]);
   }
-  Grove without(3, true, 1);
-  EXPECT_EQ("2057 null", without.take(ArbForestChildQueryNextSibling, without.made[0]));
-  EXPECT_EQ("2057 null", without.take(ArbForestChildWaitNextSibling, without.made[0]));
-  EXPECT_EQ(ARB_ERR_MODE, ArbForestChildWaitPrevSibling(without.made[1], &without.made[2]));
+  std::uint32_t below(std::size_t count) { return static_cast<std::uint32_t>(random_() % count); }
+  PlainChild& root() { return *children_.front(); }
 
-  // A child without a parent has no sibling to wait for.
-  Grove grove(0, false);
-  ArbForest* const loose = grove.host.makeForest(nullptr);
-  for (ArbForestChild* const child : {&grove.host.document->rootForest->child, asChild(loose)}) {
-    EXPECT_EQ("0 null", grove.take(ArbForestChildQueryNextSibling, child));
-    EXPECT_EQ("0 null", grove.take(ArbForestChildWaitNextSibling, child));
-    EXPECT_EQ("0 null", grove.take(ArbForestChildWaitPrevSibling, child));
+  // --- the producer
+  bool hasEnded() const { return runsToCome_ == 0; }
+  ArbStatus produce() {
+    EXPECT_TRUE(!isKnown_ || !isKnown_()) << "a run that nobody needs";
+    for (std::uint32_t calls = below(3); calls > 0; --calls) call(true);
+    --runsToCome_;  // the last one ends production
+    return ARB_OK;
   }
-  EXPECT_TRUE(grove.host.runs.empty());
-  ok(ArbForestDestroy(loose));
-}
+  void enter(ArbForestChild* real, std::uint32_t format) {
+    children_.push_back(std::make_unique<PlainChild>(PlainChild{real, format}));
+    ok(ArbForestChildSetMetadata(real, 1, "0123456789", 10));
+  }
+  void create(PlainChild&, PlainChild&) {
+    if (children_.size() >= 12) return;
+    if (below(2)) return enter(asChild(host_.makeForest(nullptr)), 1998);
+    if (below(2)) return enter(asChild(host_.makeFile(u"file")), 7);
+    ArbTree* tree = nullptr;
+    ok(ArbDocumentCreateTree(host_.document, nullptr, &tree));
+    host_.append(rootOf(tree), "t", ARB_ELEM_TEXT);
+    ok(ArbNodeProducerDoneSubtree(rootOf(tree)));
+    enter(asChild(tree), 1150);
+  }
+  void append(PlainChild& forest, PlainChild& child) {
+    if (child.parent || &child == &root() || forest.isWithin(&child)) return;
+    const ArbStatus status = forest.has(kProducer) ? ARB_ERR_RELEASED : forest.has(kClosed) ? ARB_ERR_CLOSED : ARB_OK;
+    EXPECT_EQ(status, ArbForestAppendChild(forest.forest(), child.real));
+    if (status != ARB_OK) return;
+    forest.children.push_back(&child);
+    ++forest.count;
+    child.parent = &forest;
+    child.flags |= kAttached;
+  }
+  void close(PlainChild& forest, PlainChild&) {
+    EXPECT_EQ(forest.has(kProducer) ? ARB_ERR_RELEASED : ARB_OK, ArbForestAllChildrenAttached(forest.forest()));
+    if (!forest.has(kProducer)) forest.flags |= kClosed;
+  }
+  void setArchiveType(PlainChild& forest, PlainChild&) {
+    const std::uint32_t type = below(6);
+    const ArbStatus status = forest.has(kProducer) ? ARB_ERR_RELEASED
+                             : forest.has(kDone)   ? ARB_ERR_LOCKED
+                             : type == 0           ? ARB_ERR_BADARG
+                                                   : ARB_OK;
+    EXPECT_EQ(status, ArbForestSetArchiveType(forest.forest(), type));
+    if (status != ARB_OK) return;
+    forest.archiveType = type;
+    if (type <= 3) forest.format = type == 1 ? 1998 : 1802;
+  }
+  static ArbStatus give(PlainChild& child, std::uint32_t flags) {
+    if (child.has(kProducer)) return ARB_ERR_RELEASED;
+    if (!child.has(kAttached)) return ARB_ERR_DETACHED;
+    child.flags |= flags;
+    return ARB_OK;
+  }
+  void done(PlainChild&, PlainChild& child) {
+    EXPECT_EQ(give(child, kClosed | kDone), ArbForestChildProducerDone(child.real));
+  }
+  void producerRelease(PlainChild&, PlainChild& child) {
+    EXPECT_EQ(give(child, kClosed | kDone | kProducer), ArbForestChildProducerRelease(child.real));
+  }
+  // A refusal of the forest's own release is not part of the answer.
+  static ArbStatus releaseAsProducer(PlainChild& child) {
+    if (child.has(kProducer)) return ARB_ERR_RELEASED;
+    for (PlainChild* const below : child.children) releaseAsProducer(*below);
+    give(child, kClosed | kDone | kProducer);
+    return ARB_OK;
+  }
+  void producerReleaseSubtree(PlainChild& forest, PlainChild&) {
+    EXPECT_EQ(releaseAsProducer(forest), ArbForestProducerReleaseSubtree(forest.forest()));
+  }
 
-// root forest(tree, f(g, tree2), h)
-struct Nested {
-  Host host;
-  ArbForest* const root = host.document->rootForest;
-  ArbTree* const tree = host.makeTree();
-  ArbForest* const f = host.makeForest(root);
-  ArbForest* const g = host.makeForest(f);
-  ArbForest* const h = host.makeForest(root);
-  std::vector<ArbForestChild*> all() { return {asChild(root), asChild(tree), asChild(f), asChild(g), asChild(h)}; }
-  void expectFlags(std::uint32_t flags) {
-    for (ArbForestChild* const child : all()) EXPECT_EQ(kAttached | flags, child->flags) << child->id;
+  // --- the consumer
+  ArbStatus refusalOf(const PlainChild& child) const {
+    if (producerOnly_) return ARB_ERR_MODE;
+    return child.has(kConsumer) ? ARB_ERR_RELEASED : ARB_OK;
   }
+  // Goes on where something is refused, but not into a forest that refuses.
+  ArbStatus releaseAsConsumer(PlainChild& child) {
+    ArbStatus status = refusalOf(child);
+    if (status != ARB_OK) return status;
+    for (PlainChild* const below : child.children) status = std::max(status, releaseAsConsumer(*below));
+    child.flags |= kConsumer;
+    return status;
+  }
+  void consumerRelease(PlainChild&, PlainChild& child) {
+    const ArbStatus status = refusalOf(child);
+    EXPECT_EQ(status, ArbForestChildConsumerRelease(child.real));
+    if (status == ARB_OK) child.flags |= kConsumer;
+  }
+  void consumerReleaseSubtree(PlainChild& forest, PlainChild&) {
+    EXPECT_EQ(releaseAsConsumer(forest), ArbForestConsumerReleaseSubtree(forest.forest()));
+  }
+  // A question whose answer a run may bring, unless it is refused.
+  template <typename Question>
+  ArbStatus ask(bool wait, ArbStatus refusal, const std::function<bool()>& isKnown, Question question) {
+    const bool wasKnown = refusal != ARB_OK || isKnown();
+    isKnown_ = [&] { return !wait || wasKnown || isKnown(); };
+    const ArbStatus status = question();
+    isKnown_ = nullptr;
+    const bool failed = hasEnded() && host_.endResult == kFailure;
+    const ArbStatus unknown = !wait ? ARB_ERR_NOTREADY : failed ? kFailure : ARB_OK;
+    EXPECT_EQ(refusal != ARB_OK ? refusal : wasKnown ? ARB_OK : unknown, status);
+    EXPECT_TRUE(!wait || wasKnown || hasEnded() || isKnown());
+    return status;
+  }
+  void navigate(PlainChild& f, PlainChild& child) {
+    const ArbStatus refusal = refusalOf(f), siblingsRefusal = producerOnly_ ? ARB_ERR_MODE : ARB_OK;
+    const auto isClosed = [&] { return f.has(kClosed); };
+    const auto hasFirst = [&] { return f.has(kClosed) || f.first(); };
+    const auto hasNext = [&] { return !child.parent || child.parent->has(kClosed) || child.sibling(1); };
+    for (const bool wait : {false, true}) {
+      const auto counting = wait ? ArbForestWaitChildCount : ArbForestQueryChildCount;
+      const auto toFirst = wait ? ArbForestWaitFirstChild : ArbForestQueryFirstChild;
+      const auto toLast = wait ? ArbForestWaitLastChild : ArbForestQueryLastChild;
+      const auto toNext = wait ? ArbForestChildWaitNextSibling : ArbForestChildQueryNextSibling;
+      ArbForestChild untouched{};
+      ArbForestChild *first = &untouched, *last = &untouched, *next = &untouched, *previous = &untouched;
+      std::uint32_t count = 77;
+      ArbStatus status = ask(wait, refusal, hasFirst, [&] { return toFirst(f.forest(), &first); });
+      EXPECT_EQ(status == ARB_OK ? f.first() : nullptr, first);
+      status = ask(wait, siblingsRefusal, hasNext, [&] { return toNext(child.real, &next); });
+      EXPECT_EQ(status == ARB_OK ? child.sibling(1) : nullptr, next);
+      status = ask(wait, refusal, isClosed, [&] { return toLast(f.forest(), &last); });
+      EXPECT_EQ(status == ARB_OK ? f.last() : nullptr, last);
+      status = ask(wait, refusal, isClosed, [&] { return counting(f.forest(), &count); });
+      EXPECT_EQ(status == ARB_OK && isClosed() ? f.count : 0, count);
+      EXPECT_EQ(siblingsRefusal, ArbForestChildWaitPrevSibling(child.real, &previous));
+      EXPECT_EQ(siblingsRefusal ? &untouched : child.sibling(-1), previous);
+    }
+    EXPECT_EQ(ArbForestQueryLastChild(f.forest(), nullptr), ArbForestQueryChildCount(f.forest(), nullptr));
+    ask(true, refusal, isClosed, [&] { return ArbForestWaitAllChildrenAttached(f.forest()); });
+  }
+
+  // A forest still counts those that are gone.
+  void destroy(PlainChild&, PlainChild& child) {
+    if (&child == &root()) return;
+    if (child.parent) std::erase(child.parent->children, &child);
+    if (child.isForest()) {
+      ok(ArbForestDestroy(child.forest()));
+    } else if (child.real->kind == ARB_CHILD_FILE) {
+      ok(ArbFileDestroy(reinterpret_cast<ArbFile*>(child.real)));
+    } else {
+      ok(ArbTreeDestroy(reinterpret_cast<ArbTree*>(child.real)));
+    }
+    forget(child);
+  }
+  void forget(PlainChild& child) {
+    for (PlainChild* const below : child.children) forget(*below);
+    std::erase_if(children_, [&](const auto& each) { return each.get() == &child; });
+  }
+
+  void compare() {
+    for (const auto& child : children_) {
+      const ArbForestChild& real = *child->real;
+      EXPECT_EQ(child->flags, real.flags);
+      EXPECT_EQ(child->format, real.formatId);
+      EXPECT_EQ(child->parent ? child->parent->forest() : nullptr, real.parent);
+      EXPECT_EQ(child->sibling(1), real.nextSibling);
+      EXPECT_EQ(child->sibling(-1), real.prevSibling);
+      if (child->isForest()) {
+        EXPECT_EQ(child->first(), child->forest()->firstChild);
+        EXPECT_EQ(child->last(), child->forest()->lastChild);
+        EXPECT_EQ(child->count, child->forest()->childCount);
+        EXPECT_EQ(child->archiveType, child->forest()->archiveType);
+      } else if (real.kind == ARB_CHILD_TREE) {
+        // Its root's child goes when both sides have released it.
+        const ArbNode* const top = rootOf(reinterpret_cast<ArbTree*>(child->real));
+        EXPECT_EQ(child->has(kProducer), (top->flags & ARB_NODE_PRODUCER_RELEASED) != 0);
+        EXPECT_EQ(child->has(kConsumer), (top->flags & ARB_NODE_CONSUMER_RELEASED) != 0);
+        EXPECT_EQ(child->has(kProducer) && (producerOnly_ || child->has(kConsumer)), top->freedChildCount == 1);
+      }
+    }
+  }
+
+  std::mt19937 random_;
+  const bool producerOnly_;
+  Host host_;
+  std::uint32_t runsToCome_ = 0;
+  std::vector<std::unique_ptr<PlainChild>> children_;  // the living ones; the root forest is the first
+  std::function<bool()> isKnown_;                      // of the question in progress
 };
 
-TEST(ForestRelease, ProducerSubtree) {
-  Nested nested;
-  ArbNode* const a = nested.host.append(rootOf(nested.tree), "a");
-  ok(ArbForestChildProducerRelease(asChild(nested.h)));
-  EXPECT_EQ(ARB_OK, ArbForestProducerReleaseSubtree(nested.root)) << "what is released already is skipped";
-  nested.expectFlags(kClosed | kDone | kProducer);
-  EXPECT_TRUE(a->flags & ARB_NODE_PRODUCER_RELEASED);
-  EXPECT_EQ(ARB_ERR_RELEASED, ArbForestProducerReleaseSubtree(nested.root));
-  EXPECT_EQ(ARB_ERR_RELEASED, ArbForestAppendChild(nested.f, asChild(nested.h)));
-}
-
-TEST(ForestRelease, ConsumerSubtreeReportsWhatWasReleasedBeforeAndGoesOn) {
-  for (int before = 0; before < 5; ++before) {
-    SCOPED_TRACE(before);
-    Nested nested;
-    ArbNode* const a = nested.host.append(rootOf(nested.tree), "a");
-    // 0: nothing, else the tree, f, g or h
-    if (before) ok(ArbForestChildConsumerRelease(nested.all()[static_cast<std::size_t>(before)]));
-    EXPECT_EQ(before ? ARB_ERR_RELEASED : ARB_OK, ArbForestConsumerReleaseSubtree(nested.root));
-    if (before == 2) {
-      EXPECT_EQ(kAttached, nested.g->child.flags) << "a forest that refuses keeps its children from the walk";
-      ok(ArbForestChildConsumerRelease(asChild(nested.g)));
-    }
-    nested.expectFlags(kConsumer);
-    EXPECT_TRUE(a->flags & ARB_NODE_CONSUMER_RELEASED);
-    EXPECT_EQ(ARB_ERR_RELEASED, ArbForestConsumerReleaseSubtree(nested.root));
-    EXPECT_EQ(ARB_ERR_RELEASED, ArbForestChildConsumerRelease(asChild(nested.h)));
+TEST(ForestCalls, AnyCallsAgreeWithAPlainModel) {
+  const std::uint32_t seed = testSeed();
+  for (std::uint32_t i = 0; i < 4000 && !HasFailure(); ++i) {
+    SCOPED_TRACE(testing::Message() << "run it first with ARBTREE_SEED=" << seed + i);
+    const std::uint64_t blocks = heap::testing::liveBlocks();
+    Forests(seed + i, (seed + i) % 2).run();
+    EXPECT_EQ(blocks, heap::testing::liveBlocks());
   }
-}
-
-TEST(ForestRelease, ConsumerReleaseOfATreeReleasesItsNodesUnlessItsRootIs) {
-  Nested nested;
-  ArbNode* const root = rootOf(nested.tree);
-  ArbNode* const a = nested.host.append(root, "a");
-  ok(ArbNodeConsumerRelease(root));
-  ok(ArbForestChildConsumerRelease(asChild(nested.tree)));
-  EXPECT_FALSE(a->flags & ARB_NODE_CONSUMER_RELEASED);
-  EXPECT_EQ(kAttached | kConsumer, asChild(nested.tree)->flags);
 }
 
 }  // namespace
