@@ -1,5 +1,5 @@
-// Destruction of child documents: the order, and forests nested deeper than any stack. What is left in the parent is
-// part of the random calls (forest_test.cpp).
+// Destruction of child documents: the order, and whatever is done to forests nested deeper than any stack. What is left
+// in the parent is part of the random calls (forest_test.cpp).
 #include <string>
 #include <utility>
 
@@ -44,6 +44,11 @@ TEST(ChildDestruction, ForestsAHundredThousandDeep) {
       if (!top) top = forest;
     }
     onSmallStack([&] {
+      std::u16string path(200'000, u'#');
+      auto size = static_cast<std::uint32_t>(path.size());
+      ok(ArbForestChildGetDocumentPath(asChild(forest), path.data(), &size));
+      EXPECT_EQ(path.size(), size) << "a letter for each name and a separator or the end";
+      EXPECT_TRUE(path.starts_with(u"f/f/") && path.ends_with(std::u16string(u"f/f\0", 4)));
       if (release) {
         ok(ArbForestProducerReleaseSubtree(host.document->rootForest));
         ok(ArbForestConsumerReleaseSubtree(host.document->rootForest));

@@ -42,20 +42,6 @@ std::u16string pathOf(ArbForestChild* child, std::uint32_t* neededOut = nullptr)
   return path;
 }
 
-ArbForest* addForest(Host& host, ArbForest* parent, const char16_t* name, std::uint32_t archiveType = 1) {
-  ArbForest* const forest = host.makeForest(parent, name);
-  if (archiveType != 0) {
-    ok(ArbForestSetArchiveType(forest, archiveType));
-  } else {
-    forest->archiveType = 0;
-  }
-  return forest;
-}
-
-ArbForestChild* addTree(Host& host, ArbForest* parent, const char16_t* name) {
-  return asChild(host.makeTree(parent, name));
-}
-
 struct ModelPath {
   std::u16string path;
   std::size_t needed;
@@ -111,9 +97,10 @@ TEST(DocumentPath, RandomForestsAgreeWithTheChainWalkedFromItsEnd) {
     std::vector<ArbForestChild*> children = {asChild(forests[0]), asChild(loose), &host.makeFile(u"file")->child};
     for (int i = 0; i < 15; ++i) {
       ArbForest* const parent = forests[forests.size() - 1 - below(std::min<std::size_t>(forests.size(), 3))];
-      forests.push_back(addForest(host, parent, names[below(5)], below(6)));
+      forests.push_back(host.makeForest(parent, names[below(5)]));
+      forests.back()->archiveType = below(6);
       children.push_back(asChild(forests.back()));
-      children.push_back(addTree(host, forests.back(), names[below(5)]));
+      children.push_back(asChild(host.makeTree(forests.back(), names[below(5)])));
     }
     for (ArbForestChild* const child : children) {
       const ModelPath model = plainPath(child, output ? output : u"");
@@ -124,26 +111,6 @@ TEST(DocumentPath, RandomForestsAgreeWithTheChainWalkedFromItsEnd) {
     ok(ArbForestDestroy(loose));
     ok(ArbFileDestroy(reinterpret_cast<ArbFile*>(children[2])));
   }
-}
-
-// A hundred thousand forests deep.
-TEST(DocumentPath, ADeepChain) {
-  constexpr std::uint32_t kLevels = 100'000;
-  const Source source(nullptr, u"/out/x");
-  Host host(0, source.handle());
-  ArbForest* forest = host.document->rootForest;
-  std::u16string expected = u"/out/";
-  for (std::uint32_t level = 0; level < kLevels; ++level) {
-    forest = addForest(host, forest, level % 3 ? u"a" : u"archive");
-    expected += level % 3 ? u"a/" : u"archive/";
-  }
-  ArbForestChild* const tree = addTree(host, forest, u"t.xml");
-  std::u16string path(expected.size() + 5 + 1 + 1, kGuard);
-  auto size = static_cast<std::uint32_t>(path.size());
-  ok(ArbForestChildGetDocumentPath(tree, path.data(), &size));
-  EXPECT_EQ(path.size(), size) << "one more than the path takes: the file name of the output path";
-  EXPECT_TRUE(path.substr(0, path.size() - 2) == expected + u"t.xml");
-  EXPECT_EQ(0, path[path.size() - 2]);
 }
 
 }  // namespace

@@ -71,15 +71,9 @@ TEST(Naming, CutAt259Units) {
 }
 
 TEST(Naming, TheChildsFormatAndNumber) {
-  const Source source(u"/in/report.doc", nullptr);
-  Host host(0, source.handle(), u"%n:%e");
+  Host host(0, 0, u"%n:%e");
   EXPECT_EQ(u"1:zip", std::u16string(host.document->rootForest->child.name));
-  ArbTree* tree = nullptr;
-  ok(ArbDocumentCreateTree(host.document, u"%n:%e", &tree));
-  EXPECT_EQ(u"2:xml", std::u16string(asChild(tree)->name));
-  ok(ArbTreeDestroy(tree));
-  EXPECT_EQ(u"3", nameOf(host, u"%n"));
-  EXPECT_EQ(u"4", nameOf(host, u"%n"));
+  EXPECT_EQ(u"2:xml", std::u16string(asChild(host.makeTree(nullptr, u"%n:%e"))->name));
   host.document->childCounter = 0x7FFFFFFF;
   EXPECT_EQ(u"-2147483648", nameOf(host, u"%n")) << "numbers are written as signed";
 }
@@ -89,30 +83,26 @@ struct Fetches {
   int input = 0, output = 0;
   bool fails = true;
   std::uint32_t handle = 0;
-};
-Fetches fetches;
-std::uint32_t fetch(std::uint32_t source, std::uint32_t* handle, int& count) {
+} fetches;
+template <int Fetches::*Count>
+std::uint32_t ARB_CALL fetch(std::uint32_t source, std::uint32_t* handle) {
   EXPECT_EQ(4711u, source);
   EXPECT_EQ(0xFFFFFFFFu, *handle);
-  ++count;
+  ++(fetches.*Count);
   if (fetches.fails) return 5;
   *handle = fetches.handle;
   return 0;
 }
-std::uint32_t ARB_CALL fetchInput(std::uint32_t source, std::uint32_t* handle) {
-  return fetch(source, handle, fetches.input);
-}
-std::uint32_t ARB_CALL fetchOutput(std::uint32_t source, std::uint32_t* handle) {
-  return fetch(source, handle, fetches.output);
+void setSlot(Host& host, std::uint32_t slot, ArbFileHandleFunction function) {
+  ok(ArbDocumentSetInterface(host.document, slot, reinterpret_cast<ArbInterfaceFunction>(function)));
 }
 
 TEST(Naming, APathIsFetchedUntilItIsThereAndThenKept) {
   Host host(0, 4711, u"%f");
   EXPECT_EQ(u"out.xml", std::u16string(host.document->rootForest->child.name));
   fetches = {};
-  const auto slot = [](auto function) { return reinterpret_cast<ArbInterfaceFunction>(function); };
-  ok(ArbDocumentSetInterface(host.document, ARB_INTERFACE_FILE_HANDLE, slot(&fetchInput)));
-  ok(ArbDocumentSetInterface(host.document, ARB_INTERFACE_OUTPUT_FILE_HANDLE, slot(&fetchOutput)));
+  setSlot(host, ARB_INTERFACE_FILE_HANDLE, fetch<&Fetches::input>);
+  setSlot(host, ARB_INTERFACE_OUTPUT_FILE_HANDLE, fetch<&Fetches::output>);
   EXPECT_EQ(u"out.xml", nameOf(host, u"%f"));
   EXPECT_EQ(u"plain", nameOf(host, u"plain")) << "every naming fetches, whatever its pattern";
   EXPECT_EQ(2, fetches.input);
@@ -138,21 +128,17 @@ TEST(Naming, ASlotAsksForThePathItself) {
   static ArbForestChild* child;
   static std::uint32_t handle, size;
   static bool asks;
-  child = nullptr;
   Host host(0, 4711, u"%f");
   child = asChild(host.makeForest(host.document->rootForest, u"name"));
   ok(BaseRegisterPath(u"/some/folder/out.xml", &handle));
-  const auto fetchAndAsk = [](std::uint32_t, std::uint32_t* fetched) -> std::uint32_t {
+  setSlot(host, ARB_INTERFACE_OUTPUT_FILE_HANDLE, [](std::uint32_t, std::uint32_t* fetched) -> std::uint32_t {
     *fetched = handle;
     if (std::exchange(asks, false)) {
       size = 0;
       EXPECT_EQ(ARB_ERR_SMALLBUFFER, ArbForestChildGetDocumentPath(child, nullptr, &size));
     }
     return 0;
-  };
-  ArbFileHandleFunction const slot = fetchAndAsk;
-  ok(ArbDocumentSetInterface(host.document, ARB_INTERFACE_OUTPUT_FILE_HANDLE,
-                             reinterpret_cast<ArbInterfaceFunction>(slot)));
+  });
   asks = true;
   char16_t buffer[64] = u"####";
   size = 4;

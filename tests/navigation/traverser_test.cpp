@@ -1,4 +1,4 @@
-// The document-order walk: all callbacks in whole sequences, stopping and skipping, producers that fail, and depth.
+// The document-order walk: all callbacks in whole sequences, stopping and skipping, and producers that fail.
 #include <algorithm>
 #include <functional>
 #include <map>
@@ -63,21 +63,22 @@ class Content {
   // The producer makes only the first `steps` of it.
   explicit Content(std::uint32_t mode = 0, std::size_t steps = kSteps) : host(mode) {
     addAttributeKinds(tree);
-    std::vector<Host::Step> script;
-    script.push_back([this] { return e = open(root, "e", kAttributeKind, 0b1011), ARB_OK; });
-    script.push_back([this] { return ArbNodeAttributesDone(root); });
-    script.push_back([this] { return text(e, "t", ARB_ELEM_TEXT, u"x"); });
-    script.push_back([this] { return ArbNodeAttributesDone(e); });
-    script.push_back([this] { return f = open(e, "f", plainKind(3), 0), ARB_OK; });
-    script.push_back([this] { return text(f, "t3", ARB_ELEM_TEXT_3, u""); });
-    script.push_back([this] { return text(f, "b", ARB_ELEM_ENCODED_BYTES, u"ab"); });
-    script.push_back([this] { return ArbNodeProducerDone(f); });
-    script.push_back([this] { return text(e, "t4", ARB_ELEM_TEXT_4, u"y"); });
-    script.push_back([this] { return ArbNodeAllChildrenAttached(e); });
-    script.push_back([this] { return k = open(root, "k", kAttributeKind, 0b0100), ARB_OK; });
-    script.push_back([this] { return ArbNodeProducerDone(k); });
-    script.push_back([this] { return ArbNodeAllChildrenAttached(root); });
-    for (std::size_t i = 0; i < steps; ++i) host.then(script.at(i));
+    const Host::Step script[kSteps] = {
+        [this] { return e = open(root, "e", kAttributeKind, 0b1011), ARB_OK; },
+        [this] { return ArbNodeAttributesDone(root); },
+        [this] { return text(e, "t", ARB_ELEM_TEXT, u"x"); },
+        [this] { return ArbNodeAttributesDone(e); },
+        [this] { return f = open(e, "f", plainKind(3), 0), ARB_OK; },
+        [this] { return text(f, "t3", ARB_ELEM_TEXT_3, u""); },
+        [this] { return text(f, "b", ARB_ELEM_ENCODED_BYTES, u"ab"); },
+        [this] { return ArbNodeProducerDone(f); },
+        [this] { return text(e, "t4", ARB_ELEM_TEXT_4, u"y"); },
+        [this] { return ArbNodeAllChildrenAttached(e); },
+        [this] { return k = open(root, "k", kAttributeKind, 0b0100), ARB_OK; },
+        [this] { return ArbNodeProducerDone(k); },
+        [this] { return ArbNodeAllChildrenAttached(root); },
+    };
+    for (std::size_t i = 0; i < steps; ++i) host.then(script[i]);
   }
   static constexpr std::size_t kSteps = 13;
 
@@ -178,21 +179,19 @@ TEST(Traverser, CallbacksMayBeNull) {
   EXPECT_EQ(0u, ArbDocumentOrderTraverser(content.root, nullptr, nullptr));
 }
 
+// Null for what is no text.
+decltype(ArbTraverserCallbacks::textNode) textCallbackOf(std::uint32_t id) {
+  if (id == ARB_ELEM_TEXT || id == ARB_ELEM_ENCODED_BYTES) return Walk::text<'1'>;
+  return id == ARB_ELEM_TEXT_3 ? Walk::text<'3'> : id == ARB_ELEM_TEXT_4 ? Walk::text<'4'> : nullptr;
+}
+
 // The walk as a recursion over what there is; `ended`: attributes count as done, since nothing can be waited for.
 void plainWalk(Walk& walk, ArbNode* node, bool ended) {
   const std::string name = walk.names.nameOf(node);
   const std::uint32_t id = node->nodeType->elementId;
-  const auto* const text = reinterpret_cast<const ArbTextNode*>(node);
-  switch (id) {
-    case ARB_ELEM_TEXT:
-    case ARB_ELEM_ENCODED_BYTES:
-      return void(Walk::text<'1'>(text->text, text->textLength, &walk));
-    case ARB_ELEM_TEXT_3:
-      return void(Walk::text<'3'>(text->text, text->textLength, &walk));
-    case ARB_ELEM_TEXT_4:
-      return void(Walk::text<'4'>(text->text, text->textLength, &walk));
-    default:
-      break;
+  if (const auto tell = textCallbackOf(id)) {
+    const auto* const text = reinterpret_cast<const ArbTextNode*>(node);
+    return void(tell(text->text, text->textLength, &walk));
   }
   walk.add("start " + name, nullptr);
   if (ended || node->flags & ARB_NODE_ATTRIBUTES_DONE) {
@@ -254,59 +253,32 @@ TEST(Traverser, ABailOutInTheMiddle) {
   EXPECT_EQ(6u, bailOuts) << "seven runs attach a node; two of them are made by one wait";
 }
 
-// What a callback may do in the middle: run the producer to its end, walk, read and mark nodes, save positions.
+// What a callback may do in the middle: run the producer, wait, walk to the end of the document, make nodes.
 TEST(Traverser, CallbacksCallTheLibrary) {
-  struct Row {
-    const char* name;
-    std::function<void(Content&, ArbNode*)> call;
+  using Act = void (*)(Content&, ArbNode*);
+  const Act acts[] = {
+      [](Content& c, ArbNode*) { ArbDocumentReadAhead(c.host.document); },
+      [](Content&, ArbNode* node) {
+        std::uint32_t count = 0;
+        if (node) ok(ArbNodeWaitChildCount(node, &count));
+      },
+      [](Content& c, ArbNode* node) {
+        Walk inner{c.host.events};
+        c.walk(inner);
+        EXPECT_EQ(Content::whole(), inner.lines);
+        if (!node || node == c.root) return;
+        ArbNode* copy = nullptr;
+        ok(ArbNodeClone(node, nullptr, &copy));
+        ok(ArbNodeDestroy(copy));
+      },
   };
-  const Row rows[] = {
-      {"reads ahead", [](Content& c, ArbNode*) { ArbDocumentReadAhead(c.host.document); }},
-      {"waits for the end", [](Content& c, ArbNode*) { ok(ArbNodeWaitProducerDone(c.root)); }},
-      {"waits for its own children",
-       [](Content&, ArbNode* node) {
-         std::uint32_t count = 0;
-         if (node) ok(ArbNodeWaitChildCount(node, &count));
-       }},
-      {"goes to its last child and back",
-       [](Content& c, ArbNode* node) {
-         if (!node) return;
-         ArbNode* last = nullptr;
-         ok(ArbTreePushCursor(c.tree, node));
-         ok(ArbNodeWaitLastChild(node, &last));
-         ok(ArbTreePopCursor(c.tree, &last));
-         EXPECT_EQ(node, last);
-       }},
-      {"walks",
-       [](Content& c, ArbNode*) {
-         Walk inner{c.host.events};
-         c.walk(inner);
-         EXPECT_EQ(Content::whole(), inner.lines);
-       }},
-      {"makes nodes and metadata",
-       [](Content& c, ArbNode* node) {
-         if (!node || node == c.root) return;
-         ArbNode* copy = nullptr;
-         ok(ArbNodeClone(node, nullptr, &copy));
-         ok(ArbNodeSetMetadata(copy, 1, "value", 5));
-         ok(ArbNodeDestroy(copy));
-       }},
-      {"makes and releases another tree",
-       [](Content& c, ArbNode*) {
-         ArbNode* const other = rootOf(c.host.makeTree());
-         c.host.append(other, "below");
-         ok(ArbNodeProducerReleaseSubtree(other));
-         ok(ArbNodeConsumerReleaseSubtree(other));
-         EXPECT_EQ(1u, other->freedChildCount);
-       }},
-  };
-  for (const Row& row : rows) {
+  for (const Act& act : acts) {
     for (const std::uint32_t steps : {1u, 4u}) {
-      SCOPED_TRACE(testing::Message() << row.name << ", " << steps << " steps per run");
+      SCOPED_TRACE(testing::Message() << "act " << &act - acts << ", " << steps << " steps per run");
       Content content;
       content.host.stepsPerRun = steps;
       Walk walk{content.host.events};
-      walk.during = [&](ArbNode* node) { row.call(content, node); };
+      walk.during = [&](ArbNode* node) { act(content, node); };
       EXPECT_EQ(100 + Content::whole().size(), content.walk(walk));
       EXPECT_EQ(Content::whole(), walk.lines);
     }

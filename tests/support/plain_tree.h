@@ -1,6 +1,6 @@
 // A tree in its plainest form, with recursion and searches wherever they are simplest: the model that random calls are
 // compared with. It knows nodes, flags, releases, the free rule, cells, pending references and their slots, ID strings,
-// metadata, the chunk's counters, and what the host's functions are told.
+// the chunk's counters, and what the host's functions are told.
 #ifndef ARBTREE_TESTS_SUPPORT_PLAIN_TREE_H
 #define ARBTREE_TESTS_SUPPORT_PLAIN_TREE_H
 
@@ -8,7 +8,6 @@
 #include <map>
 #include <memory>
 #include <optional>
-#include <string>
 #include <vector>
 
 #include "arbtree/arbtree.h"
@@ -35,7 +34,6 @@ struct PlainNode {
   bool freeing = false;
   PlainNode* parent = nullptr;
   std::vector<PlainNode*> children{};
-  std::map<std::uint32_t, std::string> metadata{};
 
   bool has(std::uint32_t flag) const { return (flags & flag) != 0; }
   bool contains(const PlainNode* other) const {
