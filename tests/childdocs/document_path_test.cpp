@@ -13,11 +13,16 @@ namespace {
 
 constexpr char16_t kGuard = u'#';
 
-// The path, after every capacity that matters has been tried. `needed` gets the capacity it asks for.
-std::u16string pathOf(ArbForestChild* child, std::uint32_t* neededOut = nullptr) {
+struct Path {
+  std::u16string text;
+  std::size_t needed;  // the capacity that it asks for
+  bool operator==(const Path&) const = default;
+};
+
+// The path, after every capacity that matters has been tried.
+Path pathOf(ArbForestChild* child) {
   std::uint32_t needed = 0;
   EXPECT_EQ(ARB_ERR_SMALLBUFFER, ArbForestChildGetDocumentPath(child, nullptr, &needed));
-  if (neededOut) *neededOut = needed;
   std::u16string path;
   for (const std::uint32_t capacity : {0u, 1u, needed / 2, needed - 1, needed, needed + 1, 0xFFFFFFFFu}) {
     SCOPED_TRACE(testing::Message() << "capacity " << capacity << " for " << needed);
@@ -39,21 +44,16 @@ std::u16string pathOf(ArbForestChild* child, std::uint32_t* neededOut = nullptr)
     EXPECT_EQ(fits ? ARB_OK : ARB_ERR_SMALLBUFFER, ArbForestChildGetDocumentPath(child, nullptr, &size));
     EXPECT_EQ(needed, size);
   }
-  return path;
+  return {path, needed};
 }
 
-struct ModelPath {
-  std::u16string path;
-  std::size_t needed;
-};
-
 // The path built from the chain's end downwards.
-ModelPath plainPath(const ArbForestChild* child, const std::u16string& output) {
+Path plainPath(const ArbForestChild* child, const std::u16string& output) {
   std::vector<const ArbForestChild*> chain;
   for (const ArbForestChild* link = child; link; link = link->parent ? &link->parent->child : nullptr)
     chain.push_back(link);
   bool prefix = true;
-  ModelPath model{{}, 1};
+  Path model{{}, 1};
   for (const ArbForestChild* const link : chain) {
     if (link->kind != ARB_CHILD_FOREST) continue;
     const std::uint32_t type = reinterpret_cast<const ArbForest*>(link)->archiveType;
@@ -62,17 +62,17 @@ ModelPath plainPath(const ArbForestChild* child, const std::u16string& output) {
   }
   if (prefix) model.needed += output.size();
   if (prefix && chain.size() > 1) {
-    model.path = output;
-    while (!model.path.empty() && model.path.back() != u'/' && model.path.back() != u'\\') model.path.pop_back();
+    model.text = output;
+    while (!model.text.empty() && model.text.back() != u'/' && model.text.back() != u'\\') model.text.pop_back();
   }
   std::reverse(chain.begin(), chain.end());
   for (const ArbForestChild* const link : chain) {
     const std::u16string name = link->name;
     if (link == child) {
-      model.path += name;
+      model.text += name;
       model.needed += name.size();
     } else if (reinterpret_cast<const ArbForest*>(link)->archiveType != 0) {
-      model.path += name + u"/";
+      model.text += name + u"/";
       model.needed += name.size() + 1;
     }
   }
@@ -103,10 +103,7 @@ TEST(DocumentPath, RandomForestsAgreeWithTheChainWalkedFromItsEnd) {
       children.push_back(asChild(host.makeTree(forests.back(), names[below(5)])));
     }
     for (ArbForestChild* const child : children) {
-      const ModelPath model = plainPath(child, output ? output : u"");
-      std::uint32_t needed = 0;
-      ASSERT_EQ(model.path, pathOf(child, &needed));
-      ASSERT_EQ(model.needed, needed);
+      ASSERT_TRUE(plainPath(child, output ? output : u"") == pathOf(child));
     }
     ok(ArbForestDestroy(loose));
     ok(ArbFileDestroy(reinterpret_cast<ArbFile*>(children[2])));

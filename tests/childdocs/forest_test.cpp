@@ -68,20 +68,12 @@ class Forests {
   using Call = void (Forests::*)(PlainChild& forest, PlainChild& child);
   void call(bool inRun) {
     using F = Forests;
-    constexpr std::uint32_t kRunCalls = 5;  // so many are made by runs as well
-    static constexpr Call kCalls[] = {&F::create,
-                                      &F::append,
-                                      &F::close,
-                                      &F::setArchiveType,
-                                      &F::done,
-                                      &F::producerRelease,
-                                      &F::append,
-                                      &F::consumerRelease,
-                                      &F::producerReleaseSubtree,
-                                      &F::navigate,
-                                      &F::destroy,
-                                      &F::consumerReleaseSubtree};
-    const Call chosen = kCalls[below(inRun ? kRunCalls : std::size(kCalls))];
+    static constexpr Call kInRuns[] = {&F::create, &F::append, &F::close, &F::setArchiveType, &F::done};
+    static constexpr Call kOthers[] = {&F::append,          &F::navigate,        &F::producerRelease,
+                                       &F::producerSubtree, &F::consumerRelease, &F::consumerSubtree,
+                                       &F::destroy};
+    const std::size_t at = below(std::size(kInRuns) + (inRun ? 0 : std::size(kOthers)));
+    const Call chosen = at < std::size(kInRuns) ? kInRuns[at] : kOthers[at - std::size(kInRuns)];
     PlainChild* forest = nullptr;
     while (!forest || !forest->isForest()) forest = children_[below(children_.size())].get();
     (this->*chosen)(*forest, *children_[below(children_.size())]);
@@ -155,7 +147,7 @@ class Forests {
     give(child, kClosed | kDone | kProducer);
     return ARB_OK;
   }
-  void producerReleaseSubtree(PlainChild& forest, PlainChild&) {
+  void producerSubtree(PlainChild& forest, PlainChild&) {
     EXPECT_EQ(releaseAsProducer(forest), ArbForestProducerReleaseSubtree(forest.forest()));
   }
 
@@ -177,7 +169,7 @@ class Forests {
     EXPECT_EQ(status, ArbForestChildConsumerRelease(child.real));
     if (status == ARB_OK) child.flags |= kConsumer;
   }
-  void consumerReleaseSubtree(PlainChild& forest, PlainChild&) {
+  void consumerSubtree(PlainChild& forest, PlainChild&) {
     EXPECT_EQ(releaseAsConsumer(forest), ArbForestConsumerReleaseSubtree(forest.forest()));
   }
   // A question whose answer a run may bring, unless it is refused.

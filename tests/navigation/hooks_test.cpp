@@ -2,7 +2,6 @@
 #include <algorithm>
 #include <iterator>
 #include <random>
-#include <string>
 #include <utility>
 #include <vector>
 
@@ -13,14 +12,14 @@
 namespace arbtree::test {
 namespace {
 
+using Calls = std::vector<std::pair<std::uint32_t, std::uintptr_t>>;  // what the hook returned, what it was given
 struct Hook {
-  Lines* lines;
-  std::string name;
+  Calls* calls;
   std::uint32_t result;
 };
 std::uint32_t ARB_CALL onHook(std::uintptr_t argument, void* context) {
   const auto& hook = *static_cast<const Hook*>(context);
-  hook.lines->push_back(joined({hook.name, " ", std::to_string(argument)}));
+  hook.calls->emplace_back(hook.result, argument);
   return hook.result;
 }
 
@@ -29,9 +28,7 @@ class Hooks : public TreeTest {
   ArbStatus set(std::uint32_t event, std::uint32_t id, Hook& hook) {
     return ArbTreeSetProducerNodeHook(tree, event, id, onHook, &hook);
   }
-  Lines take() { return std::exchange(lines, {}); }
-
-  Lines lines;
+  Calls calls;
 };
 
 // The hooks of a table in order of registration; a call is a pass over all of them.
@@ -47,7 +44,7 @@ struct PlainTable {
     if (entries.size() == capacity) capacity = capacity ? 2 * capacity : 128;
     entries.push_back(entry);
   }
-  ArbStatus call(std::uint32_t event, std::uint32_t id, ArbNode* node, std::uint32_t* result, Lines& lines) const {
+  ArbStatus call(std::uint32_t event, std::uint32_t id, ArbNode* node, std::uint32_t* result, Calls& calls) const {
     const bool asks = event == ARB_HOOK_QUERY;
     const bool takesNode =
         event == ARB_HOOK_NODE || event == ARB_HOOK_ATTRIBUTES_DONE || event == ARB_HOOK_PRODUCER_RELEASE;
@@ -55,8 +52,7 @@ struct PlainTable {
     for (const Entry& entry : entries) {
       if (entry.event != event || entry.id != id || !(asks || takesNode)) continue;
       if (asks && !result) return ARB_ERR_BADARG;
-      const std::uintptr_t argument = asks ? id : reinterpret_cast<std::uintptr_t>(node);
-      lines.push_back(joined({entry.hook->name, " ", std::to_string(argument)}));
+      calls.emplace_back(entry.hook->result, asks ? id : reinterpret_cast<std::uintptr_t>(node));
       if (asks) *result = entry.hook->result;
     }
     return ARB_OK;
@@ -66,7 +62,7 @@ struct PlainTable {
 TEST_F(Hooks, AnyCallsAgreeWithAPlainTable) {
   std::mt19937 random(testSeed());
   const auto below = [&](std::size_t count) { return static_cast<std::uint32_t>(random() % count); };
-  Hook hooks[] = {{&lines, "a", 10}, {&lines, "b", 20}, {&lines, "c", 30}};
+  Hook hooks[] = {{&calls, 10}, {&calls, 20}, {&calls, 30}};
   const std::uint32_t ids[] = {0, 7, 8, 0x7FFFFFFF, 0x80000000, 0xFFFFFFFF};
   PlainTable table, kept;
   ArbSavedHooks* saved = nullptr;
@@ -91,11 +87,11 @@ TEST_F(Hooks, AnyCallsAgreeWithAPlainTable) {
     } else {
       ArbNode* const node = below(4) ? root : nullptr;
       std::uint32_t result = 99, expected = 99;
-      Lines expectedLines;
+      Calls expectedCalls;
       const bool asked = below(4) != 0;
-      ASSERT_EQ(table.call(event, id, node, asked ? &expected : nullptr, expectedLines),
+      ASSERT_EQ(table.call(event, id, node, asked ? &expected : nullptr, expectedCalls),
                 ArbTreeCallProducerNodeHook(tree, event, id, node, asked ? &result : nullptr));
-      ASSERT_EQ(expectedLines, take());
+      ASSERT_EQ(expectedCalls, std::exchange(calls, {}));
       ASSERT_EQ(expected, result);
     }
     ASSERT_EQ(table.entries.size(), tree->hookCount);
@@ -107,15 +103,15 @@ TEST_F(Hooks, AnyCallsAgreeWithAPlainTable) {
 }
 
 TEST_F(Hooks, RegistrationEndsWithTheProducerAndTheTableWithItsRelease) {
-  Hook a = {&lines, "a", 0};
+  Hook a = {&calls, 0};
   ok(set(ARB_HOOK_PRODUCER_RELEASE, ARB_ELEM_ROOT, a));
   ok(ArbForestChildProducerDone(asChild(tree)));
   EXPECT_EQ(ARB_ERR_LOCKED, set(ARB_HOOK_NODE, 7, a));
   ok(ArbTreeCallProducerNodeHook(tree, ARB_HOOK_PRODUCER_RELEASE, ARB_ELEM_ROOT, root, nullptr));
-  EXPECT_EQ(1u, take().size());
+  EXPECT_EQ(1u, std::exchange(calls, {}).size());
   ok(ArbForestChildProducerRelease(asChild(tree)));
   EXPECT_TRUE(root->flags & ARB_NODE_PRODUCER_RELEASED);
-  EXPECT_EQ(Lines{}, take()) << "the hooks are cleared before the nodes are released";
+  EXPECT_EQ(Calls{}, calls) << "the hooks are cleared before the nodes are released";
   EXPECT_EQ(0u, tree->hookCount);
   EXPECT_EQ(ARB_ERR_LOCKED, set(ARB_HOOK_NODE, 7, a));
 }

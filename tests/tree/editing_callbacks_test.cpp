@@ -5,7 +5,7 @@
 #include <string>
 
 #include "support/host.h"
-#include "support/small_stack.h"
+#include "tree/node.h"
 
 namespace arbtree::test {
 namespace {
@@ -22,14 +22,13 @@ class Document {
       const char *parent, *name;
     } rows[] = {{"root", "g"}, {"g", "q"}, {"root", "p"}, {"p", "a"}, {"a", "c"},
                 {"a", "d"},    {"p", "b"}, {"b", "e"},    {"p", "f"}, {"root", "z"}};
-    nodes["root"] = root;
-    for (const auto& row : rows) nodes[row.name] = host.append(nodes[row.parent], row.name);
-    nodes["x"] = host.make(root->tree, "x");
-    for (const auto& [name, node] : nodes) cells[name] = node->cell;
+    enter(root);
+    for (const auto& row : rows) enter(host.append((*this)[row.parent], row.name));
+    enter(host.make(root->tree, "x"));
     host.record();
     ok(ArbDocumentRegisterCallback(host.document, onEvent, this));
   }
-  ArbNode* operator[](const char* name) { return nodes.at(name); }
+  ArbNode* operator[](const char* name) { return nodes.at(name).get(); }
 
   // What happened, and what has become of the nodes.
   Lines outcome() {
@@ -40,20 +39,21 @@ class Document {
   ~Document() {
     edit = nullptr;
     ok(ArbDocumentUnregisterCallback(host.document, onEvent));
-    for (const auto& [name, node] : nodes) {
-      if (resolve(cells[name]) == node && !(node->flags & ARB_NODE_LINKED)) ok(ArbNodeDestroy(node));
+    for (const auto& [name, watch] : nodes) {
+      ArbNode* const node = watch.get();
+      if (node && !(node->flags & ARB_NODE_LINKED)) ok(ArbNodeDestroy(node));
     }
   }
 
   Host host{1};
   ArbNode* root;
-  std::map<std::string, ArbNode*> nodes;
-  std::map<std::string, const ArbNodeRef*> cells;
+  std::map<std::string, NodeWatch> nodes;  // by name
   std::uint32_t event = 0;
   const ArbNode* about = nullptr;
   Edit edit = nullptr;
 
  private:
+  void enter(const ArbNode* node) { nodes[host.events.nameOf(node)] = NodeWatch(*node); }
   static std::uint32_t ARB_CALL onEvent(ArbDocument*, std::uint32_t event, void* node, void* self) {
     auto& document = *static_cast<Document*>(self);
     if (document.edit && event == document.event && node == document.about)
@@ -182,22 +182,20 @@ TEST(EditingCallbacks, ANodeIsRemovedInItsLinkEvent) {
 
 // The source's nodes are unlinked while they are copied.
 TEST(EditingCallbacks, CloningASubtree) {
-  for (const char* const unlinked : {"a", "c", "b", "p"}) {
+  // When the first copy, of c, is linked, the walk stands at c below a below p.
+  const std::map<const char*, std::uint32_t> rows = {{"a", 1}, {"c", 3}, {"b", 2}, {"p", 3}};
+  for (const auto& [unlinked, children] : rows) {
     SCOPED_TRACE(unlinked);
     Document document;
-    struct Unlink {
-      static std::uint32_t ARB_CALL onMade(ArbDocument*, std::uint32_t event, void*, void* node) {
-        if (event == ARB_EVENT_NODE_LINKED) ArbNodeRemoveFromTree(static_cast<ArbNode*>(node));
-        return 0;
-      }
+    const auto unlink = [](ArbDocument*, std::uint32_t event, void*, void* node) -> std::uint32_t {
+      if (event == ARB_EVENT_NODE_LINKED) ArbNodeRemoveFromTree(static_cast<ArbNode*>(node));
+      return 0;
     };
-    ok(ArbDocumentRegisterCallback(document.host.document, Unlink::onMade, document[unlinked]));
+    ok(ArbDocumentRegisterCallback(document.host.document, unlink, document[unlinked]));
     ArbNode* copy = nullptr;
     ok(ArbNodeCloneSubtree(document["p"], nullptr, &copy));
-    ok(ArbDocumentUnregisterCallback(document.host.document, Unlink::onMade));
-    // When the first copy, of c, is linked, the walk stands at c below a below p.
-    const std::map<std::string, std::uint32_t> children = {{"a", 1}, {"c", 3}, {"b", 2}, {"p", 3}};
-    EXPECT_EQ(children.at(unlinked), copy->childCount);
+    ok(ArbDocumentUnregisterCallback(document.host.document, unlink));
+    EXPECT_EQ(children, copy->childCount);
     ok(ArbNodeDestroy(copy));
   }
 }

@@ -497,15 +497,9 @@ class Sequence {
 
   // What is not below the root is its maker's to destroy.
   void destroyAll() {
-    for (std::size_t i = 1; i < model_.nodes.size();) {
-      PlainNode* const node = model_.nodes[i].get();
-      if (node->has(ARB_NODE_LINKED)) {
-        ++i;
-        continue;
-      }
-      expectStatus(ARB_OK, ArbNodeDestroy(node->real));
-      model_.destroy(node);
-      i = 1;
+    for (std::size_t i = model_.nodes.size(); i-- > 1;) {
+      if (i >= model_.nodes.size() || model_.nodes[i]->has(ARB_NODE_LINKED)) continue;
+      simple<&PlainTree::destroy, ArbNodeDestroy>(model_.nodes[i].get(), nullptr);
     }
     host_.destroy();
   }
