@@ -40,23 +40,30 @@ TEST_F(Creation, AFailureReportsTheCallersNodeAndTakesNothing) {
   }
 }
 
-// While its root is being made a tree has none yet, and an event callback can see it so.
+// While its root is being made a tree has none yet, and an event callback can see it so. Nobody frees the root by
+// releasing it then.
 TEST(CreationOfATree, HasNoRootWhileItIsBeingMade) {
   Host host;
   host.endResult = 13;
-  const auto askForRoot = [](ArbDocument*, std::uint32_t, void* root, void*) -> std::uint32_t {
-    ArbTree* const tree = static_cast<ArbNode*>(root)->tree;
+  const auto askAndRelease = [](ArbDocument*, std::uint32_t event, void* root, void*) -> std::uint32_t {
+    EXPECT_NE(ARB_EVENT_NODE_FREED, event);
+    if (event != ARB_EVENT_NODE_CREATED) return 0;
+    auto* const made = static_cast<ArbNode*>(root);
     ArbNode* node = untouchedNode();
-    EXPECT_EQ(ARB_ERR_NOTREADY, ArbTreeQueryRootNode(tree, &node));
+    EXPECT_EQ(ARB_ERR_NOTREADY, ArbTreeQueryRootNode(made->tree, &node));
     EXPECT_EQ(untouchedNode(), node);
-    EXPECT_EQ(13u, ArbTreeWaitRootNode(tree, &node));
+    EXPECT_EQ(13u, ArbTreeWaitRootNode(made->tree, &node));
     EXPECT_EQ(nullptr, node);
+    ok(ArbNodeProducerRelease(made));
+    ok(ArbNodeConsumerRelease(made));
     return 0;
   };
-  ok(ArbDocumentRegisterCallback(host.document, askForRoot, nullptr));
-  host.makeTree();
+  ok(ArbDocumentRegisterCallback(host.document, askAndRelease, nullptr));
+  ArbNode* const root = rootOf(host.makeTree());
+  ok(ArbDocumentUnregisterCallback(host.document, askAndRelease));
   EXPECT_EQ(1u, host.runs.size());
-  ok(ArbDocumentUnregisterCallback(host.document, askForRoot));
+  ASSERT_NE(nullptr, root);
+  EXPECT_EQ(ARB_ERR_RELEASED, ArbNodeProducerRelease(root));
 }
 
 }  // namespace

@@ -25,8 +25,8 @@ void grow(ArbNode* top, std::uint32_t count, bool deep) {
   ArbNode* parent = top;
   for (std::uint32_t i = 0; i < count; ++i) {
     ArbNode* node = nullptr;
-    ASSERT_EQ(ARB_OK, ArbTreeCreateNode(top->tree, elementId(1), nullptr, &node));
-    ASSERT_EQ(ARB_OK, ArbNodeAppendChild(parent, node));
+    ok(ArbTreeCreateNode(top->tree, elementId(1), nullptr, &node));
+    ok(ArbNodeAppendChild(parent, node));
     if (deep) parent = node;
   }
 }
@@ -70,7 +70,7 @@ struct Work {
   bool gone;  // the script frees the subtree
 };
 
-void inEachShape(const Work& work, bool deep) {
+void inShape(const Work& work, bool deep) {
   SCOPED_TRACE(testing::Message() << work.name << (deep ? ", deep" : ", wide"));
   const std::uint32_t count = deep ? kLevels : kChildren;
   const std::uint64_t elements = liveElements();
@@ -91,25 +91,24 @@ void inEachShape(const Work& work, bool deep) {
 }
 
 TEST(DeepTree, EveryWalkInConstantStack) {
-  for (const Work& work : {Work{"destroyed while loose", 0, "x", 0, 1, true},
-                           Work{"attached and destroyed with the document", 0, "a", 0, 0, false},
-                           Work{"tree destroyed by itself", 0, "at", 0, 1, true},
-                           Work{"completed, walked, released by producer then consumer", 0, "adwpc", 1, 0, true},
-                           Work{"completed, released by consumer then producer", 0, "adcp", 1, 0, true},
-                           Work{"released through the child document", 0, "af", 1, 0, true},
-                           Work{"no consumer, released by the producer", 1, "adp", 1, 0, true}}) {
-    inEachShape(work, true);
-    inEachShape(work, false);
+  const Work works[] = {{"destroyed while loose", 0, "x", 0, 1, true},
+                        {"attached and destroyed with the document", 0, "a", 0, 0, false},
+                        {"tree destroyed by itself", 0, "at", 0, 1, true},
+                        {"completed, walked, released by producer then consumer", 0, "adwpc", 1, 0, true},
+                        {"completed, released by consumer then producer", 0, "adcp", 1, 0, true},
+                        {"released through the child document", 0, "af", 1, 0, true},
+                        {"no consumer, released by the producer", 1, "adp", 1, 0, true}};
+  for (const Work& work : works) {
+    for (const bool deep : {true, false}) inShape(work, deep);
   }
 }
 
 TEST(DeepTree, OneReleaseFreesAMillionAncestors) {
-  for (const Work& work :
-       {Work{"the consumer's release", 0, "apC", 1, 0, true}, Work{"the producer's release", 0, "acP", 1, 0, true},
-        Work{"the producer's release without a consumer", 1, "aP", 1, 0, true},
-        Work{"releases below a top that is linked to nothing", 0, "dLx", 1, 0, true}}) {
-    inEachShape(work, true);
-  }
+  const Work works[] = {{"the consumer's release", 0, "apC", 1, 0, true},
+                        {"the producer's release", 0, "acP", 1, 0, true},
+                        {"the producer's release without a consumer", 1, "aP", 1, 0, true},
+                        {"releases below a top that is linked to nothing", 0, "dLx", 1, 0, true}};
+  for (const Work& work : works) inShape(work, true);
 }
 
 }  // namespace

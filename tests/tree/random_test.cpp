@@ -10,6 +10,7 @@
 #include <iterator>
 #include <random>
 #include <sstream>
+#include <tuple>
 
 #include "arbtree/elemdefs.h"
 #include "platform/heap.h"
@@ -22,14 +23,9 @@ namespace {
 
 constexpr std::uint32_t kNamespace = 23;
 constexpr std::uint32_t kKind = elementId(1, kNamespace), kTopKind = elementId(1, kNamespace, 3);
-constexpr std::uint32_t kKinds[] = {kKind,
-                                    kKind,
-                                    kTopKind,
-                                    ARB_ELEM_TEXT,
-                                    ARB_ELEM_TEXT_3,
-                                    ARB_ELEM_TEXT_4,
-                                    ARB_ELEM_ENCODED_BYTES,
-                                    ARB_ELEM_EXTERNAL_REFERENCE};
+constexpr std::uint32_t kKinds[] = {
+    kKind,           kKind,          kTopKind, ARB_ELEM_TEXT, ARB_ELEM_ENCODED_BYTES, ARB_ELEM_EXTERNAL_REFERENCE,
+    ARB_ELEM_TEXT_3, ARB_ELEM_TEXT_4};
 constexpr std::uint32_t kOtherIds[] = {ARB_ELEM_ROOT, 1, elementId(1, kNamespace + 1)};
 
 // Nodes of another tree: a loose one, and one that is linked.
@@ -141,7 +137,7 @@ class Sequence {
     const WeightedCall& chosen = *list[random_() % list.size()];
     PlainNode* const a = model_.nodes[random_() % model_.nodes.size()].get();
     PlainNode* const b = model_.nodes[random_() % model_.nodes.size()].get();
-    log_.push_back({chosen.name, a->number, b->number});
+    log_.emplace_back(chosen.name, a->number, b->number);
     (this->*chosen.call)(a, b);
     expect("what the host is told", model_.happened == happened);
     expect("nodes in the chunk", model_.chunkNodes == host_.document->chunkNodes);
@@ -197,7 +193,7 @@ class Sequence {
     if (holds || !same_) return;
     same_ = false;
     what_ << "differs: " << what << "; the calls were";
-    for (const Entry& entry : log_) what_ << "\n  " << entry.call << " #" << entry.a << " #" << entry.b;
+    for (const auto& [call, a, b] : log_) what_ << "\n  " << call << " #" << a << " #" << b;
   }
   void expectStatus(ArbStatus model, ArbStatus library) {
     if (model != library && same_) what_ << "status " << library << " instead of " << model << ", ";
@@ -504,19 +500,15 @@ class Sequence {
     host_.destroy();
   }
 
-  struct Entry {
-    const char* call;
-    std::uint32_t a, b;
-  };
   std::mt19937 random_;
   const Length length_;
   Host host_;
   ArbTree* tree_ = nullptr;
   PlainTree model_;
   std::vector<ArbString*> names_;
-  std::vector<ArbNodeRef*> pending_;  // references without a node
-  std::vector<ArbNodeRef*> held_;     // cells that a host may still look at
-  std::vector<Entry> log_;
+  std::vector<ArbNodeRef*> pending_;                                        // references without a node
+  std::vector<ArbNodeRef*> held_;                                           // cells that a host may still look at
+  std::vector<std::tuple<const char*, std::uint32_t, std::uint32_t>> log_;  // the calls and their nodes
   std::uint32_t separateStreams_ = 0;
   std::uint32_t runsToCome_ = 0;
   std::function<bool()> isAnswered_;  // of the wait in progress

@@ -7,11 +7,10 @@ namespace {
 
 // A callback within a run releases the node at which a walk waits, which frees it: the walk ends, and what it has not
 // come to stays.
-TEST(ReleaseOfNodes, EndsAtANodeThatACallbackFrees) {
+TEST(ReleaseByACallback, EndsTheWalkOrWaitAtTheNode) {
   for (const bool bySibling : {true, false}) {
     Host host;
-    ArbTree* const tree = host.makeTree();
-    ArbNode* const root = rootOf(tree);
+    ArbNode* const root = rootOf(host.makeTree());
     const auto releaseEarlier = [](ArbDocument*, std::uint32_t event, void* node, void*) -> std::uint32_t {
       if (event != ARB_EVENT_NODE_LINKED) return 0;
       ArbNode* const previous = resolve(static_cast<ArbNode*>(node)->prevSiblingCell);
@@ -22,7 +21,7 @@ TEST(ReleaseOfNodes, EndsAtANodeThatACallbackFrees) {
     for (const char* const name : {"a", "b", "c"}) {
       host.then([&host, root, name] { return ok(ArbNodeProducerRelease(host.append(root, name))), kPause; });
     }
-    host.then([tree] { return ArbForestChildProducerRelease(asChild(tree)); });
+    host.then([root] { return ArbNodeProducerRelease(root); });
     if (bySibling) {
       EXPECT_EQ(ARB_OK, ArbNodeConsumerReleaseSubtree(root));
     } else {
@@ -36,25 +35,6 @@ TEST(ReleaseOfNodes, EndsAtANodeThatACallbackFrees) {
     EXPECT_EQ(1u, root->freedChildCount);
     ok(ArbDocumentUnregisterCallback(host.document, releaseEarlier));
   }
-}
-
-// Not even by whoever releases it as soon as it is made, when the tree does not know it yet.
-TEST(ReleaseOfTheRoot, NeverFreesIt) {
-  Host host(1);  // without a consumer
-  const auto release = [](ArbDocument*, std::uint32_t event, void* node, void*) -> std::uint32_t {
-    EXPECT_NE(ARB_EVENT_NODE_FREED, event);
-    if (event == ARB_EVENT_NODE_CREATED) ok(ArbNodeProducerRelease(static_cast<ArbNode*>(node)));
-    return 0;
-  };
-  ok(ArbDocumentRegisterCallback(host.document, release, nullptr));
-  ArbTree* tree = nullptr;
-  ok(ArbDocumentCreateTree(host.document, u"t", &tree));
-  ok(ArbDocumentUnregisterCallback(host.document, release));
-  ArbNode* const root = ArbTreeRootNode(tree);
-  ASSERT_NE(nullptr, root);
-  EXPECT_EQ(ARB_ELEM_ROOT, root->nodeType->elementId);
-  EXPECT_EQ(ARB_ERR_RELEASED, ArbNodeProducerRelease(root));
-  ok(ArbTreeDestroy(tree));
 }
 
 using ReleaseOfASubtree = TreeTest;
