@@ -113,13 +113,11 @@ TEST(Naming, APathIsFetchedUntilItIsThereAndThenKept) {
   EXPECT_EQ(u"out.xml", nameOf(host, u"%f"));
   EXPECT_EQ(3, fetches.input);
   ok(BaseRegisterPath(u"/a/file.txt", &fetches.handle));
-  EXPECT_EQ(u"file.txt", nameOf(host, u"%f"));
-  EXPECT_EQ(u"file", nameOf(host, u"%B"));
+  EXPECT_EQ(u"file.txt file", nameOf(host, u"%f %B"));
+  ok(BaseReleaseHandle(fetches.handle));
+  EXPECT_EQ(u"file.txt file", nameOf(host, u"%f %B"));
   EXPECT_EQ(4, fetches.input);
   EXPECT_EQ(4, fetches.output);
-  ok(BaseReleaseHandle(fetches.handle));
-  EXPECT_EQ(u"file.txt", nameOf(host, u"%f"));
-  EXPECT_EQ(4, fetches.input);
 }
 
 // A slot's function that asks for the path meanwhile, through the variable that the outer call was given: the path is

@@ -23,8 +23,7 @@ std::uint32_t ARB_CALL onHook(std::uintptr_t argument, void* context) {
   return hook.result;
 }
 
-class Hooks : public TreeTest {
- protected:
+struct Hooks : TreeTest {
   ArbStatus set(std::uint32_t event, std::uint32_t id, Hook& hook) {
     return ArbTreeSetProducerNodeHook(tree, event, id, onHook, &hook);
   }

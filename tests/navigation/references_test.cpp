@@ -1,4 +1,4 @@
-// ID strings: after their tree or their node is gone, and generated from the largest numbers.
+// References and ID strings after their tree or their node is gone, of a tree that is done, and without a cell.
 // Making, binding, reading, waiting for and freeing references is part of the random calls
 // (tests/tree/random_test.cpp).
 #include <string>
@@ -82,17 +82,6 @@ TEST_F(References, ACellThatWasKeptOnceIsKeptOn) {
     EXPECT_NE(cell, linked()->cell);
     EXPECT_EQ(cell, named(name));
     EXPECT_EQ(nullptr, resolve(cell));
-  }
-}
-
-TEST_F(References, AGeneratedStringIsTheHexNumber) {
-  for (const char16_t* const text : {u"ID80000000", u"IDffffffff"}) {
-    host.document->nodeCounter = text[2] == u'8' ? 0x7FFFFFFF : 0xFFFFFFFE;
-    ArbNode* const node = linked();
-    ok(ArbNodeAttributesDone(node));
-    ArbString* const name = nameOf(node->cell);
-    EXPECT_EQ(std::u16string(text), name->text);
-    EXPECT_EQ(name, nameOf(node->cell)) << "kept";
   }
 }
 

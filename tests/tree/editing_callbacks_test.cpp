@@ -74,15 +74,6 @@ void recursively(ArbNode* node) {
   if (!before && resolve(cell) == node) Finish(node);
 }
 
-struct SubtreeCall {
-  ArbStatus(ARB_CALL* library)(ArbNode*);
-  void (*recursion)(ArbNode*);
-};
-const SubtreeCall kSubtreeCalls[] = {
-    {ArbNodeProducerDoneSubtree, recursively<ARB_NODE_ATTRIBUTES_DONE | ARB_NODE_CHILDREN_DONE, ArbNodeProducerDone>},
-    {ArbNodeProducerReleaseSubtree, recursively<ARB_NODE_PRODUCER_RELEASED, ArbNodeProducerRelease>},
-};
-
 const struct {
   const char* name;
   Document::Edit edit;
@@ -108,28 +99,34 @@ const struct {
     {"release b and what is below it", [](Document& d) { ArbNodeProducerReleaseSubtree(d["b"]); }},
 };
 
-TEST(EditingCallbacks, TheProducersSubtreeCalls) {
-  for (const SubtreeCall& call : kSubtreeCalls) {
-    for (const auto& [name, edit] : kEdits) {
-      for (const char* const about : {"c", "d", "a", "e"}) {
-        for (const std::uint32_t event :
-             {ARB_EVENT_ATTRIBUTES_DONE, ARB_EVENT_CHILDREN_DONE, ARB_EVENT_PRODUCER_RELEASE}) {
-          SCOPED_TRACE(testing::Message() << name << " at event " << event << " of " << about
-                                          << (&call == kSubtreeCalls ? ", done" : ", release"));
-          Lines outcomes[2];
-          for (const bool plain : {true, false}) {
-            Document document;
-            document.event = event;
-            document.about = document[about];
-            document.edit = edit;
-            plain ? call.recursion(document["p"]) : ok(call.library(document["p"]));
-            outcomes[plain] = document.outcome();
-          }
-          EXPECT_EQ(outcomes[true], outcomes[false]);
+template <std::uint32_t Done, ArbStatus(ARB_CALL* Finish)(ArbNode*)>
+void compareWithTheRecursion(ArbStatus(ARB_CALL* library)(ArbNode*)) {
+  for (const auto& [name, edit] : kEdits) {
+    for (const char* const about : {"c", "d", "a", "e"}) {
+      for (const std::uint32_t event :
+           {ARB_EVENT_ATTRIBUTES_DONE, ARB_EVENT_CHILDREN_DONE, ARB_EVENT_PRODUCER_RELEASE}) {
+        SCOPED_TRACE(testing::Message() << name << " at event " << event << " of " << about);
+        Lines outcomes[2];
+        for (const bool plain : {true, false}) {
+          Document document;
+          document.event = event;
+          document.about = document[about];
+          document.edit = edit;
+          plain ? recursively<Done, Finish>(document["p"]) : ok(library(document["p"]));
+          outcomes[plain] = document.outcome();
         }
+        EXPECT_EQ(outcomes[true], outcomes[false]);
       }
     }
   }
+}
+
+TEST(EditingCallbacks, CompletingASubtree) {
+  constexpr std::uint32_t kDone = ARB_NODE_ATTRIBUTES_DONE | ARB_NODE_CHILDREN_DONE;
+  compareWithTheRecursion<kDone, ArbNodeProducerDone>(ArbNodeProducerDoneSubtree);
+}
+TEST(EditingCallbacks, ReleasingASubtree) {
+  compareWithTheRecursion<ARB_NODE_PRODUCER_RELEASED, ArbNodeProducerRelease>(ArbNodeProducerReleaseSubtree);
 }
 
 // Which nodes have entered the tree when p(a(c d) b(e) f) is linked and an event of one of them edits.
@@ -147,6 +144,7 @@ TEST(EditingCallbacks, LinkingASubtree) {
       {"remove the top", ARB_EVENT_NODE_IN_TREE, "c", [](Document& d) { ArbNodeRemoveFromTree(d["p"]); }, "pacdbef"},
       {"remove the next", ARB_EVENT_NODE_IN_TREE, "a", [](Document& d) { ArbNodeRemoveFromTree(d["b"]); }, "pacdf"},
       {"free the lowest", ARB_EVENT_NODE_IN_TREE, "c", [](Document& d) { ArbNodeProducerRelease(d["c"]); }, "pacbef"},
+      {"remove what is linked", ARB_EVENT_NODE_LINKED, "p", [](Document& d) { ArbNodeRemoveFromTree(d["p"]); }, ""},
       {"destroy what is linked", ARB_EVENT_NODE_LINKED, "p", [](Document& d) { ArbNodeDestroy(d["p"]); }, ""},
   };
   for (const auto& row : rows) {
@@ -168,16 +166,6 @@ TEST(EditingCallbacks, LinkingASubtree) {
     }
     EXPECT_EQ(row.entered, entered);
   }
-}
-
-// What a callback takes out again as soon as it is linked is not connected, and can be freed.
-TEST(EditingCallbacks, ANodeIsRemovedInItsLinkEvent) {
-  Document document;
-  document.event = ARB_EVENT_NODE_LINKED;
-  document.about = document["x"];
-  document.edit = [](Document& made) { ok(ArbNodeRemoveFromTree(made["x"])); };
-  ok(ArbNodeAppendChild(document["p"], document["x"]));
-  EXPECT_EQ(0u, document["x"]->flags & (ARB_NODE_LINKED | ARB_NODE_IN_TREE));
 }
 
 // The source's nodes are unlinked while they are copied.

@@ -95,6 +95,7 @@ class Sequence {
       names_.push_back(nullptr);
       ok(ArbDocumentCreateString(host_.document, text, &names_.back()));
     }
+    if (random_() % 4 == 0) host_.document->nodeCounter = model_.numbers = 0x9ABCDEF0;
     ok(ArbDocumentCreateTree(host_.document, nullptr, &tree_));
     ok(ArbTreeAddNodeFactory(tree_, kNamespace));
     ok(ArbForestAppendChild(host_.document->rootForest, asChild(tree_)));
