@@ -17,11 +17,7 @@ class References : public TreeTest {
     ok(ArbTreeCreateNamedNodeReference(tree, name, &cell));
     return cell;
   }
-  ArbNode* linked(ArbNodeRef* cell = nullptr) {
-    ArbNode* const node = host.make(tree, "n", elementId(1), cell);
-    ok(ArbNodeAppendChild(root, node));
-    return node;
-  }
+  ArbNode* linked() { return host.append(root, "n"); }
   static ArbString* nameOf(ArbNodeRef* cell) {
     ArbString* name = nullptr;
     ok(ArbNodeRefQueryIdString(cell, &name));

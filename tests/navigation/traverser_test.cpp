@@ -61,7 +61,7 @@ struct Walk {
 class Content {
  public:
   // The producer makes only the first `steps` of it.
-  explicit Content(std::uint32_t mode = 0, std::size_t steps = kSteps) : host(mode) {
+  explicit Content(std::size_t steps = kSteps) {
     addAttributeKinds(tree);
     const Host::Step script[kSteps] = {
         [this] { return e = open(root, "e", kAttributeKind, 0b1011), ARB_OK; },
@@ -116,24 +116,36 @@ class Content {
   ArbNode* k = nullptr;
 };
 
+// Also when callbacks walk, which runs the producer to its end, and make nodes.
 TEST(Traverser, WholeSequencesAtEveryChunkSize) {
   for (const std::uint32_t steps : {1u, 2u, 3u, 5u, 0u}) {
-    SCOPED_TRACE(steps);
-    Content content;
-    content.host.stepsPerRun = steps;
-    Walk first{content.host.events};
-    EXPECT_EQ(100 + Content::whole().size(), content.walk(first));
-    EXPECT_EQ(Content::whole(), first.lines);
-    Walk again{content.host.events};
-    heap::testing::failAllocation(1, true);
-    content.walk(again);
-    heap::testing::stopFailing();
-    EXPECT_FALSE(heap::testing::failureFired());
-    EXPECT_EQ(Content::whole(), again.lines) << "nothing was released";
-    Walk below{content.host.events};
-    EXPECT_EQ(107u, content.walk(below, content.f));
-    EXPECT_EQ((Lines{"start f", "attributes f", "/attributes f", "enter f", "text3 ''", "text1 'ab'", "end f"}),
-              below.lines);
+    for (const bool callTheLibrary : {false, true}) {
+      SCOPED_TRACE(testing::Message() << steps << (callTheLibrary ? ", callbacks call the library" : ""));
+      Content content;
+      content.host.stepsPerRun = steps;
+      Walk first{content.host.events};
+      const auto walkAndCopy = [&](ArbNode* node) {
+        Walk inner{content.host.events};
+        content.walk(inner);
+        EXPECT_EQ(Content::whole(), inner.lines);
+        ArbNode* copy = nullptr;
+        if (node && node != content.root) ok(ArbNodeClone(node, nullptr, &copy));
+        if (copy) ok(ArbNodeDestroy(copy));
+      };
+      if (callTheLibrary) first.during = walkAndCopy;
+      EXPECT_EQ(100 + Content::whole().size(), content.walk(first));
+      EXPECT_EQ(Content::whole(), first.lines);
+      Walk again{content.host.events};
+      heap::testing::failAllocation(1, true);
+      content.walk(again);
+      heap::testing::stopFailing();
+      EXPECT_FALSE(heap::testing::failureFired());
+      EXPECT_EQ(Content::whole(), again.lines) << "nothing was released";
+      Walk below{content.host.events};
+      EXPECT_EQ(107u, content.walk(below, content.f));
+      EXPECT_EQ((Lines{"start f", "attributes f", "/attributes f", "enter f", "text3 ''", "text1 'ab'", "end f"}),
+                below.lines);
+    }
   }
 }
 
@@ -209,7 +221,7 @@ TEST(Traverser, AProducerThatStopsMidway) {
   for (const ArbStatus result : {ARB_STATUS_END, 99u}) {
     for (std::size_t steps = 0; steps <= Content::kSteps; ++steps) {
       SCOPED_TRACE(testing::Message() << steps << " steps, then " << result);
-      Content content(0, steps);
+      Content content(steps);
       content.host.stepsPerRun = 1;
       content.host.then([result] { return result; });
       Walk walk{content.host.events};
@@ -244,26 +256,6 @@ TEST(Traverser, ABailOutInTheMiddle) {
     EXPECT_EQ(Content::whole(), again.lines) << at;
   }
   EXPECT_EQ(6u, bailOuts) << "seven runs attach a node; two of them are made by one wait";
-}
-
-// What a callback may do in the middle: walk, which runs the producer to its end, and make nodes.
-TEST(Traverser, CallbacksCallTheLibrary) {
-  for (const std::uint32_t steps : {1u, 4u}) {
-    SCOPED_TRACE(steps);
-    Content content;
-    content.host.stepsPerRun = steps;
-    Walk walk{content.host.events};
-    walk.during = [&](ArbNode* node) {
-      Walk inner{content.host.events};
-      content.walk(inner);
-      EXPECT_EQ(Content::whole(), inner.lines);
-      ArbNode* copy = nullptr;
-      if (node && node != content.root) ok(ArbNodeClone(node, nullptr, &copy));
-      if (copy) ok(ArbNodeDestroy(copy));
-    };
-    EXPECT_EQ(100 + Content::whole().size(), content.walk(walk));
-    EXPECT_EQ(Content::whole(), walk.lines);
-  }
 }
 
 }  // namespace

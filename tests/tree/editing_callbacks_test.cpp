@@ -1,6 +1,5 @@
 // Callbacks that edit the tree while a call goes over a subtree: what is done to which nodes is what a recursion does
 // that holds its nodes, whatever becomes of the links between them.
-#include <functional>
 #include <map>
 #include <string>
 
@@ -30,6 +29,10 @@ class Document {
   }
   ArbNode* operator[](const char* name) { return nodes.at(name).get(); }
 
+  void moveToQ(const char* name) {
+    ArbNodeRemoveFromTree((*this)[name]);
+    ArbNodeAppendChild((*this)["q"], (*this)[name]);
+  }
   // What happened, and what has become of the nodes.
   Lines outcome() {
     Lines lines = host.events.take();
@@ -84,16 +87,8 @@ const struct {
     {"remove p", [](Document& d) { ArbNodeRemoveFromTree(d["p"]); }},
     {"insert x before b", [](Document& d) { ArbNodeInsertSiblingBefore(d["b"], d["x"]); }},
     {"append x to p", [](Document& d) { ArbNodeAppendChild(d["p"], d["x"]); }},
-    {"move a to q",
-     [](Document& d) {
-       ArbNodeRemoveFromTree(d["a"]);
-       ArbNodeAppendChild(d["q"], d["a"]);
-     }},
-    {"move p to q",
-     [](Document& d) {
-       ArbNodeRemoveFromTree(d["p"]);
-       ArbNodeAppendChild(d["q"], d["p"]);
-     }},
+    {"move a to q", [](Document& d) { d.moveToQ("a"); }},
+    {"move p to q", [](Document& d) { d.moveToQ("p"); }},
     {"move the children of p to q", [](Document& d) { ArbNodeTransferChildren(d["p"], d["q"]); }},
     {"complete p", [](Document& d) { ArbNodeProducerDone(d["p"]); }},
     {"release b and what is below it", [](Document& d) { ArbNodeProducerReleaseSubtree(d["b"]); }},

@@ -1,4 +1,4 @@
-// Freeing: a whole tree, within the event of freeing, and without a destroyer. When nodes are freed, and in which order
+// Freeing within the event of freeing, and without a destroyer. When nodes are freed, and in which order
 // events, links and destroyers follow, is part of the random calls (tests/tree/random_test.cpp).
 #include "support/host.h"
 
@@ -6,18 +6,6 @@ namespace arbtree::test {
 namespace {
 
 using Freeing = TreeTest;
-
-TEST_F(Freeing, ATreeIsAnnouncedByItsRootAlone) {
-  ArbNode* const a = host.append(root, "a");
-  host.append(a, "b");
-  host.append(root, "c");
-  host.record(true);
-  ok(ArbTreeDestroy(tree));
-  EXPECT_EQ((Lines{"freed root", "destroy b", "destroy a", "destroy c"}), host.events.take());
-  EXPECT_EQ(nullptr, host.document->rootForest->firstChild);
-  EXPECT_EQ(nullptr, host.document->rootForest->lastChild);
-  EXPECT_EQ(1u, host.document->rootForest->childCount);
-}
 
 // The callback that is told of it frees the node once more.
 TEST_F(Freeing, FreeingWithinFreeing) {

@@ -221,9 +221,7 @@ class Sequence {
     if (model_.nodes.size() < length_.nodes) make(anyReference());
   }
   void createAndAppend(PlainNode* a, PlainNode*) {
-    if (model_.nodes.size() >= length_.nodes) return;
-    PlainNode* const made = make(anyReference());
-    append(a, made);
+    if (model_.nodes.size() < length_.nodes) append(a, make(anyReference()));
   }
   void setText(PlainNode* a, PlainNode*) {
     if (a->kind == kKind || a->kind == kTopKind || a->kind == ARB_ELEM_EXTERNAL_REFERENCE || a == model_.root()) return;
