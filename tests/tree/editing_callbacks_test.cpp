@@ -166,7 +166,7 @@ TEST(EditingCallbacks, LinkingASubtree) {
 // The source's nodes are unlinked while they are copied.
 TEST(EditingCallbacks, CloningASubtree) {
   // When the first copy, of c, is linked, the walk stands at c below a below p.
-  const std::map<const char*, std::uint32_t> rows = {{"a", 1}, {"c", 3}, {"b", 2}, {"p", 3}};
+  const std::pair<const char*, std::uint32_t> rows[] = {{"a", 1}, {"c", 3}, {"b", 2}, {"p", 3}};
   for (const auto& [unlinked, children] : rows) {
     SCOPED_TRACE(unlinked);
     Document document;
