@@ -46,7 +46,6 @@ TEST(Files, AreMadeInNoForestAndTransferredWithFormatContextAndMetadata) {
       ok(ArbForestChildSetMetadata(&copy->child, key, "changed", 7));
       EXPECT_EQ(value, metadataOf(source, key));
     }
-    EXPECT_EQ("status 25", metadataOf(copy, 99));
     // A transferred file transferred again keeps the first context, and outlives its source.
     ArbFile* again = nullptr;
     ok(ArbDocumentTransferFile(to.document, copy, &again));

@@ -3,7 +3,6 @@
 // open: then waits run a producer, whose runs make more of the calls; the last one may fail.
 #include <algorithm>
 #include <functional>
-#include <iterator>
 #include <memory>
 #include <random>
 #include <vector>
@@ -149,8 +148,7 @@ class Forests {
 
   // --- the consumer
   ArbStatus refusalOf(const PlainChild& child) const {
-    if (producerOnly_) return ARB_ERR_MODE;
-    return child.has(kConsumer) ? ARB_ERR_RELEASED : ARB_OK;
+    return producerOnly_ ? ARB_ERR_MODE : child.has(kConsumer) ? ARB_ERR_RELEASED : ARB_OK;
   }
   // Goes on where something is refused, but not into a forest that refuses.
   ArbStatus releaseAsConsumer(PlainChild& child) {

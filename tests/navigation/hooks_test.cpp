@@ -1,6 +1,5 @@
 // The table of producer node hooks: order, growth, what each event calls, snapshots, and when it closes.
 #include <algorithm>
-#include <iterator>
 #include <random>
 #include <utility>
 #include <vector>

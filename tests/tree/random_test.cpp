@@ -7,7 +7,6 @@
 // ARBTREE_SEQUENCES says how many sequences each test runs; ARBTREE_SEED=n runs a printed sequence first.
 #include <bit>
 #include <functional>
-#include <iterator>
 #include <random>
 #include <sstream>
 #include <tuple>
@@ -183,8 +182,7 @@ class Sequence {
                                {ArbNodeWaitProducerDone, ARB_NODE_ATTRIBUTES_DONE | ARB_NODE_CHILDREN_DONE}};
     const Row& row = rows[random_() % std::size(rows)];
     const auto isAnswered = [&] { return model_.producerOnly || (a->flags & row.marks) == row.marks; };
-    const ArbStatus status = waitFor(isAnswered, [&] { return row.call(a->real); });
-    expectWaited(status);
+    expectWaited(waitFor(isAnswered, [&] { return row.call(a->real); }));
   }
   void expectWaited(ArbStatus status) {
     expectStatus(model_.producerOnly ? ARB_ERR_MODE : failed_ ? kFailure : ARB_OK, status);
@@ -305,26 +303,33 @@ class Sequence {
     ArbNode* read = nullptr;
     expectStatus(node ? ARB_OK : ARB_ERR_NOTREADY, ArbNodeRefQueryNode(cell, &read));
     expect("a reference's node", read == (node ? node->real : nullptr));
+    for (const bool wait : {false, true}) {
+      if (random_() % 2) readName(cell, place, wait);
+    }
     expectWaited(waitFor([&] { return model_.producerOnly || model_.nodeAt(place); },
                          [&] { return ArbNodeRefWaitNode(cell, host_.document, &read); }));
     node = model_.nodeAt(place);
     expect("a reference's node", read == (node && !model_.producerOnly ? node->real : nullptr));
-    for (const bool wait : {false, true}) readName(cell, place, wait);
   }
-  // A node that exists gets a name, also when nobody can tell whether its attributes are done.
+  // A node that exists gets a name, also when a run fails on the way to its attributes.
   void readName(ArbNodeRef* cell, Place place, bool wait) {
-    PlainNode* const node = model_.nodeAt(place);
     const bool named = model_.at(place).state == ARB_REF_NAMED;
-    const auto isKnown = [&] { return named || (node && node->has(ARB_NODE_ATTRIBUTES_DONE)); };
+    bool existed = false;  // before the last run
+    const auto isKnown = [&] {
+      const PlainNode* const node = model_.nodeAt(place);
+      existed = node != nullptr;
+      return named || (node && node->has(ARB_NODE_ATTRIBUTES_DONE));
+    };
     ArbString* name = nullptr;
     const ArbStatus status = waitFor([&] { return !wait || model_.producerOnly || isKnown(); },
                                      [&] {
                                        return wait ? ArbNodeRefWaitIdString(cell, host_.document, &name)
                                                    : ArbNodeRefQueryIdString(cell, &name);
                                      });
-    failed_ &= !node;
+    failed_ &= !existed;
+    PlainNode* const node = model_.nodeAt(place);
     wait ? expectWaited(status) : expectStatus(isKnown() ? ARB_OK : ARB_ERR_NOTREADY, status);
-    const bool told = wait ? !model_.producerOnly && (named || node) : isKnown();
+    const bool told = wait ? !model_.producerOnly && !failed_ && (named || node) : isKnown();
     if (told && node && !node->idString) return expectGenerated(*node, name);
     expect("a reference's name", name == (!told ? nullptr : node ? node->idString : nameAt(place)));
   }

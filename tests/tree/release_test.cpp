@@ -25,8 +25,7 @@ TEST(ReleaseByACallback, EndsTheWalkOrWaitAtTheNode) {
     if (bySibling) {
       EXPECT_EQ(ARB_OK, ArbNodeConsumerReleaseSubtree(root));
     } else {
-      ArbNode* first = nullptr;
-      ArbNode* next = root;
+      ArbNode *first = nullptr, *next = root;
       ok(ArbNodeWaitFirstChild(root, &first));
       EXPECT_EQ(ARB_OK, ArbNodeWaitNextSibling(first, &next));
       EXPECT_EQ(nullptr, next);
