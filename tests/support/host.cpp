@@ -148,16 +148,4 @@ ArbNode* untouchedNode() {
   return &node;
 }
 
-void forEachSetting(const std::function<void(const Setting&)>& body) {
-  for (const std::uint32_t steps : {1u, 2u, 3u, 7u, 0u}) {
-    for (unsigned choices = 0; choices < 8; ++choices) {
-      const Setting setting = {steps, (choices & 1) != 0, (choices & 2) != 0, (choices & 4) != 0};
-      SCOPED_TRACE(testing::Message() << "steps per run " << steps << (setting.wait ? ", Wait" : ", Query")
-                                      << (setting.producerAtEnd ? ", producer at end" : ", producer at once")
-                                      << (setting.consumerSubtree ? ", consumer at end" : ", consumer in passing"));
-      body(setting);
-    }
-  }
-}
-
 }  // namespace arbtree::test

@@ -96,15 +96,6 @@ class TreeTest : public testing::Test {
 // A result variable that no call has written yet holds this.
 ArbNode* untouchedNode();
 
-// The settings under which the same content must come out the same.
-struct Setting {
-  std::uint32_t stepsPerRun;
-  bool wait;             // Wait calls; else Query calls with read-ahead in between
-  bool producerAtEnd;    // the producer releases all at the end; else each node as soon as it is complete
-  bool consumerSubtree;  // the consumer releases the whole tree at the end; else each node when it has passed it
-};
-void forEachSetting(const std::function<void(const Setting&)>& body);
-
 }  // namespace arbtree::test
 
 #endif
