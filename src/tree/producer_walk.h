@@ -107,6 +107,7 @@ class PathWalk {
   WalkPath path_;
 };
 
+// Where nobody observes the tree, nobody edits its lists on the way either.
 template <typename Operation>
 void walkAsProducer(ArbNode& start) {
   observe(start, [&](auto observers) {
