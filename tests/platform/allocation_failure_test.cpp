@@ -231,14 +231,16 @@ TEST(AllocationFailure, Copies) {
       host.append(parent, "r", ARB_ELEM_EXTERNAL_REFERENCE);
     }
     ArbNode* const top = resolve(rootOf(tree)->firstChildCell);
-    MadeNodes copies(other.document);
-    arm();
     ArbNode* copy = nullptr;
-    if (const ArbStatus status = ArbNodeCloneSubtree(top, target, &copy)) expectRefusal(status);
-    heap::testing::stopFailing();
-    for (ArbNode* const unlinked : copies.takeUnlinked()) {
-      other.shape(unlinked);
-      ok(ArbNodeDestroy(unlinked));
+    {
+      MadeNodes copies(other.document);
+      arm();
+      if (const ArbStatus status = ArbNodeCloneSubtree(top, target, &copy)) expectRefusal(status);
+      heap::testing::stopFailing();
+      for (ArbNode* const unlinked : copies.takeUnlinked()) {
+        other.shape(unlinked);
+        ok(ArbNodeDestroy(unlinked));
+      }
     }
     ok(ArbNodeCloneSubtree(top, target, &copy));
     EXPECT_EQ(1u, ArbNodeIsEqual(top, copy));
