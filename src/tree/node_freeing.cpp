@@ -169,11 +169,11 @@ bool isPlainLeaf(const ArbNode& node) {
 // runs straight through.
 [[gnu::flatten]] ArbStatus freeUnlessKept(ArbNode& node) {
   ArbNode* const parent = parentOf(node);
-  if (isKept(node, parent)) return ARB_OK;
   if (!parent || !isPlainLeaf(node)) [[unlikely]] {
-    freeNode(node);
+    if (!isKept(node, parent)) freeNode(node);
     return ARB_OK;
   }
+  if (hasLiveChildren(node) || isLastOfOpenList(node, parent)) return ARB_OK;
   markFreeing(node);
   if (ArbNode* const freed = detach(node, parent)) [[unlikely]] {
     settleWithAncestors(node, freed);

@@ -12,6 +12,9 @@ inline ArbTree* asTree(ArbForestChild* child) { return reinterpret_cast<ArbTree*
 inline ArbForest* asForest(ArbForestChild* child) { return reinterpret_cast<ArbForest*>(child); }
 inline ArbFile* asFile(ArbForestChild* child) { return reinterpret_cast<ArbFile*>(child); }
 
+// The node that a link between nodes leads to; null where there is none, or none yet.
+inline ArbNode* linked(const ArbNodeRef* link) { return link ? reinterpret_cast<ArbNode*>(link->value) : nullptr; }
+
 // REQUIRES: the node is in a child list.
 inline ArbNode* parentOf(const ArbNode& node) { return reinterpret_cast<ArbNode*>(node.parentCell->value); }
 

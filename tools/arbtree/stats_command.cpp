@@ -19,16 +19,17 @@ namespace {
 struct Counting {
   InputDocument& document;
   std::uint64_t nodes[4] = {};  // by NodeSort
-  std::uint64_t depth = 0;      // of open elements
-  std::uint64_t mostDepth = 0;
+  std::uint64_t open = 0;       // all of them but the one entered last are elements
+  std::uint64_t mostDepth = 0;  // of elements
 
   bool enter(const ArbNode& node) {
     const NodeSort sort = sortOf(node);
     ++nodes[static_cast<int>(sort)];
-    if (sort == NodeSort::element) mostDepth = std::max(mostDepth, ++depth);
+    ++open;
+    if (sort == NodeSort::element) mostDepth = std::max(mostDepth, open);
     return true;
   }
-  void leave(const ArbNode& node) { depth -= sortOf(node) == NodeSort::element; }
+  void leave(const ArbNode&) { --open; }
 
   bool enter(ArbForestChild& child) {
     return child.kind != ARB_CHILD_TREE || document.walkNodes(asTree(&child), *this);

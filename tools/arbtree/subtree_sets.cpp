@@ -12,8 +12,6 @@ namespace {
 
 constexpr std::uint32_t kProducerOnly = 1;
 
-ArbNode* linked(const ArbNodeRef* cell) { return cell ? reinterpret_cast<ArbNode*>(cell->value) : nullptr; }
-
 // The library's own hash folds words by exclusive-or: it knows no order, equal parts cancel out, and of plain text only
 // a few bits differ, so a table by it would become a list of thousands. Equal nodes hash alike here too.
 std::uint64_t contentHash(ArbNode* node) {

@@ -1,6 +1,6 @@
 // One pass over a tree while it is being produced, in document order, releasing every node as soon as it has been
-// passed. Only the next node is ever waited for, so the nodes alive at any time are the open ones and what is left of
-// the last chunk. No stack grows with the depth of the tree.
+// passed. Only the next node is ever waited for, and only while no link leads to it, so the nodes alive at any time are
+// the open ones and what is left of the last chunk. No stack grows with the depth of the tree.
 #ifndef ARBTREE_TOOL_WALK_H
 #define ARBTREE_TOOL_WALK_H
 
@@ -23,8 +23,8 @@ ArbStatus walkTree(ArbTree* tree, Visitor& visitor) {
   if (const ArbStatus status = ArbTreeWaitRootNode(tree, &root); status != ARB_OK || !root) return status;
   ArbNode* node = root;
   for (;;) {
-    ArbNode* next = nullptr;
-    if (!isText(*node)) {
+    ArbNode* next = linked(node->firstChildCell);
+    if (!next && !isText(*node)) {
       if (const ArbStatus status = ArbNodeWaitFirstChild(node, &next)) return status;
     }
     while (!next) {
@@ -33,7 +33,10 @@ ArbStatus walkTree(ArbTree* tree, Visitor& visitor) {
         return ArbForestChildConsumerRelease(asChild(tree));
       }
       visitor.leave(*node);
-      if (const ArbStatus status = ArbNodeWaitNextSibling(node, &next)) return status;
+      next = linked(node->nextSiblingCell);
+      if (!next) {
+        if (const ArbStatus status = ArbNodeWaitNextSibling(node, &next)) return status;
+      }
       ArbNode* const parent = parentOf(*node);
       ArbNodeConsumerRelease(node);
       visitor.released();
