@@ -3,6 +3,7 @@ import glob
 import json
 import os
 import random
+import select
 import subprocess
 import sys
 import tarfile
@@ -156,6 +157,16 @@ class Nested(IntoTarget):
                 found = {member["path"]: member["kind"] for member in members(path, **given)}
                 self.assertLessEqual({prefix + name: kind for name, (_, kind) in self.KINDS.items()}.items(), found.items())
                 self.assertEqual(list(found), output("ls", path, **given).decode().splitlines())
+
+    def test_each_member_is_shown_before_more_is_awaited(self):
+        with start("ls", "-") as tool:
+            for name in ["a", "b", "c"]:
+                tool.stdin.write(tar([(name, b"x" * 1000)]).rstrip(b"\0").ljust(1536, b"\0"))
+                self.assertTrue(select.select([tool.stdout], [], [], TIMEOUT)[0])
+                self.assertEqual(name.encode() + b"\n", tool.stdout.read(100))
+            tool.stdin.write(bytes(1024))
+            tool.stdin.close()
+            self.assertEqual(0, tool.wait(TIMEOUT))
 
     def test_details(self):
         entry = tar_entry("dir/link", type=b"2", linkname="t\nx", mtime=0, mode=0o777)

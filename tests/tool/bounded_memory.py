@@ -1,9 +1,11 @@
 """Memory stays flat: over the number of records, the length of a text, the size of attributes; and what does grow, the
 depth and the number of different names, has its limit or its bounds. The figures are those that `stats` prints.
 """
+import json
 import subprocess
 import unittest
 
+from support.archives import tar
 from support.tool import ENVIRONMENT, TIMEOUT, TOOL, output, run, start, stats
 
 MEBIBYTE = 2**20
@@ -32,6 +34,13 @@ class Flat(unittest.TestCase):
                 of_small, of_large = (stats("-", data=repeated(piece, count)) for count in [small, large])
                 self.assertEqual(expected, of_large[figure])
                 self.assertLess(of_large["peakMemoryBytes"] - of_small["peakMemoryBytes"], MEBIBYTE)
+
+
+    def test_compressed_content_that_stays_empty_is_not_kept(self):
+        empty = subprocess.run(["gzip", "-n"], input=b"", stdout=subprocess.PIPE, check=True).stdout
+        result = run("stats", "--json", "-", data=tar([("e.gz", empty * 2_000_000)]))
+        self.assertEqual((1, True), (result.status, "taken for a file" in result.err))
+        self.assertLess(json.loads(result.out)["peakMemoryBytes"], 48 * MEBIBYTE)
 
 
 class Length(unittest.TestCase):

@@ -15,6 +15,7 @@ import unittest
 import zipfile
 from array import array
 from concurrent.futures import ThreadPoolExecutor
+from functools import reduce
 
 from support.archives import XML, IntoTarget, bsdtar_of, contents, contents_of, make_zip, packed, tar, tar_entry, tree_of
 from support.tool import TIMEOUT, output, run, start, stats
@@ -129,7 +130,7 @@ class Escapes(IntoTarget):
         self.assertEqual(14, len(self.extracted("-", data=data)))
 
 
-def quine_like(depth, data=b"core"):
+def quine_like(depth, data=b""):
     for _ in range(depth):
         data = make_zip([("z.zip", data)])
     return data
@@ -148,6 +149,7 @@ BOMBS = {
     "members": (lambda: tar([(str(i), b"") for i in range(101)]), ["ls", "--max-members", "100"], "--max-members"),
     "nesting": (lambda: quine_like(18), ["ls"], "--max-nesting"),
     "nesting set": (lambda: quine_like(3), ["stats", "--max-nesting", "2"], "--max-nesting"),
+    "compressions": (lambda: reduce(lambda data, _: packed("gzip", data), range(4), XML), ["ls", "--max-nesting", "3"], "--max-nesting"),
     "depth": (lambda: tar([("d.xml", b"<?xml version='1.0'?>" + b"<a>" * 11 + b"</a>" * 11)]), ["text", "--max-depth", "10"],
               "--max-depth"),
     "names": (lambda: b"<r>" + b"".join(b"<e%d a='' b=''/>" % i for i in range(5)) + b"</r>", ["text", "--max-names", "15"],
@@ -160,7 +162,7 @@ BOMBS = {
 
 def bomb_of_holes():
     """A tar archive of a file of a terabyte that is one hole."""
-    member = tar_entry("holes", pax_headers={"GNU.sparse.major": "0", "GNU.sparse.minor": "1", "GNU.sparse.size": str(1 << 40),
+    member = tar_entry("holes", pax_headers={"GNU.sparse.size": str(1 << 40),
                                              "GNU.sparse.numblocks": "1", "GNU.sparse.map": "1099511627000,1"})
     return tar([(member, b"x")])
 
@@ -217,6 +219,10 @@ class Damage(IntoTarget):
                 file.flush()
                 if run("stats", file.name).status == 0:
                     return 0
+        # By its name, a file that does not even begin as an archive was one.
+        if name != "xml" and data:
+            if run("ls", self.write(f"{len(data)}.{name}", data)).status == 0:
+                return 0
         # An empty input, and one cut in its first sign, is no archive: stats takes them for XML.
         result = run("stats", "-", data=data)
         return result.status if result.err else 0
@@ -267,6 +273,50 @@ class Damage(IntoTarget):
                 result = run("ls", "-", data=bytes(broken))
                 self.assertEqual((1, b"a\nc\n"), (result.status, result.out))
                 self.assertIn("a damaged member is left out", result.err)
+
+    def test_no_damage_of_a_header_loses_a_member_in_silence(self):
+        three = [("a", b"111"), ("b", b"222"), ("c", b"333")]
+        zipped, long = make_zip(three, zipfile.ZIP_STORED), "n" * 120
+        second, listed = zipped.index(b"PK\3\4", 4), zipped.index(b"PK\1\2", zipped.index(b"PK\1\2") + 4)
+        cpio, pax = bsdtar_of(dict(three), "odc"), tar([(long, b"")])
+        # The archive, the byte, its new value, whether it is read as a stream, and what is listed.
+        for data, at, value, streamed, names in [
+                (cpio, cpio.index(b"070707", 20) + 5, 0x31, True, ["a", "c"]), (zipped, second + 1, 0, True, ["a", "c"]),
+                (zipped, second + 22, 0, True, ["a", "b", "c"]), (zipped, listed + 42, 0, False, ["a", "c"]),
+                (pax, pax.index(b" path="), 0x30, True, [long[:100]])]:
+            broken = data[:at] + bytes([value]) + data[at + 1:]
+            with self.subTest(at=at, names=names):
+                source, given = ("-", broken) if streamed else (self.write("a", broken), None)
+                result = run("stats", source, data=given)
+                self.assertEqual((1, 1), (result.status, result.err.count("\n")), result.err)
+                self.assertEqual(names, run("ls", source, data=given).out.decode().splitlines())
+
+    def test_a_name_that_is_told_like_an_earlier_one_replaces_nothing(self):
+        twins = {"e\u0301": b"decomposed", "\u00e9": b"composed"}
+        for form in ["7zip", "xar"]:
+            with self.subTest(form):
+                folder = self.new_folder(form)
+                for name, content in twins.items():
+                    self.write(form + "/" + name, content)
+                subprocess.run(["bsdtar", "-cf", self.folder + "/a", "--format", form, "-C", folder, *twins], check=True,
+                               env=dict(os.environ, LC_ALL="C.UTF-8"))
+                result, found = self.extract(self.folder + "/a")
+                self.assertEqual((1, sorted(twins.values())), (result.status, sorted(contents_of(found).values())), result.err)
+
+    def test_damage_that_hides_what_is_compressed_is_noticed(self):
+        whole = packed("bzip2", tar([("a.xml", XML), ("r", RANDOM * 50)]))  # more than is looked at
+        for at in range(10, len(whole) - 10, len(whole) // 40):
+            broken = whole[:at] + bytes([whole[at] ^ 4]) + whole[at + 1:]
+            for source, data in [("-", broken), (self.write("a.tar.bz2", broken), None), ("-", tar([("a.tar.bz2", broken)]))]:
+                self.assertEqual(1, run("ls", source, data=data).status, (at, source))
+
+    def test_all_that_came_before_damage_is_delivered(self):
+        names = [str(number) for number in range(20)]
+        whole = bytearray(packed("gzip", tar([(name, b"") for name in names])))
+        whole[-6] ^= 1  # in the check sum
+        result = run("ls", "-", data=bytes(whole))
+        self.assertEqual((1, names), (result.status, result.out.decode().split()))
+        self.assertIn("wrong check sum", result.err)
 
     def test_every_damage_that_gzip_notices_is_noticed(self):
         packed_xml = packed("gzip", XML)

@@ -12,6 +12,8 @@
 #include <new>
 #include <utility>
 
+#include "member_name.h"
+
 namespace arbtree::tool {
 namespace {
 
@@ -111,18 +113,23 @@ bool endsWholeStream(std::string_view tail, std::size_t at, std::uint64_t stream
   return littleEndian32(tail, at + 12) + littleEndian32(tail, at + 16) == streamBytes - tail.size() + at;
 }
 
-// `isWhole`: the stream begins with a member, so that nothing else stands before the archive.
-bool hasZipEnd(std::string_view tail, std::uint64_t streamBytes, bool isWhole) {
+// Where the end record is in the tail; npos where there is none. `isWhole`: the stream begins with a member, so that
+// nothing else stands before the archive.
+std::size_t findZipEnd(std::string_view tail, std::uint64_t streamBytes, bool isWhole) {
   for (std::size_t at = tail.rfind("PK\5\6"); at != std::string_view::npos; at = tail.rfind("PK\5\6", at - 1)) {
     if (at + kZipEndBytes <= tail.size()) {
       const std::size_t comment = littleEndian16(tail, at + 20);
       const bool isComplete = at + kZipEndBytes + comment <= tail.size();
-      if (isComplete && (!isWhole || endsWholeStream(tail, at, streamBytes))) return true;
+      if (isComplete && (!isWhole || endsWholeStream(tail, at, streamBytes))) return at;
     }
     if (at == 0) break;
   }
-  return false;
+  return std::string_view::npos;
 }
+
+// How many members the directory has, by the end record: modulo 2^16, which all ones say too where a larger number is
+// elsewhere.
+std::uint32_t zipMembers(std::string_view tail, std::size_t end) { return littleEndian16(tail, end + 10); }
 
 // What the image of a disc says of its size, in the description of the volume (ECMA-119, 8.4): the number of blocks and
 // the bytes of one.
@@ -151,12 +158,21 @@ class PlainLocale {
   locale_t before_ = nullptr;
 };
 
-std::string reasonOf(archive* handle) {
+// A failure of what is read from comes before what libarchive makes of it.
+std::string reasonOf(archive* handle, ArchiveFeed& feed) {
+  if (!feed.source().error().empty()) return feed.source().error();
   const char* const reason = archive_error_string(handle);
   std::string line = reason ? reason : "cannot be read";
   while (line.ends_with('\n')) line.pop_back();
   return line;
 }
+
+bool isAscii(std::string_view text) {
+  return std::all_of(text.begin(), text.end(), [](char c) { return (c & 0x80) == 0; });
+}
+
+// Whether a warning is that a name has no form in the locale. Names are told byte for byte, whatever the locale.
+bool isAboutConversion(std::string_view warning) { return warning.find("convert") != std::string_view::npos; }
 
 // --- The sources -----------------------------------------------------------------------------------------------------
 
@@ -186,7 +202,7 @@ class EntryContent : public ByteSource {
       status = archive_read_data_block(handle_, &bytes, &size, &offset);
     }
     // A warning is a checksum or a size that is wrong.
-    if (status != ARCHIVE_EOF && status != ARCHIVE_OK) return fail(reasonOf(handle_)).has_value();
+    if (status != ARCHIVE_EOF && status != ARCHIVE_OK) return fail(reasonOf(handle_, feed_)).has_value();
     // A sparse file that ends in a hole ends with an empty block behind it. For others some formats give no offsets.
     blockAt_ = isSparse_ ? std::max(position_, static_cast<std::uint64_t>(offset)) : position_;
     block_ = {static_cast<const char*>(bytes), status == ARCHIVE_EOF ? 0 : size};
@@ -249,7 +265,7 @@ class Decompressed final : public ByteSource {
       const bool isUnpacked = archive_filter_code(handle_.get(), 0) != ARCHIVE_FILTER_NONE;
       if (status >= ARCHIVE_WARN && isUnpacked) return true;
     }
-    fail(reasonOf(handle_.get()));
+    fail(reasonOf(handle_.get(), feed_));
     return false;
   }
 
@@ -345,23 +361,38 @@ ArchiveReader::Step ArchiveReader::next() {
   const PlainLocale plain(format_ == ContentKind::tar);
   if (!opened_) {
     opened_ = true;
-    if (!open(archive_.get(), feed_, feed_.source().canSeek())) return fail(reasonOf(archive_.get()));
+    if (!open(archive_.get(), feed_, feed_.source().canSeek())) return fail(reason());
   }
   feed_.givePieces(format_ == ContentKind::zip);
+  warning_.clear();
   do {
     const int status = nextHeader();
     if (status == ARCHIVE_EOF) return finish();
-    if (status < ARCHIVE_WARN) return fail(reasonOf(archive_.get()));
+    if (status < ARCHIVE_WARN) return fail(reason());
+    if (status == ARCHIVE_WARN && !isAboutConversion(reason())) warning_ = reason();
   } while (isTable());
+  name_ = tellName();
+  if (name_ && !isItsOwn(*name_)) {
+    warning_ = "its name is told like that of an earlier member: " + shown(*name_);
+    name_.reset();
+  }
   return Step::entry;
+}
+
+// Names that libarchive converts come in the composed normal form, in which two of them may be one.
+bool ArchiveReader::isItsOwn(const std::string& name) {
+  const bool keepsBytes = format_ == ContentKind::tar || format_ == ContentKind::cpio || format_ == ContentKind::ar ||
+                          format_ == ContentKind::zip;
+  return keepsBytes || isAscii(name) || convertedNames_.insert(name).second;
 }
 
 // A header that is damaged is passed over, and said to be so with the end of the archive.
 int ArchiveReader::nextHeader() {
   for (;;) {
     const int status = archive_read_next_header(archive_.get(), &entry_);
+    if (status != ARCHIVE_EOF) ++headers_;
     if (status != ARCHIVE_RETRY) return status;
-    if (damage_.empty()) damage_ = "a damaged member is left out: " + reasonOf(archive_.get());
+    if (damage_.empty()) damage_ = "a damaged member is left out: " + reason();
   }
 }
 
@@ -372,11 +403,10 @@ bool ArchiveReader::isTable() const {
   return name == "/" || name == "//" || name == "/SYM64/";
 }
 
-std::optional<std::string> ArchiveReader::name() const {
+std::optional<std::string> ArchiveReader::tellName() const {
   const char* name = archive_entry_pathname(entry_);
   if (!name) name = archive_entry_pathname_utf8(entry_);
-  const bool isPlain = name && std::all_of(name, name + std::strlen(name), [](char c) { return (c & 0x80) == 0; });
-  if (format_ == ContentKind::zip && !isPlain) {
+  if (format_ == ContentKind::zip && !(name && isAscii(name))) {
     if (auto raw = nameInZipHeader()) return raw;
   }
   return name ? std::optional<std::string>(name) : std::nullopt;
@@ -405,6 +435,8 @@ std::unique_ptr<ByteSource> ArchiveReader::content(Budget& budget) {
   return std::make_unique<EntryContent>(archive_.get(), feed_, archive_entry_sparse_count(entry_) != 0, budget);
 }
 
+std::string ArchiveReader::reason() { return reasonOf(archive_.get(), feed_); }
+
 ArchiveReader::Step ArchiveReader::fail(std::string reason) {
   error_ = std::move(reason);
   return Step::failed;
@@ -414,6 +446,10 @@ ArchiveReader::Step ArchiveReader::fail(std::string reason) {
 ArchiveReader::Step ArchiveReader::finish() {
   if (!feed_.source().canSeek() && !drain()) return fail(feed_.source().error());
   if (!endsInFull()) return fail("the archive is cut off: its end is missing");
+  if (headers_ < leastMembers_) {
+    return fail("the archive's directory has " + std::to_string(leastMembers_) + " members, and " +
+                std::to_string(headers_) + " were found");
+  }
   return damage_.empty() ? Step::end : fail(damage_);
 }
 
@@ -437,7 +473,11 @@ bool ArchiveReader::endsInFull() {
   std::uint64_t size = feed_.source().bytesRead();
   if (feed_.source().canSeek()) size = readTail();
   if (format_ == ContentKind::iso9660) return size >= discBytes_;
-  return hasZipEnd(feed_.tail(), size, feed_.beginsWithZipMember());
+  const std::size_t end = findZipEnd(feed_.tail(), size, feed_.beginsWithZipMember());
+  if (end == std::string::npos) return false;
+  const std::uint32_t members = zipMembers(feed_.tail(), end);
+  if (members != 0xFFFF) leastMembers_ = members;
+  return true;
 }
 
 // Gives the size of the archive.

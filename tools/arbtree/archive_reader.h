@@ -7,7 +7,9 @@
 #include <archive_entry.h>
 
 #include <memory>
+#include <optional>
 #include <string>
+#include <unordered_set>
 
 #include "byte_source.h"
 #include "content_kind.h"
@@ -69,18 +71,24 @@ class ArchiveReader {
   // Goes on to the next entry, past what is left of the current one. After a failure nothing more can be read.
   Step next();
   archive_entry& entry() const { return *entry_; }
-  // The current entry's name, byte for byte where the archive has bytes; none if it has none that can be told.
-  std::optional<std::string> name() const;
+  // The current entry's name, byte for byte where the archive has bytes; none if it has none that can be told, or none
+  // of its own.
+  const std::optional<std::string>& name() const { return name_; }
   // The content of the current entry, good until the next step. REQUIRES: the reader outlives it.
   std::unique_ptr<ByteSource> content(Budget& budget);
+  // What is wrong with the header of the current entry, or was with others passed over before it; mostly nothing.
+  const std::string& warning() const { return warning_; }
   // Why a step failed.
   const std::string& error() const { return error_; }
 
  private:
+  std::string reason();
   Step fail(std::string reason);
   Step finish();
   int nextHeader();
   bool isTable() const;
+  bool isItsOwn(const std::string& name);
+  std::optional<std::string> tellName() const;
   std::optional<std::string> nameInZipHeader() const;
   bool endsInFull();
   bool drain();
@@ -92,7 +100,12 @@ class ArchiveReader {
   std::uint64_t discBytes_ = 0;  // that the image of a disc must have
   bool opened_ = false;
   archive_entry* entry_ = nullptr;
+  std::optional<std::string> name_;                 // of the current entry
+  std::unordered_set<std::string> convertedNames_;  // of all entries so far, as far as there may be others like them
+  std::uint64_t headers_ = 0;                       // read so far, the damaged ones too
+  std::uint64_t leastMembers_ = 0;                  // that the end of the archive says it has
   std::string error_;
+  std::string warning_;
   std::string damage_;  // what was wrong with a header that was passed over
 };
 

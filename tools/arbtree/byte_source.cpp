@@ -8,7 +8,7 @@
 namespace arbtree::tool {
 
 std::optional<std::string_view> ByteSource::pullNext() {
-  if (!error_.empty()) return std::nullopt;
+  if (!error_.empty() || isFull()) return std::nullopt;
   if (ended_) return std::string_view();
   const auto block = pull();
   if (block && block->empty()) ended_ = true;

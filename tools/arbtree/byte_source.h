@@ -36,6 +36,8 @@ class ByteSource {
   void hold();
   void rewind();
   void letGo();
+  // Whether all is held that may be. Until it is rewound or let go, nothing comes then, without an error.
+  bool isFull() const { return holding_ && held_.size() >= kMostHeld; }
 
   const std::string& error() const { return error_; }
   // How many bytes have been given out.
@@ -67,6 +69,8 @@ class ByteSource {
   void skipped(std::uint64_t count) { bytesRead_ += count; }
 
  private:
+  static constexpr std::size_t kMostHeld = std::size_t{8} * 1024 * 1024;
+
   std::optional<std::string_view> pullNext();
   void given(std::string_view block);
 

@@ -49,6 +49,13 @@ constexpr std::string_view kXmlExtensions[] = {
     "rdf",  "rng", "rss",     "svg",  "ui",    "wsdl", "xhtml", "xlf", "xml", "xsd", "xsl", "xslt", "xul",
 };
 
+constexpr std::string_view kCompressions[] = {"bz2", "gz", "lz", "lz4", "lzma", "xz", "z", "zst"};
+
+// Those that mean nothing else.
+constexpr std::string_view kArchiveExtensions[] = {
+    "7z", "cpio", "deb", "iso", "jar", "rar", "rpm", "tar", "tbz", "tbz2", "tgz", "tlz", "txz", "tzst", "zip",
+};
+
 constexpr std::string_view kOpaqueExtensions[] = {
     "aac",        "avi",   "bat",  "bmp",  "c",    "cc",   "class", "cmake", "cpp", "cs",  "css",  "csv", "cxx", "dex",
     "dll",        "dylib", "eot",  "exe",  "flac", "gif",  "go",    "h",     "hpp", "hxx", "icns", "ico", "ini", "java",
@@ -142,6 +149,8 @@ std::string extensionOf(std::string_view name) {
 bool mayEndAs(NameOfContent name, std::string_view extension) { return !name || extensionOf(*name) == extension; }
 
 static_assert(std::is_sorted(std::begin(kXmlExtensions), std::end(kXmlExtensions)));
+static_assert(std::is_sorted(std::begin(kCompressions), std::end(kCompressions)));
+static_assert(std::is_sorted(std::begin(kArchiveExtensions), std::end(kArchiveExtensions)));
 static_assert(std::is_sorted(std::begin(kOpaqueExtensions), std::end(kOpaqueExtensions)));
 
 template <std::size_t count>
@@ -156,6 +165,16 @@ std::size_t firstNoSpace(std::string_view bytes) {
 }  // namespace
 
 bool isOpaqueByName(std::string_view name) { return isAmong(kOpaqueExtensions, extensionOf(name)); }
+
+bool promisesMore(std::string_view name) {
+  const std::string extension = extensionOf(name);
+  if (isAmong(kArchiveExtensions, extension)) return true;
+  if (!isAmong(kCompressions, extension)) return false;
+  const std::string inner = extensionOf(withoutLastExtension(name));
+  return isAmong(kArchiveExtensions, inner) || isAmong(kXmlExtensions, inner);
+}
+
+std::string_view withoutLastExtension(std::string_view name) { return name.substr(0, name.rfind('.')); }
 
 bool beginsWithMarkup(std::string_view beginning) {
   const std::size_t first = firstNoSpace(beginning);

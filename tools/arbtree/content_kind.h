@@ -29,6 +29,11 @@ std::size_t bytesToTell(std::string_view beginning, NameOfContent name);
 // looked at: beginning to unpack a member is most of what listing it costs.
 bool isOpaqueByName(std::string_view name);
 
+// Whether the name says that the content is an archive, or XML that is compressed.
+bool promisesMore(std::string_view name);
+
+std::string_view withoutLastExtension(std::string_view name);
+
 bool beginsWithMarkup(std::string_view beginning);
 
 // An archive without members is recognised by its name where it has no sign. XML is what begins with an XML

@@ -35,10 +35,11 @@ class GzipSource final : public ByteSource {
     stream_.next_out = reinterpret_cast<Bytef*>(block_);
     stream_.avail_out = kBlock;
     while (stream_.avail_out != 0 && !finished_) {
-      if (stream_.avail_in == 0 && !refill()) return std::nullopt;
-      if (!unpackOn()) return std::nullopt;
-      // What is there is given out before more is asked for, so that no more is read than is needed.
-      if (stream_.avail_out != kBlock && stream_.avail_in == 0) break;
+      const bool goesOn = (stream_.avail_in != 0 || refill()) && unpackOn();
+      // What is there is given out before the failure shows, and before more is asked for, so that no more is read than
+      // is needed.
+      if (stream_.avail_out != kBlock && (!goesOn || stream_.avail_in == 0)) break;
+      if (!goesOn) return std::nullopt;
     }
     const std::string_view block(block_, kBlock - stream_.avail_out);
     if (!budget_.spendBytes(block.size())) return fail(budget_.problem());

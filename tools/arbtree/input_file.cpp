@@ -89,6 +89,7 @@ std::optional<std::string_view> InputFile::pull() {
 }
 
 std::optional<std::size_t> InputFile::pullInto(void* buffer, std::size_t size) {
+  if (beforeReading_) beforeReading_();
   for (;;) {
     if (isInterrupted()) {
       fail("interrupted");

@@ -6,9 +6,11 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "byte_source.h"
 
@@ -33,6 +35,9 @@ class InputFile final : public ByteSource {
   // What the system says of a regular file; null for anything else.
   const struct stat* status() const { return size_ ? &status_ : nullptr; }
 
+  // What is to be done before more is read, which may take long.
+  void beforeReading(std::function<void()> work) { beforeReading_ = std::move(work); }
+
   bool canSeek() const override { return size_.has_value() && !isStandardInput(); }
   std::int64_t seek(std::int64_t offset, int whence) override;
   std::int64_t skip(std::int64_t count) override;
@@ -51,6 +56,7 @@ class InputFile final : public ByteSource {
   std::optional<std::uint64_t> size_;
   struct stat status_ = {};
   std::unique_ptr<char[]> block_;
+  std::function<void()> beforeReading_;
 };
 
 }  // namespace arbtree::tool

@@ -70,22 +70,13 @@ struct Listing {
   Session& session;
   const ListForm form;
   std::size_t depth = 0;
-  std::uint64_t runs = 0;
 
   bool enter(ArbForestChild& child) {
-    showAtOnce();
     session.out.append(line(child));
     if (child.kind == ARB_CHILD_FOREST) ++depth;
     return session.out.isGood();
   }
   void leave(ArbForest&) { --depth; }
-
-  // What came before the last run has been written by the end of it.
-  void showAtOnce() {
-    const std::uint64_t now = session.document.producer().production().runs;
-    if (now != runs) session.out.flush();
-    runs = now;
-  }
 
   std::string line(ArbForestChild& child) const {
     switch (form) {
@@ -140,7 +131,10 @@ int runLs(const LsOptions& options) {
   // A list of paths does not say which files are XML.
   wishes.parsesXml = options.form == ListForm::details || options.form == ListForm::json;
   wishes.wantsNodes = [](const std::string&) { return false; };
+  // Each member is shown before anything more is read.
+  wishes.oneByOne = true;
   Session session(options.common, std::move(wishes), true);
+  session.input.beforeReading([&session] { session.out.flush(); });
   Listing listing{session, options.form};
   session.document.walkMembers(listing);
   return session.finish();

@@ -158,7 +158,7 @@ void addCommonOptions(CLI::App& command, CommonOptions& options) {
   Limits& limits = options.limits;
   addLimit(command, "--max-bytes", limits.maxBytes, "stop when more is unpacked, at all levels together");
   addLimit(command, "--max-members", limits.maxMembers, "stop when there are more members, at all levels together");
-  addLimit(command, "--max-nesting", limits.maxNesting, "open no archives nested deeper than this");
+  addLimit(command, "--max-nesting", limits.maxNesting, "open no archives or compressions nested deeper");
   addLimit(command, "--max-ratio", limits.maxRatio, "stop when more is unpacked for each byte of FILE read");
   addLimit(command, "--ratio-threshold", limits.ratioThreshold, "bytes unpacked before the ratio counts");
   addLimit(command, "--max-depth", limits.maxDepth, "refuse elements nested deeper than this");

@@ -14,17 +14,12 @@ namespace {
 // A run that reads this much gives the consumer a chance to show what there is.
 constexpr std::uint64_t kBytesPerRun = std::uint64_t{4} * 1024 * 1024;
 
-// Around one content. A package of rpm is one around the compression of its archive.
-constexpr std::size_t kMostCompressions = 3;
-
 constexpr std::uint32_t kZipArchive = 1;
 constexpr std::uint32_t kOtherArchive = 2;
 
 ContentKind look(ByteSource& content, NameOfContent name) {
   return recognise(content.peek(bytesToTell(content.peek(kSignBytes), name)), name);
 }
-
-std::string_view withoutLastExtension(std::string_view name) { return name.substr(0, name.rfind('.')); }
 
 }  // namespace
 
@@ -36,7 +31,7 @@ std::uint32_t MemberProducer::run(ArbDocument* document) {
   mustReturn_ = false;
   bytesAtRunStart_ = budget_.bytes();
   while (step()) {
-    if (mustReturn_ || isChunkFull()) return ARB_OK;
+    if (mustReturn_ || wishes_.oneByOne || isChunkFull()) return ARB_OK;
   }
   ArbForestAllChildrenAttached(ArbDocumentRootForest(document_));
   return ARB_STATUS_END;
@@ -119,10 +114,12 @@ void MemberProducer::takeMember(archive_entry& entry) {
   const NewMember member = describe(entry);
   path_ = pathFor(member);
   if (!budget_.spendMember()) return;
-  if (!member.hasName) problems_.member(path_, "its name in the archive cannot be read");
-  if ((member.facts.mode & AE_IFMT) != AE_IFREG || member.facts.link != LinkKind::none || member.facts.size == 0) {
-    return addFile(member);
+  if (const std::string& warning = levels_.back().reader->warning(); !warning.empty()) {
+    problems_.member(path_, warning);
+  } else if (!member.hasName) {
+    problems_.member(path_, "its name in the archive cannot be read");
   }
+  if (!mayHaveContent(member)) return addFile(member);
   content_.owned = levels_.back().reader->content(budget_);
   content_.raw = content_.owned.get();
   if (!isOpaqueByName(member.name)) examine(content_, member.name, false);
@@ -132,6 +129,12 @@ void MemberProducer::takeMember(archive_entry& entry) {
   addFile(member);
   checking_ = wishes_.checksFiles;
   if (!wishes_.readsFiles && !checking_) reportContent();
+}
+
+// A zip archive has a check sum of every member, which shows when a size of zero is damage.
+bool MemberProducer::mayHaveContent(const NewMember& member) const {
+  const bool isFile = (member.facts.mode & AE_IFMT) == AE_IFREG && member.facts.link == LinkKind::none;
+  return isFile && (member.facts.size != 0 || levels_.back().content.kind == ContentKind::zip);
 }
 
 void MemberProducer::reportContent() {
@@ -162,7 +165,7 @@ MemberProducer::NewMember MemberProducer::describeInput() const {
 
 MemberProducer::NewMember MemberProducer::describe(archive_entry& entry) const {
   NewMember member;
-  const auto name = levels_.back().reader->name();
+  const auto& name = levels_.back().reader->name();
   member.hasName = name.has_value();
   member.name = name ? *name : "#" + std::to_string(budget_.members() + 1);
   member.pattern = toPattern(member.name);
@@ -189,23 +192,45 @@ MemberProducer::NewMember MemberProducer::describe(archive_entry& entry) const {
 // What is unpacked to be looked at is kept packed too, until settle() says which of the two is wanted.
 void MemberProducer::examine(Content& content, NameOfContent name, bool xmlByDefault) {
   content.kind = look(*content.raw, name);
-  if (content.kind == ContentKind::compressed) content.kind = recogniseUnpacked(content, name, xmlByDefault);
-  if (content.kind == ContentKind::other && xmlByDefault) content.kind = ContentKind::xml;
+  if (content.kind == ContentKind::compressed) content.kind = recogniseUnpacked(content, name);
+  if (content.kind == ContentKind::compressed) {
+    problems_.member(
+        path_,
+        "compressed more than " + std::to_string(budget_.limits().maxNesting) + " times over (see --max-nesting)",
+        kLimitPassed);
+    content.kind = ContentKind::other;
+  } else if (content.kind == ContentKind::other && xmlByDefault) {
+    content.kind = ContentKind::xml;  // which tells what is wrong
+  } else if (content.kind == ContentKind::other) {
+    reportDoubt(content, name);
+  }
 }
 
-ContentKind MemberProducer::recogniseUnpacked(Content& content, NameOfContent name, bool xmlByDefault) {
+// The kind of what is unpacked; still compressed when that is so too often.
+ContentKind MemberProducer::recogniseUnpacked(Content& content, NameOfContent name) {
   content.raw->hold();
   ContentKind kind = ContentKind::compressed;
-  while (kind == ContentKind::compressed && content.unpacked.size() < kMostCompressions) {
+  while (kind == ContentKind::compressed && content.unpacked.size() < budget_.limits().maxNesting) {
     content.unpacked.push_back(decompress(content.useful(), budget_));
     if (name) name = withoutLastExtension(*name);
     kind = look(content.useful(), name);
   }
-  if (kind == ContentKind::xml || isArchive(kind)) return kind;
-  if (xmlByDefault) return ContentKind::xml;  // which tells what is wrong
-  const std::string& problem = content.useful().error();
-  if (!problem.empty() && budget_.isWithin()) problems_.member(path_, "cannot be unpacked: " + problem);
-  return ContentKind::other;
+  return kind;
+}
+
+// Content that is taken for a file may be one that is damaged. Some compressions tell so only after the bytes that are
+// wrong, so without a name that promises more the beginning is read on.
+void MemberProducer::reportDoubt(Content& content, NameOfContent name) {
+  const bool isUnpacked = !content.unpacked.empty();
+  if (isUnpacked && !name) content.useful().drain();
+  if (!budget_.isWithin()) return;
+  if (isUnpacked && !content.useful().error().empty()) {
+    problems_.member(path_, "cannot be unpacked: " + content.useful().error());
+  } else if (isUnpacked && content.raw->isFull() && content.useful().bytesRead() == 0) {
+    problems_.member(path_, "taken for a file, as its beginning unpacks to nothing");
+  } else if (name && promisesMore(*name) && !content.useful().peek(1).empty()) {
+    problems_.member(path_, "taken for a file: its name promises more, but it does not begin so");
+  }
 }
 
 void MemberProducer::settle(Content& content, bool unpacked) {

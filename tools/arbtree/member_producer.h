@@ -31,6 +31,7 @@ namespace arbtree::tool {
 struct Wishes {
   bool inputIsXml = true;    // an input that is no archive is parsed, whatever it looks like
   bool parsesXml = true;     // otherwise XML members are files too
+  bool oneByOne = false;     // no member is made before the one before it has been consumed
   bool readsFiles = false;   // stop after each file, so that the consumer can read its content
   bool checksFiles = false;  // read them to their end, so that all that is damaged is found
   std::function<bool(const std::string&)> wantsNodes;    // of this XML member; null for all
@@ -94,11 +95,13 @@ class MemberProducer {
   void nextMember();
   void takeMember(archive_entry& entry);
   void checkOn();
+  bool mayHaveContent(const NewMember& member) const;
   void reportContent();
   NewMember describe(archive_entry& entry) const;
   NewMember describeInput() const;
   void examine(Content& content, NameOfContent name, bool xmlByDefault);
-  ContentKind recogniseUnpacked(Content& content, NameOfContent name, bool xmlByDefault);
+  ContentKind recogniseUnpacked(Content& content, NameOfContent name);
+  void reportDoubt(Content& content, NameOfContent name);
   static void settle(Content& content, bool unpacked);
 
   void addFile(const NewMember& member);
