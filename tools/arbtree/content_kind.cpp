@@ -57,13 +57,14 @@ constexpr std::string_view kArchiveExtensions[] = {
 };
 
 constexpr std::string_view kOpaqueExtensions[] = {
-    "aac",        "avi",   "bat",  "bmp",  "c",    "cc",   "class", "cmake", "cpp", "cs",  "css",  "csv", "cxx", "dex",
-    "dll",        "dylib", "eot",  "exe",  "flac", "gif",  "go",    "h",     "hpp", "hxx", "icns", "ico", "ini", "java",
-    "jpeg",       "jpg",   "js",   "json", "jsx",  "kt",   "less",  "lua",   "m4a", "m4v", "md",   "mkv", "mo",  "mov",
-    "mp3",        "mp4",   "mpeg", "mpg",  "o",    "obj",  "ogg",   "opus",  "otf", "pdf", "pl",   "pm",  "png", "po",
-    "properties", "ps",    "psd",  "py",   "pyc",  "pyd",  "pyi",   "rb",    "rs",  "rst", "scss", "sh",  "so",  "sql",
-    "swf",        "swift", "tcl",  "tex",  "tga",  "tif",  "tiff",  "toml",  "tsv", "tsx", "ttf",  "txt", "vue", "wasm",
-    "wav",        "webm",  "webp", "wma",  "wmv",  "woff", "woff2", "yaml",  "yml",
+    "aac",  "avi",   "bat",  "bmp",  "c",     "cc",   "class", "cmake", "cpp",   "cs",   "css",        "csv",
+    "cxx",  "dex",   "dll",  "dtd",  "dylib", "ent",  "eot",   "exe",   "flac",  "gif",  "go",         "h",
+    "hpp",  "hxx",   "icns", "ico",  "ini",   "java", "jpeg",  "jpg",   "js",    "json", "jsx",        "kt",
+    "less", "lua",   "m4a",  "m4v",  "md",    "mkv",  "mo",    "mov",   "mp3",   "mp4",  "mpeg",       "mpg",
+    "o",    "obj",   "ogg",  "opus", "otf",   "pdf",  "pl",    "pm",    "png",   "po",   "properties", "ps",
+    "psd",  "py",    "pyc",  "pyd",  "pyi",   "rb",   "rs",    "rst",   "scss",  "sh",   "so",         "sql",
+    "swf",  "swift", "tcl",  "tex",  "tga",   "tif",  "tiff",  "toml",  "tsv",   "tsx",  "ttf",        "txt",
+    "vue",  "wasm",  "wav",  "webm", "webp",  "wma",  "wmv",   "woff",  "woff2", "yaml", "yml",
 };
 
 // Whether a stream of bzip2 begins with a block or is an empty one.

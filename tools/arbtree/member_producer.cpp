@@ -322,8 +322,8 @@ void MemberProducer::finishTree() {
   done_.attributes += xml_->attributesMade();
   const std::string path = inputIsArchive_ ? path_ : "";
   if (auto failure = xml_->failure()) {
-    const bool atOnce = failure->place.line == 1 && failure->place.column == 1;
-    if (inputIsNeither_ && atOnce) failure->reason = "neither XML nor an archive (" + failure->reason + ")";
+    if (inputIsNeither_ && xml_->nodesMade() == 0)
+      failure->reason = "neither XML nor an archive (" + failure->reason + ")";
     if (budget_.isWithin()) problems_.xml(path, *failure);
   } else if (const OmittedEntities& omitted = xml_->omitted(); omitted.count != 0) {
     problems_.warning(path, omitted.firstPlace,
