@@ -279,16 +279,18 @@ class Damage(IntoTarget):
         zipped, long = make_zip(three, zipfile.ZIP_STORED), "n" * 120
         second, listed = zipped.index(b"PK\3\4", 4), zipped.index(b"PK\1\2", zipped.index(b"PK\1\2") + 4)
         cpio, pax = bsdtar_of(dict(three), "odc"), tar([(long, b"")])
+        folder = os.path.dirname(self.write("a", b"1" * 100))
+        sizes_behind = subprocess.run(["zip", "-q", "-", "a"], cwd=folder, stdout=subprocess.PIPE, check=True).stdout
         # The archive, the byte, its new value, whether it is read as a stream, and what is listed.
         for data, at, value, streamed, names in [
                 (cpio, cpio.index(b"070707", 20) + 5, 0x31, True, ["a", "c"]), (zipped, second + 1, 0, True, ["a", "c"]),
                 (zipped, second + 22, 0, True, ["a", "b", "c"]), (zipped, listed + 42, 0, False, ["a", "c"]),
-                (pax, pax.index(b" path="), 0x30, True, [long[:100]])]:
+                (pax, pax.index(b" path="), 0x30, True, [long[:100]]), (sizes_behind, 6, 0, True, ["a"])]:
             broken = data[:at] + bytes([value]) + data[at + 1:]
             with self.subTest(at=at, names=names):
-                source, given = ("-", broken) if streamed else (self.write("a", broken), None)
+                source, given = ("-", broken) if streamed else (self.write("broken", broken), None)
                 result = run("stats", source, data=given)
-                self.assertEqual((1, 1), (result.status, result.err.count("\n")), result.err)
+                self.assertEqual((1, True), (result.status, result.err.startswith("arbtree: ")))
                 self.assertEqual(names, run("ls", source, data=given).out.decode().splitlines())
 
     def test_a_name_that_is_told_like_an_earlier_one_replaces_nothing(self):
@@ -302,6 +304,23 @@ class Damage(IntoTarget):
                                env=dict(os.environ, LC_ALL="C.UTF-8"))
                 result, found = self.extract(self.folder + "/a")
                 self.assertEqual((1, sorted(twins.values())), (result.status, sorted(contents_of(found).values())), result.err)
+
+    def test_only_what_must_be_an_archive_is_missed(self):
+        empty_tar = bytes(1024)
+        names = {("x.zip", b"text"): 1, ("x.tar.gz", packed("gzip", b"text")): 1, ("x.txz", packed("xz", b"text")): 1,
+                 ("x.xml.gz", packed("gzip", b"text")): 1, ("x.zip", b""): 0, ("x.tgz", packed("gzip", empty_tar)): 0,
+                 ("x.tar.gz", packed("gzip", b"")): 0, ("._x.zip", b"\0\5\26\7"): 0, ("x.jar", b"#!/bin/sh\n"): 0, ("x.gz", packed("gzip", b"text")): 0}
+        for (name, content), status in names.items():
+            with self.subTest(name, size=len(content)):
+                result = run("ls", "-", data=tar([("d/" + name, content)]))
+                self.assertEqual((status, status), (result.status, result.err.count("taken for a file")), result.err)
+
+    def test_compressed_files_of_any_size_are_files_also_without_a_name(self):
+        for content in [os.urandom(9_000_000), bytes(300_000_000)]:
+            for program in ["gzip", "xz", "zstd"]:
+                data = subprocess.run([program, "-1c"], input=content, stdout=subprocess.PIPE, check=True).stdout
+                with self.subTest(program, size=len(content)):
+                    self.assertEqual({b"stdin": data}, contents_of(self.extracted("-", data=data)))
 
     def test_damage_that_hides_what_is_compressed_is_noticed(self):
         whole = packed("bzip2", tar([("a.xml", XML), ("r", RANDOM * 50)]))  # more than is looked at

@@ -158,9 +158,7 @@ class PlainLocale {
   locale_t before_ = nullptr;
 };
 
-// A failure of what is read from comes before what libarchive makes of it.
-std::string reasonOf(archive* handle, ArchiveFeed& feed) {
-  if (!feed.source().error().empty()) return feed.source().error();
+std::string ownReasonOf(archive* handle) {
   const char* const reason = archive_error_string(handle);
   std::string line = reason ? reason : "cannot be read";
   while (line.ends_with('\n')) line.pop_back();
@@ -169,6 +167,12 @@ std::string reasonOf(archive* handle, ArchiveFeed& feed) {
 
 bool isAscii(std::string_view text) {
   return std::all_of(text.begin(), text.end(), [](char c) { return (c & 0x80) == 0; });
+}
+
+// A failure of what is read from comes before what libarchive makes of it.
+std::string reasonOf(archive* handle, ArchiveFeed& feed) {
+  const std::string& failure = feed.source().error();
+  return failure.empty() ? ownReasonOf(handle) : failure;
 }
 
 // Whether a warning is that a name has no form in the locale. Names are told byte for byte, whatever the locale.
@@ -366,10 +370,17 @@ ArchiveReader::Step ArchiveReader::next() {
   feed_.givePieces(format_ == ContentKind::zip);
   warning_.clear();
   do {
+    const bool isFirst = headers_ == 0;
     const int status = nextHeader();
-    if (status == ARCHIVE_EOF) return finish();
+    const bool hasGap = !isFirst && status >= ARCHIVE_WARN && zipHasGap();
+    if (status == ARCHIVE_EOF) {
+      if (hasGap) damage_ = "bytes before the archive's directory belong to no member";
+      return finish();
+    }
+    if (hasGap) warning_ = "bytes before it belong to no member";
     if (status < ARCHIVE_WARN) return fail(reason());
-    if (status == ARCHIVE_WARN && !isAboutConversion(reason())) warning_ = reason();
+    const std::string warning = status == ARCHIVE_WARN ? ownReasonOf(archive_.get()) : "";
+    if (!warning.empty() && !isAboutConversion(warning)) warning_ = warning;
   } while (isTable());
   name_ = tellName();
   if (name_ && !isItsOwn(*name_)) {
@@ -394,6 +405,14 @@ int ArchiveReader::nextHeader() {
     if (status != ARCHIVE_RETRY) return status;
     if (damage_.empty()) damage_ = "a damaged member is left out: " + reason();
   }
+}
+
+// Reading a zip archive as a stream, libarchive looks for the next sign of a member wherever it is; what it passes over
+// may be the content of the one before. Another thing may stand before the first.
+bool ArchiveReader::zipHasGap() const {
+  if (format_ != ContentKind::zip || feed_.source().canSeek()) return false;
+  const std::string sign = feed_.lately(archive_read_header_position(archive_.get()) + 4, 4);
+  return sign.size() == 4 && !sign.starts_with("PK");
 }
 
 // The table of symbols and that of long names, which an ar archive holds in the shape of members.

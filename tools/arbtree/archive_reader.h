@@ -39,7 +39,7 @@ class ArchiveFeed {
   std::optional<std::string_view> next();
   std::int64_t skip(std::int64_t count);
   std::int64_t seek(std::int64_t offset, int whence);
-  ByteSource& source() { return source_; }
+  ByteSource& source() const { return source_; }
   std::string_view tail() const { return tail_; }
   bool beginsWithZipMember() const { return beginsWithZipMember_; }
   // Up to `count` bytes, as many as are at hand, that end at a position of the source.
@@ -86,6 +86,7 @@ class ArchiveReader {
   Step fail(std::string reason);
   Step finish();
   int nextHeader();
+  bool zipHasGap() const;
   bool isTable() const;
   bool isItsOwn(const std::string& name);
   std::optional<std::string> tellName() const;

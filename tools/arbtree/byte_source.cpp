@@ -90,7 +90,7 @@ void ByteSource::rewind() {
 
 void ByteSource::letGo() {
   holding_ = false;
-  held_ = {};
+  std::string().swap(held_);  // an assignment would keep the memory
 }
 
 }  // namespace arbtree::tool

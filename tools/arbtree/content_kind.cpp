@@ -19,6 +19,7 @@ constexpr Sign kSigns[] = {
     {"PK\3\4"sv, ContentKind::zip},
     {"PK\5\6"sv, ContentKind::zip},
     {"PK00PK\3\4"sv, ContentKind::zip},
+    {"PK\7\10PK\3\4"sv, ContentKind::zip},
     {"!<arch>\n"sv, ContentKind::ar},
     {"070701"sv, ContentKind::cpio},
     {"070702"sv, ContentKind::cpio},
@@ -51,10 +52,11 @@ constexpr std::string_view kXmlExtensions[] = {
 
 constexpr std::string_view kCompressions[] = {"bz2", "gz", "lz", "lz4", "lzma", "xz", "z", "zst"};
 
-// Those that mean nothing else.
-constexpr std::string_view kArchiveExtensions[] = {
-    "7z", "cpio", "deb", "iso", "jar", "rar", "rpm", "tar", "tbz", "tbz2", "tgz", "tlz", "txz", "tzst", "zip",
-};
+// Of tar archives that are compressed.
+constexpr std::string_view kTarExtensions[] = {"tbz", "tbz2", "tgz", "tlz", "txz", "tzst"};
+
+// Those that mean nothing else. (A jar may be a program that has the archive behind it.)
+constexpr std::string_view kArchiveExtensions[] = {"7z", "cpio", "deb", "iso", "rar", "rpm", "tar", "xar", "zip"};
 
 constexpr std::string_view kOpaqueExtensions[] = {
     "aac",  "avi",   "bat",  "bmp",  "c",     "cc",   "class", "cmake", "cpp",   "cs",   "css",        "csv",
@@ -151,6 +153,7 @@ bool mayEndAs(NameOfContent name, std::string_view extension) { return !name || 
 
 static_assert(std::is_sorted(std::begin(kXmlExtensions), std::end(kXmlExtensions)));
 static_assert(std::is_sorted(std::begin(kCompressions), std::end(kCompressions)));
+static_assert(std::is_sorted(std::begin(kTarExtensions), std::end(kTarExtensions)));
 static_assert(std::is_sorted(std::begin(kArchiveExtensions), std::end(kArchiveExtensions)));
 static_assert(std::is_sorted(std::begin(kOpaqueExtensions), std::end(kOpaqueExtensions)));
 
@@ -168,14 +171,20 @@ std::size_t firstNoSpace(std::string_view bytes) {
 bool isOpaqueByName(std::string_view name) { return isAmong(kOpaqueExtensions, extensionOf(name)); }
 
 bool promisesMore(std::string_view name) {
+  // Some systems put what they note of a file beside it, under its name.
+  const std::size_t slash = name.rfind('/');
+  if (name.substr(slash == std::string_view::npos ? 0 : slash + 1).starts_with("._")) return false;
   const std::string extension = extensionOf(name);
-  if (isAmong(kArchiveExtensions, extension)) return true;
+  if (isAmong(kArchiveExtensions, extension) || isAmong(kTarExtensions, extension)) return true;
   if (!isAmong(kCompressions, extension)) return false;
-  const std::string inner = extensionOf(withoutLastExtension(name));
-  return isAmong(kArchiveExtensions, inner) || isAmong(kXmlExtensions, inner);
+  const std::string inner = extensionOf(nameOfUnpacked(name));
+  return isAmong(kArchiveExtensions, inner) || inner == "xml" || inner == "svg";
 }
 
-std::string_view withoutLastExtension(std::string_view name) { return name.substr(0, name.rfind('.')); }
+std::string nameOfUnpacked(std::string_view name) {
+  const std::string inner(name.substr(0, name.rfind('.')));
+  return isAmong(kTarExtensions, extensionOf(name)) ? inner + ".tar" : inner;
+}
 
 bool beginsWithMarkup(std::string_view beginning) {
   const std::size_t first = firstNoSpace(beginning);

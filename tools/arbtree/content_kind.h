@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <optional>
+#include <string>
 #include <string_view>
 
 namespace arbtree::tool {
@@ -32,7 +33,8 @@ bool isOpaqueByName(std::string_view name);
 // Whether the name says that the content is an archive, or XML that is compressed.
 bool promisesMore(std::string_view name);
 
-std::string_view withoutLastExtension(std::string_view name);
+// The name that compressed content of this name has once it is unpacked.
+std::string nameOfUnpacked(std::string_view name);
 
 bool beginsWithMarkup(std::string_view beginning);
 

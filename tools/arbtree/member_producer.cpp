@@ -209,26 +209,36 @@ void MemberProducer::examine(Content& content, NameOfContent name, bool xmlByDef
 // The kind of what is unpacked; still compressed when that is so too often.
 ContentKind MemberProducer::recogniseUnpacked(Content& content, NameOfContent name) {
   content.raw->hold();
+  std::string unpackedName;
   ContentKind kind = ContentKind::compressed;
   while (kind == ContentKind::compressed && content.unpacked.size() < budget_.limits().maxNesting) {
     content.unpacked.push_back(decompress(content.useful(), budget_));
-    if (name) name = withoutLastExtension(*name);
+    if (name) unpackedName = nameOfUnpacked(*name);
+    if (name) name = unpackedName;
     kind = look(content.useful(), name);
   }
   return kind;
 }
 
 // Content that is taken for a file may be one that is damaged. Some compressions tell so only after the bytes that are
-// wrong, so without a name that promises more the beginning is read on.
+// wrong, so without a name that promises more the beginning is read on: more than a block of bzip2 is.
 void MemberProducer::reportDoubt(Content& content, NameOfContent name) {
+  constexpr std::uint64_t kReadOn = std::uint64_t{1024} * 1024;
+  ByteSource& useful = content.useful();
   const bool isUnpacked = !content.unpacked.empty();
-  if (isUnpacked && !name) content.useful().drain();
+  if (isUnpacked && !name) {
+    while (useful.bytesRead() < kReadOn) {
+      const auto block = useful.next();
+      if (!block || block->empty()) break;
+    }
+  }
   if (!budget_.isWithin()) return;
-  if (isUnpacked && !content.useful().error().empty()) {
-    problems_.member(path_, "cannot be unpacked: " + content.useful().error());
-  } else if (isUnpacked && content.raw->isFull() && content.useful().bytesRead() == 0) {
-    problems_.member(path_, "taken for a file, as its beginning unpacks to nothing");
-  } else if (name && promisesMore(*name) && !content.useful().peek(1).empty()) {
+  const bool isEmpty = useful.bytesRead() == 0 && useful.peek(1).empty();
+  if (isUnpacked && content.raw->isFull()) {
+    if (isEmpty) problems_.member(path_, "taken for a file, as its beginning unpacks to nothing");
+  } else if (isUnpacked && !useful.error().empty()) {
+    problems_.member(path_, "cannot be unpacked: " + useful.error());
+  } else if (name && promisesMore(*name) && !isEmpty) {
     problems_.member(path_, "taken for a file: its name promises more, but it does not begin so");
   }
 }
