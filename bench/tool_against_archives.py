@@ -36,7 +36,7 @@ def compare(what, tool, floor, repeats=30):
 
 random.seed(1)
 WORDS = ["".join(random.choices("abcdefghijklmnop", k=random.randint(2, 9))) for _ in range(500)]
-# The distribution's, where it is, whose code is in it: others only start a library, and most of them is zeros.
+# A program whose code is in its own file. Other builds of it may only start a library.
 PROGRAM = next(path for path in ["/usr/bin/python3", sys.executable] if os.path.exists(path))
 with open(PROGRAM, "rb") as program:
     CODE = program.read(20_000_000)

@@ -35,7 +35,6 @@ class Flat(unittest.TestCase):
                 self.assertEqual(expected, of_large[figure])
                 self.assertLess(of_large["peakMemoryBytes"] - of_small["peakMemoryBytes"], MEBIBYTE)
 
-
     def test_compressed_content_that_stays_empty_is_not_kept(self):
         empty = subprocess.run(["gzip", "-n"], input=b"", stdout=subprocess.PIPE, check=True).stdout
         result = run("stats", "--json", "-", data=tar([("e.gz", empty * 2_000_000)]))

@@ -162,8 +162,8 @@ BOMBS = {
 
 def bomb_of_holes():
     """A tar archive of a file of a terabyte that is one hole."""
-    member = tar_entry("holes", pax_headers={"GNU.sparse.size": str(1 << 40),
-                                             "GNU.sparse.numblocks": "1", "GNU.sparse.map": "1099511627000,1"})
+    member = tar_entry("holes", pax_headers={"GNU.sparse.size": str(1 << 40), "GNU.sparse.numblocks": "1",
+                                             "GNU.sparse.map": "1099511627000,1"})
     return tar([(member, b"x")])
 
 

@@ -67,14 +67,6 @@ std::string_view ByteSource::peek(std::size_t wanted) {
   return pending_;
 }
 
-bool ByteSource::drain() {
-  for (;;) {
-    const auto block = next();
-    if (!block) return false;
-    if (block->empty()) return true;
-  }
-}
-
 void ByteSource::hold() {
   holding_ = true;
   held_.clear();

@@ -30,8 +30,6 @@ class ByteSource {
   // The next bytes, `wanted` or more of them if there are as many; they remain to be read. A failure shows when the
   // bytes before it have been read.
   std::string_view peek(std::size_t wanted);
-  // Reads what is left. False after a failure.
-  bool drain();
 
   void hold();
   void rewind();

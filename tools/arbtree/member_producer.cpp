@@ -213,8 +213,7 @@ ContentKind MemberProducer::recogniseUnpacked(Content& content, NameOfContent na
   ContentKind kind = ContentKind::compressed;
   while (kind == ContentKind::compressed && content.unpacked.size() < budget_.limits().maxNesting) {
     content.unpacked.push_back(decompress(content.useful(), budget_));
-    if (name) unpackedName = nameOfUnpacked(*name);
-    if (name) name = unpackedName;
+    if (name) name = unpackedName = nameOfUnpacked(*name);
     kind = look(content.useful(), name);
   }
   return kind;
@@ -332,8 +331,8 @@ void MemberProducer::finishTree() {
   done_.attributes += xml_->attributesMade();
   const std::string path = inputIsArchive_ ? path_ : "";
   if (auto failure = xml_->failure()) {
-    if (inputIsNeither_ && xml_->nodesMade() == 0)
-      failure->reason = "neither XML nor an archive (" + failure->reason + ")";
+    const bool isNothing = inputIsNeither_ && xml_->nodesMade() == 0;
+    if (isNothing) failure->reason = "neither XML nor an archive (" + failure->reason + ")";
     if (budget_.isWithin()) problems_.xml(path, *failure);
   } else if (const OmittedEntities& omitted = xml_->omitted(); omitted.count != 0) {
     problems_.warning(path, omitted.firstPlace,
