@@ -3,6 +3,7 @@ told by name and by the exit status.
 """
 import fcntl
 import os
+import random
 import re
 import resource
 import signal
@@ -323,10 +324,13 @@ class Damage(IntoTarget):
                     self.assertEqual({b"stdin": data}, contents_of(self.extracted("-", data=data)))
 
     def test_damage_that_hides_what_is_compressed_is_noticed(self):
-        whole = packed("bzip2", tar([("a.xml", XML), ("r", RANDOM * 50)]))  # more than is looked at
+        # More than is looked at. Without a name only a mebibyte is read on, and damage may make a block unpack to more.
+        whole = packed("bzip2", tar([("a.xml", XML), ("r", random.Random(1).randbytes(3000) * 50)]))
         for at in range(10, len(whole) - 10, len(whole) // 40):
             broken = whole[:at] + bytes([whole[at] ^ 4]) + whole[at + 1:]
-            for source, data in [("-", broken), (self.write("a.tar.bz2", broken), None), ("-", tar([("a.tar.bz2", broken)]))]:
+            unpacked = subprocess.run(["bzip2", "-dc"], input=broken, capture_output=True, check=False).stdout
+            nameless = [("-", broken)] if len(unpacked) < 2**20 else []
+            for source, data in [*nameless, (self.write("a.tar.bz2", broken), None), ("-", tar([("a.tar.bz2", broken)]))]:
                 self.assertEqual(1, run("ls", source, data=data).status, (at, source))
 
     def test_all_that_came_before_damage_is_delivered(self):

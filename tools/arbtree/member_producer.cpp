@@ -220,7 +220,7 @@ ContentKind MemberProducer::recogniseUnpacked(Content& content, NameOfContent na
 }
 
 // Content that is taken for a file may be one that is damaged. Some compressions tell so only after the bytes that are
-// wrong, so without a name that promises more the beginning is read on: more than a block of bzip2 is.
+// wrong, so without a name that promises more the beginning is read on: blocks of bzip2 are seldom more.
 void MemberProducer::reportDoubt(Content& content, NameOfContent name) {
   constexpr std::uint64_t kReadOn = std::uint64_t{1024} * 1024;
   ByteSource& useful = content.useful();
